@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/SystemTools.h"
+
+#include <QByteArray>
+
+namespace torvelane::platform {
+
+/// How long a child may take.
+struct ChildProcessLimits {
+    int startTimeoutMs = 5000;
+    int finishTimeoutMs = 30000;
+};
+
+/// What became of a child.
+struct ChildProcessResult {
+    enum class Outcome {
+        Finished,    ///< It ran to its end; exitCode and output are valid.
+        NotStarted,  ///< It couldn't be started, or not in time.
+        TimedOut,    ///< It was still running at its limit and was ended together with its descendants.
+        Crashed,     ///< It was ended by a signal or an exception; exitCode means nothing.
+    };
+
+    Outcome outcome = Outcome::NotStarted;
+    int exitCode = -1;
+    QByteArray output; ///< Standard output and standard error, merged as they came.
+};
+
+/// The one way to run an external tool. Blocks the calling thread up to both limits together, so it never runs on the
+/// GUI thread. Environment and working directory are inherited. Standard input is closed, so that a tool that asks
+/// for input sees its end. No descendant outlives a time-out or this process; one that the tool left running on
+/// purpose outlives a normal end.
+[[nodiscard]] ChildProcessResult runChildProcess(const ToolCommand& command, const ChildProcessLimits& limits = {});
+
+} // namespace torvelane::platform
