@@ -1,0 +1,40 @@
+#pragma once
+
+#include "tweaks/Tier.h"
+
+#include <QObject>
+#include <QString>
+
+namespace torvelane {
+
+/// The session of the person who uses the program. One object for the process, on the main thread; the interface through
+/// which everything else sees the account, whatever stands behind it.
+class AuthService : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    /// Takes up the stored session, if there is one. True if there is a session afterwards.
+    virtual bool restoreSession() = 0;
+
+    /// Begins a session. False, with the reason in `error` (may be null), if that can't be.
+    [[nodiscard]] virtual bool login(const QString& userName, Tier tier, QString* error) = 0;
+
+    /// Ends the session; it stays ended, over restarts too, until the next login.
+    virtual void logout() = 0;
+
+    [[nodiscard]] virtual bool isAuthenticated() const = 0;
+
+    /// Name of the session's user; empty without a session.
+    [[nodiscard]] virtual QString userName() const = 0;
+
+    /// Tier that the session was begun with; none without a session.
+    [[nodiscard]] virtual Tier sessionTier() const = 0;
+
+Q_SIGNALS:
+    /// A session began, ended, or was taken up.
+    void sessionChanged();
+};
+
+} // namespace torvelane

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "account/LicenseService.h"
+
+namespace torvelane {
+
+class AuthService;
+
+/// A licence without a server: the subscription is worth what the session says. Follows the session by itself.
+class LocalLicenseService : public LicenseService {
+    Q_OBJECT
+
+public:
+    /// `auth` isn't owned and outlives this.
+    explicit LocalLicenseService(AuthService* auth, QObject* parent = nullptr);
+
+    SubscriptionState refresh() override;
+    [[nodiscard]] SubscriptionState state() const override { return m_state; }
+
+private:
+    AuthService* m_auth;
+    SubscriptionState m_state;
+};
+
+} // namespace torvelane

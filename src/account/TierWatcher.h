@@ -1,0 +1,33 @@
+#pragma once
+
+#include "account/SubscriptionState.h"
+
+#include <QObject>
+
+namespace torvelane {
+
+class AuthService;
+class LicenseService;
+class TweakEngine;
+
+/// Keeps the context's tier equal to what the licence says, and has the engine put back the applied tweaks that a fallen
+/// tier no longer covers. On the main thread; the reverts run there too, before the new tier can be used.
+class TierWatcher : public QObject {
+    Q_OBJECT
+
+public:
+    /// Nothing is owned; all of it outlives the watcher.
+    TierWatcher(AuthService* auth, LicenseService* license, TweakEngine* engine, Tier* tier,
+                QObject* parent = nullptr);
+
+Q_SIGNALS:
+    void tierChanged(torvelane::Tier tier);
+
+private:
+    void follow(const SubscriptionState& state);
+
+    TweakEngine* m_engine;
+    Tier* m_tier;
+};
+
+} // namespace torvelane

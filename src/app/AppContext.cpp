@@ -1,0 +1,58 @@
+#include "app/AppContext.h"
+
+#include "account/LocalAuthService.h"
+#include "account/LocalLicenseService.h"
+#include "account/TierWatcher.h"
+#include "core/Log.h"
+#include "core/Paths.h"
+#include "platform/ProcessSettings.h"
+#include "tweaks/TweakEngine.h"
+
+namespace torvelane {
+
+namespace {
+
+const QString category = QStringLiteral("app");
+const QString catalogPath = QStringLiteral(":/tweaks.json");
+
+} // namespace
+
+AppContext::AppContext() = default;
+
+AppContext::~AppContext()
+{
+    tierWatcher.reset();
+    engine.reset();
+    license.reset();
+    auth.reset();
+    catalog.clear();
+    store.close();
+}
+
+bool AppContext::init()
+{
+    if (!Paths::ensureDataDir())
+        return false;
+    const bool directoryProtected = platform::protectDirectory(Paths::dataDir());
+    initLogging(LogLevel::Info);
+    logMessage(LogLevel::Info, category, QStringLiteral("Torvelane starting"));
+    if (!directoryProtected) {
+        logMessage(LogLevel::Warn, category,
+                   QStringLiteral("The data directory could not be restricted to administrators"));
+    }
+    load();
+    if (!store.open(Paths::stateDb())) {
+        logMessage(LogLevel::Error, category, QStringLiteral("State store unavailable; apply/revert disabled"));
+    }
+    if (!catalog.load(catalogPath)) {
+        logMessage(LogLevel::Warn, category, QStringLiteral("Could not load tweak catalog from ") + catalogPath);
+    }
+    auth = std::make_unique<LocalAuthService>();
+    license = std::make_unique<LocalLicenseService>(auth.get());
+    engine = std::make_unique<TweakEngine>(&catalog, &store);
+    tierWatcher = std::make_unique<TierWatcher>(auth.get(), license.get(), engine.get(), &tier);
+    engine->recoverInterrupted();
+    return true;
+}
+
+} // namespace torvelane

@@ -1,0 +1,277 @@
+#include "tweaks/StateStore.h"
+
+#include "core/Log.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QMutexLocker>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QThread>
+#include <QVariant>
+
+#include <array>
+
+namespace torvelane {
+
+namespace {
+
+const QString category = QStringLiteral("store");
+
+const QString createStateTable = QStringLiteral(
+    "CREATE TABLE IF NOT EXISTS tweak_state ( tweak_id TEXT PRIMARY KEY, required_tier TEXT NOT NULL, "
+    "capture TEXT NOT NULL, state TEXT NOT NULL, applied_at INTEGER, updated_at INTEGER)");
+const QString createSelectionTable = QStringLiteral(
+    "CREATE TABLE IF NOT EXISTS tweak_selection ( tweak_id TEXT PRIMARY KEY, selected_at INTEGER)");
+const QString upsertState = QStringLiteral(
+    "INSERT INTO tweak_state(tweak_id, required_tier, capture, state, applied_at, updated_at) "
+    "VALUES(?,?,?,?,?,?) ON CONFLICT(tweak_id) DO UPDATE SET  required_tier=excluded.required_tier,  "
+    "capture=excluded.capture,  state=excluded.state,  applied_at=excluded.applied_at,  "
+    "updated_at=excluded.updated_at");
+const QString updateState = QStringLiteral("UPDATE tweak_state SET state=?, updated_at=? WHERE tweak_id=?");
+const QString selectById = QStringLiteral(
+    "SELECT tweak_id, required_tier, capture, state, applied_at FROM tweak_state WHERE tweak_id=?");
+const QString selectByState = QStringLiteral(
+    "SELECT tweak_id, required_tier, capture, state, applied_at FROM tweak_state WHERE state=?");
+
+/// Indexed by the state's number.
+constexpr std::array stateNames{QLatin1String("capturing"), QLatin1String("applied"), QLatin1String("reverting"),
+                                QLatin1String("reverted")};
+
+QString stateName(TweakState state)
+{
+    const auto index = static_cast<std::size_t>(state);
+    return stateNames[index < stateNames.size() ? index : stateNames.size() - 1];
+}
+
+TweakState stateFromString(const QString& name)
+{
+    for (std::size_t i = 0; i < stateNames.size(); ++i) {
+        if (name == stateNames[i])
+            return static_cast<TweakState>(i);
+    }
+    return TweakState::Reverted;
+}
+
+qint64 nowMs()
+{
+    return QDateTime::currentMSecsSinceEpoch();
+}
+
+void logError(const QString& message)
+{
+    logMessage(LogLevel::Error, category, message);
+}
+
+std::weak_ptr<const void> currentThreadToken()
+{
+    thread_local const std::shared_ptr<const void> token = std::make_shared<char>();
+    return token;
+}
+
+QSqlQuery selectQuery(const QSqlDatabase& database, const QString& sql, const QString& value)
+{
+    QSqlQuery query(database);
+    query.setForwardOnly(true);
+    query.prepare(sql);
+    query.addBindValue(value);
+    query.exec();
+    return query;
+}
+
+TweakRecord recordFrom(const QSqlQuery& query)
+{
+    TweakRecord record;
+    record.id = query.value(0).toString();
+    record.requiredTier = tierFromString(query.value(1).toString());
+    record.capture = QJsonDocument::fromJson(query.value(2).toString().toUtf8()).object();
+    record.state = stateFromString(query.value(3).toString());
+    const qint64 appliedAtMs = query.value(4).toLongLong();
+    if (appliedAtMs > 0)
+        record.appliedAt = QDateTime::fromMSecsSinceEpoch(appliedAtMs);
+    return record;
+}
+
+} // namespace
+
+StateStore::~StateStore()
+{
+    close();
+}
+
+bool StateStore::open(const QString& path)
+{
+    m_baseName = QStringLiteral("torvelane.state");
+    m_path = path;
+    // SQLite opens a file without write permission for reading only, and then every apply would fail after its capture.
+    // Looked at before there is a connection: closing any descriptor of the file would drop SQLite's locks on it.
+    if (QFile file(path); file.exists() && !file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) {
+        logError(QStringLiteral("Cannot open state.db: ") + file.errorString());
+        return false;
+    }
+    if (!connection().isOpen())
+        return false;
+    if (!createTable(QStringLiteral("tweak_state"), createStateTable)
+        || !createTable(QStringLiteral("tweak_selection"), createSelectionTable)) {
+        return false;
+    }
+    m_open = true;
+    seedSelection();
+    return true;
+}
+
+void StateStore::close()
+{
+    const QMutexLocker locker(&m_mutex);
+    // Removing a connection closes it, also one that another thread has made and left.
+    for (const ThreadConnection& entry : std::as_const(m_connections))
+        QSqlDatabase::removeDatabase(entry.name);
+    m_connections.clear();
+    m_open = false;
+}
+
+bool StateStore::createTable(const QString& table, const QString& sql) const
+{
+    QSqlQuery query(connection());
+    if (query.exec(sql))
+        return true;
+    logError(QStringLiteral("Cannot create %1: %2").arg(table, query.lastError().text()));
+    return false;
+}
+
+/// A database from before there was a selection gets it filled with what was applied.
+void StateStore::seedSelection()
+{
+    QSqlQuery query(connection());
+    if (!query.exec(QStringLiteral("SELECT COUNT(*) FROM tweak_selection")) || !query.next()
+        || query.value(0).toLongLong() != 0) {
+        return;
+    }
+    query.finish();
+    if (query.exec(QStringLiteral("INSERT INTO tweak_selection(tweak_id, selected_at) "
+                                  "SELECT tweak_id, updated_at FROM tweak_state WHERE state='applied'"))
+        && query.numRowsAffected() > 0) {
+        logMessage(LogLevel::Info, category,
+                   QStringLiteral("Seeded selection from %1 applied tweak(s)").arg(query.numRowsAffected()));
+    }
+}
+
+bool StateStore::beginApply(const QString& id, Tier tier, const QJsonObject& capture)
+{
+    const qint64 now = nowMs();
+    return execute("beginApply", upsertState,
+                   {id, tierName(tier), QString::fromUtf8(QJsonDocument(capture).toJson(QJsonDocument::Compact)),
+                    stateName(TweakState::Capturing), now, now});
+}
+
+bool StateStore::setState(const QString& id, TweakState state)
+{
+    return execute("setState", updateState, {stateName(state), nowMs(), id});
+}
+
+bool StateStore::loadRecord(const QString& id, TweakRecord& out, bool* unreadable) const
+{
+    if (unreadable)
+        *unreadable = false;
+    if (!m_open)
+        return false;
+    QSqlQuery query = selectQuery(connection(), selectById, id);
+    if (query.next()) {
+        out = recordFrom(query);
+        return true;
+    }
+    if (query.lastError().isValid()) {
+        logError(QStringLiteral("loadRecord failed: ") + query.lastError().text());
+        if (unreadable)
+            *unreadable = true;
+    }
+    return false;
+}
+
+QList<TweakRecord> StateStore::listByState(TweakState state) const
+{
+    QList<TweakRecord> records;
+    if (!m_open)
+        return records;
+    QSqlQuery query = selectQuery(connection(), selectByState, stateName(state));
+    while (query.next())
+        records.append(recordFrom(query));
+    if (query.lastError().isValid())
+        logError(QStringLiteral("listByState failed: ") + query.lastError().text());
+    return records;
+}
+
+QList<TweakRecord> StateStore::listInterrupted() const
+{
+    return listByState(TweakState::Capturing) + listByState(TweakState::Reverting);
+}
+
+void StateStore::setSelected(const QString& id, bool selected)
+{
+    if (selected) {
+        std::ignore = execute("setSelected",
+                              QStringLiteral("INSERT OR REPLACE INTO tweak_selection(tweak_id, selected_at) VALUES(?,?)"),
+                              {id, nowMs()});
+    } else {
+        std::ignore = execute("setSelected", QStringLiteral("DELETE FROM tweak_selection WHERE tweak_id=?"), {id});
+    }
+}
+
+void StateStore::clearSelection()
+{
+    std::ignore = execute("clearSelection", QStringLiteral("DELETE FROM tweak_selection"), {});
+}
+
+bool StateStore::execute(const char* operation, const QString& sql, const QVariantList& values) const
+{
+    if (!m_open)
+        return false;
+    QSqlQuery query(connection());
+    query.prepare(sql);
+    for (const QVariant& value : values)
+        query.addBindValue(value);
+    if (m_commitObserver)
+        m_commitObserver(false, operation);
+    if (!query.exec()) {
+        logError(QLatin1String(operation) + QStringLiteral(" failed: ") + query.lastError().text());
+        return false;
+    }
+    if (m_commitObserver)
+        m_commitObserver(true, operation);
+    return true;
+}
+
+QSqlDatabase StateStore::connection() const
+{
+    const auto threadId = reinterpret_cast<quintptr>(QThread::currentThreadId());
+    const std::weak_ptr<const void> token = currentThreadToken();
+    const QString name = m_baseName + QLatin1Char('_') + QString::number(threadId);
+    {
+        const QMutexLocker locker(&m_mutex);
+        const auto found = m_connections.constFind(threadId);
+        if (found != m_connections.cend() && QSqlDatabase::contains(found->name)) {
+            if (!found->threadToken.expired())
+                return QSqlDatabase::database(found->name);
+            // The thread it was made for has ended and left its id to this one, but Qt ties a connection to the thread
+            // object that opened it.
+            QSqlDatabase::removeDatabase(found->name);
+        }
+    }
+
+    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+    database.setDatabaseName(m_path);
+    if (database.open()) {
+        for (const QLatin1String pragma :
+             {QLatin1String("PRAGMA journal_mode=WAL"), QLatin1String("PRAGMA synchronous=FULL"),
+              QLatin1String("PRAGMA busy_timeout=5000")}) {
+            QSqlQuery(database).exec(pragma);
+        }
+    } else {
+        logError(QStringLiteral("Cannot open state.db: ") + database.lastError().text());
+    }
+    const QMutexLocker locker(&m_mutex);
+    m_connections.insert(threadId, {name, token});
+    return database;
+}
+
+} // namespace torvelane

@@ -1,0 +1,101 @@
+#pragma once
+
+#include "tweaks/Tier.h"
+
+#include <QDateTime>
+#include <QHash>
+#include <QJsonObject>
+#include <QList>
+#include <QMutex>
+#include <QSqlDatabase>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+namespace torvelane {
+
+/// How far a change got.
+enum class TweakState { Capturing = 0, Applied = 1, Reverting = 2, Reverted = 3 };
+
+/// A row of tweak_state as read.
+struct TweakRecord {
+    QString id;
+    Tier requiredTier = Tier::Free;
+    QJsonObject capture; ///< Empty if the stored text doesn't parse.
+    TweakState state = TweakState::Reverted;
+    QDateTime appliedAt; ///< Invalid if never.
+};
+
+/// The crash-safe memory of what was changed: state.db, an SQLite database in WAL mode with synchronous=FULL, so that a
+/// row is on the disk when the call that wrote it returns. Each statement is a transaction of its own and each step of a
+/// tweak's life is one statement.
+///
+/// Any thread may call any operation; each thread gets a connection of its own, which stays open for the life of the
+/// store. open and close run on the main thread. Every operation blocks on the disk, and up to five seconds on another
+/// process that holds the database. On a store that isn't open the writes return false and the reads return nothing.
+class StateStore {
+public:
+    StateStore() = default;
+    ~StateStore();
+    StateStore(const StateStore&) = delete;
+    StateStore& operator=(const StateStore&) = delete;
+
+    /// Makes the tables where they are missing, and fills an empty selection from what is applied. False, logged, if
+    /// the database can't be used; nothing in the file has been changed then.
+    [[nodiscard]] bool open(const QString& path);
+
+    /// Closes the connections of all threads. No other thread may be using the store.
+    void close();
+
+    [[nodiscard]] bool isOpen() const { return m_open; }
+
+    /// Commits the row that makes a change undoable: state capturing, with the capture. Replaces an earlier row.
+    [[nodiscard]] bool beginApply(const QString& id, Tier tier, const QJsonObject& capture);
+
+    /// No row is no failure. A failure leaves the row behind the truth, which errs on the side of undoing.
+    bool setState(const QString& id, TweakState state);
+    bool markApplied(const QString& id) { return setState(id, TweakState::Applied); }
+    bool markReverting(const QString& id) { return setState(id, TweakState::Reverting); }
+    bool markReverted(const QString& id) { return setState(id, TweakState::Reverted); }
+
+    /// False if there is no such row. `unreadable`, if given, tells whether that is because the database couldn't be
+    /// read (which is logged), so that a caller needn't take damage for absence.
+    [[nodiscard]] bool loadRecord(const QString& id, TweakRecord& out, bool* unreadable = nullptr) const;
+
+    [[nodiscard]] QList<TweakRecord> listByState(TweakState state) const;
+
+    /// The rows in state capturing, then those in state reverting.
+    [[nodiscard]] QList<TweakRecord> listInterrupted() const;
+
+    /// The user's choice, kept apart from the state: a tweak can be wanted and not applied.
+    void setSelected(const QString& id, bool selected);
+    void clearSelection();
+
+    /// Called before and after each statement that commits, with the operation's name. For tests that look at, count
+    /// or end the program at these points; null, as shipped, means none.
+    using CommitObserver = std::function<void(bool committed, const char* operation)>;
+    void setCommitObserver(CommitObserver observer) { m_commitObserver = std::move(observer); }
+
+private:
+    /// A thread's connection. The token lives as long as the thread, so that a new thread with a recycled id is told
+    /// from the one that the connection was made for.
+    struct ThreadConnection {
+        QString name;
+        std::weak_ptr<const void> threadToken;
+    };
+
+    [[nodiscard]] QSqlDatabase connection() const;
+    [[nodiscard]] bool execute(const char* operation, const QString& sql, const QVariantList& values) const;
+    [[nodiscard]] bool createTable(const QString& table, const QString& sql) const;
+    void seedSelection();
+
+    bool m_open = false;
+    QString m_baseName;
+    QString m_path;
+    CommitObserver m_commitObserver;
+    mutable QMutex m_mutex; ///< Guards m_connections only, and is never held across a query.
+    mutable QHash<quintptr, ThreadConnection> m_connections;
+};
+
+} // namespace torvelane

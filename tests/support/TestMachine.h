@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace torvelane::test {
+
+/// One registry value as it lies on the machine.
+struct MachineValue {
+    QString keyPath;
+    QString name;
+    quint32 type = 0;
+    QByteArray data;
+
+    bool operator==(const MachineValue&) const = default;
+};
+
+/// Every registry value of the machine that Torvelane could reach, in a fixed order.
+using MachineImage = QList<MachineValue>;
+
+/// A machine and a data directory for one test. On the simulated PC both are new and end with the object; under Wine the
+/// registry is the prefix's own, so a test there puts back what it changes, which is what it is about anyway.
+///
+/// Sets the process-wide data directory override and starts the log afresh; one at a time.
+class TestMachine {
+public:
+    TestMachine();
+    ~TestMachine();
+    TestMachine(const TestMachine&) = delete;
+    TestMachine& operator=(const TestMachine&) = delete;
+
+    [[nodiscard]] QString dataDir() const;
+
+    /// A path in a scratch folder that ends with the object.
+    [[nodiscard]] QString scratchFile(const QString& name) const;
+
+    /// What a child process needs in its environment to work on this machine and data directory, as NAME=VALUE. The
+    /// program's data directory is then `childDataDir`.
+    [[nodiscard]] QStringList childEnvironment() const;
+    [[nodiscard]] QString childDataDir() const;
+
+    [[nodiscard]] static MachineImage image();
+
+private:
+    QTemporaryDir m_dir;
+};
+
+/// One readable line for each value that differs; empty if none does. Keys without values don't count.
+[[nodiscard]] QStringList differences(const MachineImage& before, const MachineImage& after);
+
+/// Whether the long sweeps are wanted (`./dev test --full`).
+[[nodiscard]] bool fullRun();
+
+} // namespace torvelane::test
