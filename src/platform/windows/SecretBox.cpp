@@ -1,0 +1,56 @@
+#include "platform/SecretBox.h"
+
+#include "platform/windows/Owners.h"
+
+#include <limits>
+
+#include <dpapi.h>
+#include <wincrypt.h>
+
+namespace torvelane::platform {
+
+namespace {
+
+// Keeps what this program protected apart from what the user's other programs did. It is no secret, and a change of it
+// makes everything unreadable that was protected before.
+constexpr char entropyText[] = "Torvelane.SecretBox.1";
+
+DATA_BLOB blobOf(const char* data, std::size_t size)
+{
+    return {static_cast<DWORD>(size), reinterpret_cast<BYTE*>(const_cast<char*>(data))};
+}
+
+bool convert(const QByteArray& in, QByteArray& out, bool protect)
+{
+    out.clear();
+    if (static_cast<std::size_t>(in.size()) > std::numeric_limits<DWORD>::max())
+        return false;
+    DATA_BLOB source = blobOf(in.constData(), static_cast<std::size_t>(in.size()));
+    DATA_BLOB entropy = blobOf(entropyText, sizeof(entropyText) - 1);
+    DATA_BLOB result{};
+    // Never a window: this also runs on worker threads and from a console.
+    const BOOL done = protect
+        ? CryptProtectData(&source, nullptr, &entropy, nullptr, nullptr, CRYPTPROTECT_UI_FORBIDDEN, &result)
+        : CryptUnprotectData(&source, nullptr, &entropy, nullptr, nullptr, CRYPTPROTECT_UI_FORBIDDEN, &result);
+    const OwnedLocal<BYTE> owner(result.pbData);
+    if (!done)
+        return false;
+    out = QByteArray(reinterpret_cast<const char*>(result.pbData), static_cast<qsizetype>(result.cbData));
+    if (!protect && result.pbData)
+        SecureZeroMemory(result.pbData, result.cbData);
+    return true;
+}
+
+} // namespace
+
+bool protectSecret(const QByteArray& plain, QByteArray& out)
+{
+    return convert(plain, out, true);
+}
+
+bool unprotectSecret(const QByteArray& cipher, QByteArray& out)
+{
+    return convert(cipher, out, false);
+}
+
+} // namespace torvelane::platform
