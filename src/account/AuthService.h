@@ -2,10 +2,19 @@
 
 #include "tweaks/Tier.h"
 
+#include <QMetaType>
 #include <QObject>
 #include <QString>
 
 namespace torvelane {
+
+/// Who the session belongs to, as windows show it.
+struct UserProfile {
+    QString identifier; ///< Stable key of the account; empty without a session.
+    QString email;      ///< Empty for an account that has none.
+    QString userName;
+    QString avatarUrl;  ///< "data:image..." or "http..." address of a picture; empty means none.
+};
 
 /// The session of the person who uses the program. One object for the process, on the main thread; the interface through
 /// which everything else sees the account, whatever stands behind it.
@@ -29,12 +38,19 @@ public:
     /// Name of the session's user; empty without a session.
     [[nodiscard]] virtual QString userName() const = 0;
 
+    [[nodiscard]] virtual UserProfile profile() const = 0;
+
     /// Tier that the session was begun with; none without a session.
     [[nodiscard]] virtual Tier sessionTier() const = 0;
 
 Q_SIGNALS:
     /// A session began, ended, or was taken up.
     void sessionChanged();
+
+    /// What the windows show of the user is no longer what it was.
+    void userChanged(const torvelane::UserProfile& profile);
 };
 
 } // namespace torvelane
+
+Q_DECLARE_METATYPE(torvelane::UserProfile)

@@ -67,10 +67,18 @@ void LocalAuthService::logout()
     begin({});
 }
 
+UserProfile LocalAuthService::profile() const
+{
+    if (!m_session.signedIn)
+        return {};
+    return {.identifier = m_session.userName, .email = {}, .userName = m_session.userName, .avatarUrl = {}};
+}
+
 void LocalAuthService::begin(const TokenFile::Session& session)
 {
     m_session = session.signedIn ? session : TokenFile::Session();
     Q_EMIT sessionChanged();
+    Q_EMIT userChanged(profile());
 }
 
 } // namespace torvelane

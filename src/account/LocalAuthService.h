@@ -18,6 +18,7 @@ public:
     void logout() override;
     [[nodiscard]] bool isAuthenticated() const override { return m_session.signedIn; }
     [[nodiscard]] QString userName() const override { return m_session.userName; }
+    [[nodiscard]] UserProfile profile() const override;
     [[nodiscard]] Tier sessionTier() const override { return m_session.tier; }
 
     /// Longest name that a session can have, in UTF-16 units: Windows' own limit for user names (UNLEN).

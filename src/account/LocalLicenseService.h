@@ -15,6 +15,12 @@ public:
     explicit LocalLicenseService(AuthService* auth, QObject* parent = nullptr);
 
     SubscriptionState refresh() override;
+
+    /// A session of this machine changes only through this program: there is nothing to ask for from time to time.
+    void start() override { }
+    void stop() override { }
+    void setApplicationActive(bool) override { }
+
     [[nodiscard]] SubscriptionState state() const override { return m_state; }
 
 private:

@@ -11,6 +11,7 @@ TierWatcher::TierWatcher(AuthService* auth, LicenseService* license, TweakEngine
     : QObject(parent), m_engine(engine), m_tier(tier)
 {
     connect(license, &LicenseService::subscriptionChanged, this, &TierWatcher::follow);
+    connect(license, &LicenseService::sessionEnded, this, &TierWatcher::endSession);
     // A sign-out counts at once, whenever the licence next asks.
     connect(auth, &AuthService::sessionChanged, this, [this, auth] {
         if (!auth->isAuthenticated())
@@ -31,6 +32,13 @@ void TierWatcher::follow(const SubscriptionState& state)
         m_engine->revertAboveTier(now);
     }
     Q_EMIT tierChanged(now);
+}
+
+void TierWatcher::endSession()
+{
+    m_engine->revertAll(false);
+    follow({});
+    Q_EMIT loggedOut();
 }
 
 } // namespace torvelane

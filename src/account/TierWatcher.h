@@ -23,8 +23,12 @@ public:
 Q_SIGNALS:
     void tierChanged(torvelane::Tier tier);
 
+    /// The session was ended elsewhere. All applied tweaks have been put back by then; the selection stays.
+    void loggedOut();
+
 private:
     void follow(const SubscriptionState& state);
+    void endSession();
 
     TweakEngine* m_engine;
     Tier* m_tier;
