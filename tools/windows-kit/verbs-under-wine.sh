@@ -26,7 +26,10 @@ torvelane() {
   printf '    Torvelane %s -> %s\n' "$*" "$code"
 }
 
-query() { wine reg query "$@" 2>/dev/null </dev/null | tr -d '\r'; }
+# values KEY: the lines of reg.exe that show a value. It reports a missing key as text, too, and an empty key
+# that stays behind is no difference.
+values() { wine reg query "$1" 2>/dev/null </dev/null | tr -d '\r' | grep ' REG_'; }
+lacks_key() { ! wine reg query "$1" >/dev/null 2>&1 </dev/null; }
 
 failed() {
   failures=$((failures + 1))
@@ -49,12 +52,12 @@ prints() {
 value() {
   checks=$((checks + 1))
   local shown
-  shown=$(query "$1" /v "$2" | sed -n "s/^ *$2 *//p" | tr -s ' ')
+  shown=$(values "$1" | sed -n "s/^ *$2 *//p" | tr -s ' ')
   [ "$shown" = "$3 $4" ] || failed "$1 $2 is '$shown' instead of '$3 $4'"
 }
 same_as_before() {
   checks=$((checks + 1))
-  [ "$(query "$1")" = "$before" ] || failed "$1 is not what it was before"
+  [ "$(values "$1")" = "$before" ] || failed "$1 is not what it was before"
 }
 
 profile='HKLM\SOFTWARE\Microsoft\Windows NT\CurrentVersion\Multimedia\SystemProfile'
@@ -76,8 +79,9 @@ torvelane LIST
 check 'list has a line for each tweak' test "$(grep -c 'requires' <<<"$output")" = 162
 prints '  [ ] selftest.toggle  (requires free, SelfTest)'
 
-# A number in HKLM that needs all 32 bits, in a key that isn't there at first or keeps its other values.
-before=$(query "$profile")
+# A number in HKLM that needs all 32 bits, in a key that isn't there at first.
+before=$(values "$profile")
+check 'the first key is missing' lacks_key "$profile"
 torvelane apply opt.disable-network-throttling
 prints 'Applied opt.disable-network-throttling'
 value "$profile" NetworkThrottlingIndex REG_DWORD 0xffffffff
@@ -92,19 +96,19 @@ same_as_before "$profile"
 # Binary values and texts, over values that the user has.
 wine reg add "$mouse" /v SmoothMouseXCurve /t REG_BINARY /d 0102030405 /f >/dev/null 2>&1
 wine reg add "$mouse" /v MouseSpeed /t REG_EXPAND_SZ /d '%SystemRoot%' /f >/dev/null 2>&1
-before=$(query "$mouse")
+before=$(values "$mouse")
 torvelane apply torv.periph.kervo-mouse-fix
 prints 'Applied torv.periph.kervo-mouse-fix'
 value "$mouse" SmoothMouseXCurve REG_BINARY \
   0000000000000000C0CC0C0000000000809919000000000040662600000000000033330000000000
-check 'the key has changed' test "$(query "$mouse")" != "$before"
+check 'the key has changed' test "$(values "$mouse")" != "$before"
 torvelane revert torv.periph.kervo-mouse-fix
 prints 'Reverted torv.periph.kervo-mouse-fix'
 same_as_before "$mouse"
 
 torvelane selftest
 prints 'Self-test OK: apply/capture/revert round-trip succeeded.'
-check 'selftest leaves no value' test -z "$(query 'HKCU\Software\Torvelane\SelfTest' | grep REG_)"
+check 'selftest leaves no value' test -z "$(values 'HKCU\Software\Torvelane\SelfTest')"
 
 # Failure shows in the text, not in the code.
 torvelane apply no.such.tweak
@@ -117,7 +121,7 @@ prints 'Reverted tb.left-align'
 # Sign-in and what its end undoes.
 torvelane login Ada free
 prints 'Signed in as Ada, tier free'
-before=$(query "$profile")
+before=$(values "$profile")
 torvelane apply opt.disable-network-throttling
 prints 'Apply failed: '
 same_as_before "$profile"
@@ -139,10 +143,10 @@ prints 'Signed in as Ada, tier pro'
 # The shell sees quotes, & and variables; what the command starts in passing outlives it.
 torvelane apply tweaks.classic-context-menu
 prints 'Applied tweaks.classic-context-menu'
-check 'the shell made the key' test -n "$(query "$menu\\InprocServer32" /ve)"
+value "$menu\\InprocServer32" '(Default)' REG_SZ ''
 torvelane restore-all
 prints 'Restored everything.'
-check 'restore-all took the key away' test -z "$(query "$menu")"
+check 'restore-all took the key away' lacks_key "$menu"
 torvelane status
 check 'nothing is applied at the end' grep -qx '  Applied tweaks: ' <<<"$output"
 
