@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QWidget>
+
+namespace torvelane {
+
+class WinControls;
+
+/// The native window around a content widget, usually a HeroWindow: frameless, of the content's size for good, with
+/// rounded corners and a shadow from the system, two window buttons that float over the content, and a strip along the
+/// top that moves it. Owns the content. Object name "ChromeWindow". Main thread.
+class ChromeWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    /// Takes the content's current size, at least 400 by 300.
+    ChromeWindow(QWidget* content, const QString& title, QWidget* parent = nullptr);
+
+    /// Whether a press at this point of the window moves it: the top 36 rows, but not the window buttons.
+    [[nodiscard]] bool dragsAt(const QPoint& point) const;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    bool nativeEvent(const QByteArray& eventType, void* message, qintptr* result) override;
+
+private:
+    WinControls* m_controls;
+    bool m_frameApplied = false;
+};
+
+} // namespace torvelane

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "ui/PausableClock.h"
+
+#include <QElapsedTimer>
+#include <QList>
+#include <QPixmap>
+#include <QWidget>
+
+#include <array>
+
+class QTimer;
+
+namespace torvelane {
+
+/// The content of every top-level window: paints the animated background (dots, drifting glows, twinkling stars) and is
+/// the base of the windows themselves. Lies in a ChromeWindow, which is the native window around it. Object name
+/// "Window". A subclass sets its own size by resize() in its constructor; the frame keeps to it.
+///
+/// The animation runs only while somebody looks: visible, active, not minimised, and neither being moved, resized nor
+/// scrolled. It goes on where it stopped. Main thread.
+class HeroWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit HeroWindow(QWidget* parent = nullptr);
+
+    /// Holds the animation for a moment, so that it doesn't compete with a scroll. Called on every wheel step.
+    void pauseForScroll();
+
+    /// The background under a rectangle in this window's coordinates, as it was last composed, without the stars. Null
+    /// if the rectangle lies outside or the window is too small to have a background. It is opaque.
+    [[nodiscard]] QPixmap backgroundSlice(const QRect& rect);
+
+    /// Starts or stops the animation as the window's state asks for. Called wherever that state changes.
+    void syncTimer();
+
+    [[nodiscard]] bool isAnimating() const;
+
+Q_SIGNALS:
+    /// The static layers are new, after a resize or a change of the screen's scale: slices taken before are stale.
+    void backgroundRebuilt();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void rebuildStatic();
+    void bakeFrame(double seconds);
+    void advance();
+    [[nodiscard]] double animationSeconds() const;
+    [[nodiscard]] bool frameFits() const;
+    [[nodiscard]] QPointF starTopLeft(int index, double seconds) const;
+
+    QTimer* m_repaintTimer;
+    QTimer* m_rebuildTimer;
+    QTimer* m_scrollTimer;
+    QTimer* m_moveTimer;
+    bool m_resizing = false;
+    bool m_scrolling = false;
+    bool m_moving = false;
+    bool m_filterInstalled = false;
+
+    QElapsedTimer m_clock;
+    PausableClock m_animation;
+    qint64 m_lastBakeMs = -1;
+
+    // All in physical pixels, with a ratio of 1: blits between them then need no resampling at any screen scale.
+    qreal m_ratio = 1.0;
+    QPixmap m_dots;
+    std::array<QPixmap, 4> m_glows;
+    QList<QPixmap> m_stars;
+    QPixmap m_bottomFade;
+    QPixmap m_frame;
+};
+
+} // namespace torvelane
