@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdio>
+
+namespace torvelane::platform::simulated {
+
+/// Where a simulated tool writes. Windows' tools end their lines with CR and LF, and so do these.
+struct ToolOutput {
+    std::FILE* out = stdout; ///< Null if the output is thrown away (">nul").
+    std::FILE* err = stderr;
+    const char* lineEnd = "\r\n";
+
+    void line(const QString& text = {}) const { write(out, text); }
+    void error(const QString& text) const { write(err, text); }
+
+private:
+    void write(std::FILE* file, const QString& text) const
+    {
+        if (file)
+            std::fprintf(file, "%s%s", text.toUtf8().constData(), lineEnd);
+    }
+};
+
+} // namespace torvelane::platform::simulated
