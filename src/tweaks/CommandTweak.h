@@ -23,6 +23,7 @@ public:
                  OptionalCommandList revertBoot);
 
     [[nodiscard]] bool isValid() const { return !m_applyCommands.isEmpty(); }
+    [[nodiscard]] const QStringList& applyCommands() const { return m_applyCommands; }
 
     [[nodiscard]] QJsonObject capture(bool* ok, QString* error) override;
     [[nodiscard]] TweakResult apply() override;
