@@ -142,18 +142,26 @@ QString SimulatedPc::canonicalKeyPath(const QString& keyPath)
 
 MachineSnapshot SimulatedPc::snapshot()
 {
-    MachineSnapshot values;
     Machine* const machine = Machine::current();
     if (!machine)
-        return values;
+        return {};
     QSqlQuery query(machine->database());
     query.setForwardOnly(true);
-    query.exec(u"SELECT k.path, v.name, v.type, v.data FROM registryValue v JOIN registryKey k ON k.id = v.keyId"_s);
+    query.exec(u"SELECT k.folded, v.folded, k.path, v.name, v.type, v.data"
+               u" FROM registryValue v JOIN registryKey k ON k.id = v.keyId"_s);
+    QList<std::pair<std::pair<QString, QString>, SimulatedValue>> rows;
     while (query.next()) {
-        values << SimulatedValue{query.value(0).toString(), query.value(1).toString(), query.value(2).toUInt(),
-                                 query.value(3).toByteArray()};
+        rows.emplaceBack(std::pair(query.value(0).toString(), query.value(1).toString()),
+                         SimulatedValue{query.value(2).toString(), query.value(3).toString(), query.value(4).toUInt(),
+                                        query.value(5).toByteArray()});
     }
-    std::ranges::sort(values, {}, place);
+    std::ranges::sort(
+        rows, {}, [](const auto& row) -> const auto& { return row.first; });
+
+    MachineSnapshot values;
+    values.reserve(rows.size());
+    for (auto& row : rows)
+        values << std::move(row.second);
     return values;
 }
 
