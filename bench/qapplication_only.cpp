@@ -1,0 +1,9 @@
+// What every program with Qt's windows pays before it does anything: the floor for the start of Torvelane.
+
+#include <QApplication>
+
+int main(int argc, char** argv)
+{
+    const QApplication application(argc, argv);
+    return 0;
+}
