@@ -52,10 +52,10 @@ protected:
 private:
     void rebuildStatic();
     void bakeFrame(double seconds);
+    void ensureFrame(double seconds);
     void advance();
     [[nodiscard]] double animationSeconds() const;
-    [[nodiscard]] bool frameFits() const;
-    [[nodiscard]] QPointF starTopLeft(int index, double seconds) const;
+    [[nodiscard]] QRectF starRect(std::size_t index, double seconds) const;
 
     QTimer* m_repaintTimer;
     QTimer* m_rebuildTimer;
@@ -68,7 +68,7 @@ private:
 
     QElapsedTimer m_clock;
     PausableClock m_animation;
-    qint64 m_lastBakeMs = -1;
+    qint64 m_lastBakeMs = -1; // the frame is composed anew when painted next
 
     // All in physical pixels, with a ratio of 1: blits between them then need no resampling at any screen scale.
     qreal m_ratio = 1.0;

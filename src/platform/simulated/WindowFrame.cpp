@@ -1,0 +1,20 @@
+#include "platform/WindowFrame.h"
+
+namespace torvelane::platform {
+
+FrameMessage readFrameMessage(const QByteArray&, const void*)
+{
+    return {};
+}
+
+bool movesWindowsByHitTest()
+{
+    return false;
+}
+
+void dressFramelessWindow(quintptr)
+{
+    // What a window looks like at its edges is the desktop's business here.
+}
+
+} // namespace torvelane::platform

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+namespace torvelane {
+
+/// The application's style sheet, with the families filled in. What is not listed here by object name or `variant` is
+/// painted in code. The hover looks of tiles that appear by the hundred don't belong here: each rule costs every widget.
+[[nodiscard]] QString globalStyleSheet(const QString& bodyFamily, const QString& displayFamily);
+
+/// The rules of the vertical scroll bar alone, as they stand in the sheet.
+[[nodiscard]] QString verticalScrollBarRules();
+
+/// The rules of a see-through scroll area alone, as they stand in the sheet.
+[[nodiscard]] QString scrollAreaRules();
+
+} // namespace torvelane

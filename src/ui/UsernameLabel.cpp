@@ -1,0 +1,83 @@
+#include "ui/UsernameLabel.h"
+
+#include "ui/Theme.h"
+
+#include <QPainter>
+#include <QTimer>
+
+namespace torvelane {
+
+namespace {
+
+constexpr int tickMs = 33;
+constexpr double glintWidth = 0.08;
+
+QLinearGradient glint(const QRectF& area, double sheen)
+{
+    QLinearGradient gradient(area.topLeft(), area.topRight());
+    gradient.setColorAt(0, palette::accent);
+    const auto addInside = [&gradient](double at, const QColor& color) {
+        if (at > 0.0 && at < 1.0)
+            gradient.setColorAt(at, color);
+    };
+    addInside(sheen - glintWidth, palette::accent);
+    addInside(sheen, palette::ink);
+    addInside(sheen + glintWidth, palette::accent);
+    gradient.setColorAt(1, palette::accent);
+    return gradient;
+}
+
+} // namespace
+
+UsernameLabel::UsernameLabel(QWidget* parent) : QLabel(parent), m_timer(new QTimer(this))
+{
+    m_timer->setInterval(tickMs);
+    connect(m_timer, &QTimer::timeout, this, &UsernameLabel::advanceSheen);
+}
+
+void UsernameLabel::setStyle(Style style)
+{
+    if (m_style == style)
+        return;
+    m_style = style;
+    if (style == Style::Glint) {
+        m_sheen = -0.1;
+        m_timer->start();
+    } else {
+        m_timer->stop();
+    }
+    update();
+}
+
+void UsernameLabel::advanceSheen()
+{
+    if (!isVisible() || window()->isMinimized())
+        return;
+    m_sheen += 0.03;
+    if (m_sheen > 1.1)
+        m_sheen = -0.1;
+    update();
+}
+
+void UsernameLabel::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    painter.setFont(font());
+    const QRect area = contentsRect();
+    switch (m_style) {
+    case Style::Plain:
+        painter.setPen(palette::ink);
+        break;
+    case Style::Accent:
+        painter.setPen(palette::accent);
+        break;
+    case Style::Glint:
+        painter.setPen(QPen(QBrush(glint(area, m_sheen)), 0));
+        break;
+    }
+    painter.drawText(area, static_cast<int>(alignment()),
+                     fontMetrics().elidedText(text(), Qt::ElideRight, area.width()));
+}
+
+} // namespace torvelane
