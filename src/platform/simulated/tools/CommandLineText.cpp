@@ -53,23 +53,34 @@ private:
         m_current.text = m_current.text.trimmed();
         if (!m_current.text.isEmpty())
             m_commands << m_current;
-        m_current = {next, {}, false};
+        m_current = {next, {}, false, false};
     }
 
-    /// ">nul", ">> file", "2>&1": the digit before and the target behind belong to it.
+    /// ">nul", ">> file", "2>&1": the digit before and the target behind belong to it. What is redirected is thrown
+    /// away, unless it joins the other stream.
     void skipRedirection(QChar c)
     {
         QString& text = m_current.text;
         const bool hasDigit =
             !text.isEmpty() && text.back().isDigit() && (text.size() == 1 || text[text.size() - 2].isSpace());
-        const bool isOutput = c == u'>' && (!hasDigit || text.back() == u'1');
+        const bool isErrors = hasDigit && text.back() == u'2';
         if (hasDigit)
             text.chop(1);
         if (peek() == u'>')
             ++m_at;
-        const bool toStream = peek() == u'&';
-        if (toStream)
+        const bool joins = peek() == u'&';
+        if (joins)
             ++m_at;
+        skipTarget();
+        if (c == u'<')
+            return;
+        bool& discards = isErrors ? m_current.discardsErrors : m_current.discardsOutput;
+        const bool other = isErrors ? m_current.discardsOutput : m_current.discardsErrors;
+        discards = joins ? other : true;
+    }
+
+    void skipTarget()
+    {
         while (peek().isSpace())
             ++m_at;
         bool isQuoted = false;
@@ -77,7 +88,6 @@ private:
             ++m_at;
             isQuoted = isQuoted != (m_line[m_at] == u'"');
         }
-        m_current.isSilent = m_current.isSilent || (isOutput && !toStream);
     }
 
     const QString& m_line;

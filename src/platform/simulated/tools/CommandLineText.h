@@ -15,8 +15,9 @@ enum class Joint {
 
 struct SimpleCommand {
     Joint joint = Joint::Always;
-    QString text;          ///< Quotes kept, carets resolved, redirections taken out.
-    bool isSilent = false; ///< Its output was redirected.
+    QString text;                ///< Quotes kept, carets resolved, redirections taken out.
+    bool discardsOutput = false; ///< Standard output was redirected.
+    bool discardsErrors = false;
 };
 
 /// Splits a cmd.exe command line at its operators outside of quotes.

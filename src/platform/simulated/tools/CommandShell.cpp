@@ -176,8 +176,10 @@ void runCommand(Shell& shell, const SimpleCommand& command)
     // A leading @ only keeps a batch file from showing the command.
     call.text.remove(QRegularExpression(u"^@+"_s));
     call.words = splitWords(call.text);
-    if (command.isSilent)
+    if (command.discardsOutput)
         call.output.out = nullptr;
+    if (command.discardsErrors)
+        call.output.err = nullptr;
     if (call.words.isEmpty() || runBuiltIn(shell, call))
         return;
 

@@ -98,7 +98,7 @@ QString shownName(const QString& name)
 bool confirm(const QString& question, const ToolOutput& output)
 {
     if (output.out) {
-        std::fputs(QString(question % " (Yes/No)? "_L1).toUtf8().constData(), output.out);
+        std::fputs(QString(question % "(Yes/No)? "_L1).toUtf8().constData(), output.out);
         std::fflush(output.out);
     }
     std::string answer;

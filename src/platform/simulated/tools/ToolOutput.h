@@ -18,8 +18,11 @@ struct ToolOutput {
 private:
     void write(std::FILE* file, const QString& text) const
     {
-        if (file)
-            std::fprintf(file, "%s%s", text.toUtf8().constData(), lineEnd);
+        if (!file)
+            return;
+        std::fprintf(file, "%s%s", text.toUtf8().constData(), lineEnd);
+        // Both channels usually end in one pipe, where the lines have to come in the order of their writing.
+        std::fflush(file);
     }
 };
 
