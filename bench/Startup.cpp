@@ -56,6 +56,7 @@ public:
     {
         require(m_dir.isValid());
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        qputenv("LC_ALL", "C.UTF-8"); // Qt complains of another one, at length
         qputenv("XDG_CONFIG_HOME", m_dir.path().toLocal8Bit());
         platform::SimulatedPc::setMachineFile(m_dir.filePath(QStringLiteral("machine.db")));
     }
