@@ -1,0 +1,84 @@
+#include "support/ScratchMachine.h"
+
+#include "platform/Registry.h"
+
+#include <QtEndian>
+
+namespace torvelane::test {
+
+using platform::codeSuccess;
+using platform::RegistryAccess;
+using platform::RegistryKey;
+using platform::RootKey;
+
+namespace {
+
+/// Keys can't be deleted through our layer; empty ones don't count.
+void clearValues(const QString& path)
+{
+    RegistryKey readable;
+    RegistryKey writable;
+    if (RegistryKey::open(RootKey::CurrentUser, path, RegistryAccess::Read, readable) != codeSuccess
+        || RegistryKey::open(RootKey::CurrentUser, path, RegistryAccess::SetValue, writable) != codeSuccess) {
+        return;
+    }
+    QStringList names;
+    std::ignore = readable.valueNames(names);
+    for (const QString& name : std::as_const(names)) {
+        if (writable.deleteValue(name) != codeSuccess)
+            qFatal("The scratch key could not be emptied");
+    }
+    std::ignore = readable.subkeyNames(names);
+    for (const QString& name : std::as_const(names))
+        clearValues(path + u'\\' + name);
+}
+
+} // namespace
+
+void putRaw(const QString& name, const RawValue& value, const QString& path)
+{
+    RegistryKey key;
+    const auto data = std::as_bytes(std::span(value.data.constData(), static_cast<std::size_t>(value.data.size())));
+    if (RegistryKey::create(RootKey::CurrentUser, path, key) != codeSuccess
+        || key.setValue(name, value.type, data) != codeSuccess) {
+        qFatal("A value could not be stored in the scratch key");
+    }
+}
+
+std::optional<RawValue> rawValue(const QString& name, const QString& path)
+{
+    RegistryKey key;
+    RawValue value;
+    quint32 sizeBytes = 0;
+    if (RegistryKey::open(RootKey::CurrentUser, path, RegistryAccess::Read, key) != codeSuccess
+        || key.querySize(name, value.type, sizeBytes) != codeSuccess) {
+        return std::nullopt;
+    }
+    value.data.resize(sizeBytes);
+    const auto buffer = std::as_writable_bytes(std::span(value.data.data(), sizeBytes));
+    return key.query(name, buffer, value.type, sizeBytes) == codeSuccess ? std::optional(value) : std::nullopt;
+}
+
+QByteArray utf16(const QString& text, qsizetype terminators)
+{
+    return QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2) + QByteArray(terminators * 2, '\0');
+}
+
+QByteArray dwordBytes(quint32 number)
+{
+    QByteArray bytes(4, Qt::Uninitialized);
+    qToLittleEndian(number, bytes.data());
+    return bytes;
+}
+
+ScratchMachine::ScratchMachine()
+{
+    clearValues(scratchKey);
+}
+
+ScratchMachine::~ScratchMachine()
+{
+    clearValues(scratchKey);
+}
+
+} // namespace torvelane::test

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "support/LogCapture.h"
+#include "support/TestMachine.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+namespace torvelane::test {
+
+/// The key below HKCU that tests may fill on either machine.
+inline const QString scratchKey = QStringLiteral("Software\\Torvelane\\Test");
+
+/// A value's type and bytes as the machine keeps them, below any conversion of ours.
+struct RawValue {
+    quint32 type = 0;
+    QByteArray data;
+
+    bool operator==(const RawValue&) const = default;
+};
+
+/// Stores a value below HKCU, with the keys on the way to it.
+void putRaw(const QString& name, const RawValue& value, const QString& path = scratchKey);
+
+/// Absent if there is no such value.
+[[nodiscard]] std::optional<RawValue> rawValue(const QString& name, const QString& path = scratchKey);
+
+/// The bytes of a text in UTF-16, with as many NUL units behind it.
+[[nodiscard]] QByteArray utf16(const QString& text, qsizetype terminators = 1);
+
+/// The bytes of a REG_DWORD.
+[[nodiscard]] QByteArray dwordBytes(quint32 number);
+
+/// A test's machine with an empty scratch key, which it empties again at its end, and what its log gained.
+class ScratchMachine {
+public:
+    ScratchMachine();
+    ~ScratchMachine();
+    ScratchMachine(const ScratchMachine&) = delete;
+    ScratchMachine& operator=(const ScratchMachine&) = delete;
+
+private:
+    TestMachine m_machine; ///< First, since the log belongs to it.
+
+public:
+    LogCapture log;
+};
+
+} // namespace torvelane::test
