@@ -1,20 +1,62 @@
 #include "shell/WindowLayer.h"
 
-#include "platform/ProcessSettings.h"
+#include "core/Deployment.h"
+#include "core/Log.h"
+#include "shell/ShellController.h"
+#include "shell/SingleInstance.h"
+#include "shell/UrlProtocol.h"
+#include "ui/SmoothScroller.h"
+#include "ui/Theme.h"
+#include "ui/Translate.h"
 
-#include <QTextStream>
-
-#include <cstdio>
+#include <QApplication>
 
 namespace torvelane {
 
-int runWindowLayer(AppContext&)
+namespace {
+
+/// Whether the program may go on without, or with, a line to the outside.
+bool passConnectivityGate()
 {
-    platform::attachParentConsole();
-    QTextStream(stdout) << "Torvelane has no window yet. Use it from the command line:\n"
-                           "  Torvelane status | list | apply <id> | revert <id> | restore-all | selftest\n"
-                           "  Torvelane hwid | login [user name] [tier] | heartbeat | logout\n";
-    return 1;
+    if (!qEnvironmentVariableIsSet("TORVELANE_NO_CONNECTION_CHECK") && !deployment::hasBackend) {
+        logMessage(LogLevel::Info, QStringLiteral("connectivity"),
+                   QStringLiteral("This build has no backend; connectivity check skipped"));
+    }
+    return true;
+}
+
+/// Whether an update has taken over.
+bool handOverToUpdate()
+{
+    if (!qEnvironmentVariableIsSet("TORVELANE_NO_UPDATE") && !deployment::hasBackend) {
+        logMessage(LogLevel::Info, QStringLiteral("update"),
+                   QStringLiteral("This build has no backend; update check skipped"));
+    }
+    return false;
+}
+
+} // namespace
+
+int runWindowLayer(AppContext& context)
+{
+    if (SingleInstance::handOver(SingleInstance::linkIn(QCoreApplication::arguments())))
+        return 0;
+    installTranslator();
+    applyTheme(*qApp);
+    if (!passConnectivityGate())
+        return 1;
+    if (handOverToUpdate())
+        return 0;
+
+    // Links have no receiver while the account is the local one.
+    SingleInstance instance;
+    instance.listen();
+    registerUrlProtocol();
+    qApp->installEventFilter(new SmoothScroller(qApp));
+
+    ShellController controller(context);
+    controller.start();
+    return QApplication::exec();
 }
 
 } // namespace torvelane

@@ -1,0 +1,83 @@
+#include "shell/SingleInstance.h"
+
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QStringList>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace torvelane {
+
+namespace {
+
+const QString serverName = QStringLiteral("torvelane-singleton");
+const QString linkScheme = QStringLiteral("torvelane://");
+constexpr int waitMs = 250;
+
+/// A client that connects and says nothing is let go after this.
+constexpr int silentClientMs = 2000;
+
+} // namespace
+
+SingleInstance::SingleInstance(QObject* parent) : QObject(parent), m_server(new QLocalServer(this))
+{
+    m_server->setSocketOptions(QLocalServer::UserAccessOption);
+    connect(m_server, &QLocalServer::newConnection, this, &SingleInstance::takeConnections);
+}
+
+QString SingleInstance::linkIn(const QStringList& arguments)
+{
+    const auto found = std::ranges::find_if(
+        arguments, [](const QString& argument) { return argument.startsWith(linkScheme, Qt::CaseSensitive); });
+    return found == arguments.end() ? QString() : *found;
+}
+
+bool SingleInstance::handOver(const QString& link)
+{
+    QLocalSocket socket;
+    socket.connectToServer(serverName, QIODevice::ReadWrite);
+    if (!socket.waitForConnected(waitMs))
+        return false;
+    if (!link.isEmpty()) {
+        socket.write(link.toUtf8());
+        socket.flush();
+        socket.waitForBytesWritten(waitMs);
+    }
+    socket.disconnectFromServer();
+    return true;
+}
+
+void SingleInstance::listen()
+{
+    QLocalServer::removeServer(serverName);
+    m_server->listen(serverName);
+}
+
+void SingleInstance::takeConnections()
+{
+    while (QLocalSocket* const socket = m_server->nextPendingConnection()) {
+        socket->setReadBufferSize(maxLinkSizeBytes);
+        connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+        connect(socket, &QLocalSocket::readyRead, this, [this, socket] { readLink(socket); });
+        QTimer::singleShot(silentClientMs, socket, [socket] {
+            socket->abort();
+            socket->deleteLater();
+        });
+        // What was sent before this slot ran has already been announced.
+        if (socket->bytesAvailable() > 0)
+            readLink(socket);
+        else if (socket->state() != QLocalSocket::ConnectedState)
+            socket->deleteLater();
+    }
+}
+
+void SingleInstance::readLink(QLocalSocket* socket)
+{
+    const QString text = QString::fromUtf8(socket->read(maxLinkSizeBytes)).trimmed();
+    socket->disconnectFromServer();
+    if (text.startsWith(linkScheme, Qt::CaseSensitive))
+        Q_EMIT linkReceived(QUrl(text, QUrl::TolerantMode));
+}
+
+} // namespace torvelane

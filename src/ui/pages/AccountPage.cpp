@@ -1,0 +1,74 @@
+#include "ui/pages/AccountPage.h"
+
+#include "account/AuthService.h"
+#include "core/Deployment.h"
+#include "ui/Icons.h"
+#include "ui/Theme.h"
+#include "ui/Translate.h"
+
+#include <QFrame>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace torvelane {
+
+namespace {
+
+constexpr int buttonIconSize = 18;
+
+/// The one button that ends something: its red is its own.
+const QString signOutStyle = QStringLiteral(
+    "QPushButton { border-radius: 22px; padding: 12px 26px; color: #FCA5A5; font-weight: 600;"
+    " background: rgba(225,66,88,0.12); border: 1px solid rgba(255,140,150,0.30); }"
+    "QPushButton:hover { background: rgba(225,66,88,0.20); border-color: rgba(255,140,150,0.50); }"
+    "QPushButton:focus { border-color: rgba(255,140,150,0.80); }");
+
+QString identityLine(const UserProfile& profile)
+{
+    if (profile.userName.isEmpty())
+        return profile.email;
+    if (profile.email.isEmpty())
+        return profile.userName;
+    return QStringLiteral("%1 · %2").arg(profile.userName, profile.email);
+}
+
+} // namespace
+
+AccountPage::AccountPage(const UserProfile& profile, QWidget* parent) : QWidget(parent)
+{
+    auto* const outer = new QVBoxLayout(this);
+    outer->setContentsMargins(0, 0, 0, 0);
+    outer->setSpacing(16);
+
+    auto* const card = new QFrame;
+    card->setObjectName(QStringLiteral("GlassCard"));
+    auto* const column = new QVBoxLayout(card);
+    column->setContentsMargins(28, 26, 28, 26);
+    column->setSpacing(10);
+    auto* const title = new QLabel(translate("MainWindow", "Account"));
+    title->setFont(displayFont(18, QFont::Bold));
+    title->setStyleSheet(QStringLiteral("color:#FFFFFF;"));
+    auto* const identity = new QLabel(identityLine(profile));
+    identity->setObjectName(QStringLiteral("Muted"));
+    identity->setTextFormat(Qt::PlainText);
+    identity->setWordWrap(true);
+    auto* const version = new QLabel(QStringLiteral("Torvelane %1").arg(deployment::version));
+    version->setObjectName(QStringLiteral("Faint"));
+    column->addWidget(title);
+    column->addWidget(identity);
+    column->addWidget(version);
+    outer->addWidget(card);
+
+    auto* const signOut = new QPushButton(translate("MainWindow", "Sign out"));
+    signOut->setCursor(Qt::PointingHandCursor);
+    signOut->setMinimumHeight(44);
+    signOut->setIcon(iconFor(IconId::LogOut, palette::danger, buttonIconSize));
+    signOut->setIconSize(QSize(buttonIconSize, buttonIconSize));
+    signOut->setStyleSheet(signOutStyle);
+    connect(signOut, &QPushButton::clicked, this, &AccountPage::signOutRequested);
+    outer->addWidget(signOut, 0, Qt::AlignLeft);
+    outer->addStretch();
+}
+
+} // namespace torvelane

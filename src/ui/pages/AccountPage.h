@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QWidget>
+
+namespace torvelane {
+
+struct UserProfile;
+
+/// The settings page: who is signed in, the version, and the way out. Shows the profile that it was built with.
+class AccountPage : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit AccountPage(const UserProfile& profile, QWidget* parent = nullptr);
+
+Q_SIGNALS:
+    void signOutRequested();
+};
+
+} // namespace torvelane

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QWidget>
+
+namespace torvelane {
+
+/// Stands where a page isn't built yet, and says so.
+class PlaceholderPage : public QWidget {
+    Q_OBJECT
+
+public:
+    /// `label` is the section's name in the user's language.
+    explicit PlaceholderPage(const QString& label, QWidget* parent = nullptr);
+};
+
+} // namespace torvelane

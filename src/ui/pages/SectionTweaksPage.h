@@ -1,0 +1,97 @@
+#pragma once
+
+#include "tweaks/Tweak.h"
+#include "ui/Icons.h"
+
+#include <QHash>
+#include <QList>
+#include <QSet>
+#include <QWidget>
+
+class QGridLayout;
+class QHBoxLayout;
+class QPushButton;
+class QScrollArea;
+class QThreadPool;
+
+namespace torvelane {
+
+class AppContext;
+class HeroWindow;
+class ToggleSwitch;
+class TweakCard;
+
+/// Every tweak of one catalogue section as a grid of cards with switches, and one button for all of them.
+///
+/// Widgets belong to the GUI thread; every call that changes the system runs on a pool of one thread that the page owns,
+/// in the order of the clicks. Switches move at once and are put right if the engine says no.
+class SectionTweaksPage : public QWidget {
+    Q_OBJECT
+
+public:
+    SectionTweaksPage(AppContext& context, const QString& sectionKey, IconId icon, Tier pageTier,
+                      QWidget* parent = nullptr);
+
+    /// Drops what hasn't begun and waits for what has.
+    ~SectionTweaksPage() override;
+
+    /// Builds the cards anew if the tier isn't the one they were built for.
+    void onTierChanged(Tier tier);
+
+    /// The same as the destructor's wait, while the page stays: for a sign-out, which must see the last word of every
+    /// tweak. Blocks.
+    void finishWork();
+
+    [[nodiscard]] int columnCount() const { return m_columns; }
+
+    /// How many columns fit a viewport of this width.
+    [[nodiscard]] static int columnsFor(int viewportWidth);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    /// The ids that a batch can touch, by what the engine says of them.
+    struct Division {
+        QStringList applied;
+        QStringList notApplied;
+    };
+
+    void buildCards();
+    void rebuildCards();
+    [[nodiscard]] TweakCard* buildCard(const TweakDefinition& tweak, bool applied);
+    [[nodiscard]] QWidget* buildContent(const TweakDefinition& tweak);
+    void addSwitchRow(QHBoxLayout* row, const TweakDefinition& tweak, bool applied);
+    void addLockedRow(QHBoxLayout* row, const TweakDefinition& tweak);
+    void layOutCards();
+
+    void toggleTweak(const QString& id, bool desired);
+    void applyAllRecommended();
+    [[nodiscard]] Division divide() const;
+    [[nodiscard]] bool isAvailable(const TweakDefinition& tweak) const;
+    [[nodiscard]] bool isBatchOpen() const;
+    void setSwitch(const QString& id, bool on);
+    void synchronise(const QString& id);
+    void refreshActionButton();
+
+    [[nodiscard]] HeroWindow* heroWindow() const;
+    void hookBackground();
+    void refreshBackdrop();
+
+    AppContext* m_context;
+    QString m_sectionKey;
+    IconId m_icon;
+    Tier m_pageTier;
+    Tier m_builtTier = Tier::None;
+    QScrollArea* m_scrollArea = nullptr;
+    QGridLayout* m_grid = nullptr;
+    QList<TweakCard*> m_cards;
+    QHash<QString, ToggleSwitch*> m_switches; ///< Only of cards that aren't locked.
+    QPushButton* m_actionButton = nullptr;
+    QThreadPool* m_pool;
+    int m_columns = 0; ///< 0 until laid out.
+    bool m_backgroundHooked = false;
+};
+
+} // namespace torvelane

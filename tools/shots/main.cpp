@@ -1,0 +1,209 @@
+/// Makes PNGs of every page, dialog and state of the windows, for a person to look through. Works on the machine and data
+/// directory that the environment names; `./dev shots` gives it fresh ones.
+///
+///     torvelane-shots <folder> <prefix of the file names>
+
+#include "account/AuthService.h"
+#include "app/AppContext.h"
+#include "platform/ProcessSettings.h"
+#include "ui/AppDialog.h"
+#include "ui/ChromeWindow.h"
+#include "ui/LoginWindow.h"
+#include "ui/MainWindow.h"
+#include "ui/Navigation.h"
+#include "ui/Theme.h"
+#include "ui/ToggleSwitch.h"
+#include "ui/Translate.h"
+#include "ui/pages/SectionTweaksPage.h"
+#include "ui/pages/TweakCard.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEnterEvent>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QTextStream>
+#include <QTimer>
+
+#include <cstdio>
+#include <functional>
+
+using namespace torvelane;
+
+namespace {
+
+/// Longer than any fade.
+constexpr int settleMs = 450;
+
+class Album {
+public:
+    Album(const QString& folder, const QString& prefix) : m_folder(folder), m_prefix(prefix) { }
+
+    void add(const QString& name, const QPixmap& picture)
+    {
+        const QString file = QDir(m_folder).filePath(
+            QStringLiteral("%1-%2-%3.png").arg(m_prefix, QString::number(++m_count).rightJustified(2, u'0'), name));
+        if (!picture.save(file))
+            m_failed = true;
+    }
+
+    [[nodiscard]] bool failed() const { return m_failed; }
+    [[nodiscard]] int count() const { return m_count; }
+
+private:
+    QString m_folder;
+    QString m_prefix;
+    int m_count = 0;
+    bool m_failed = false;
+};
+
+void settle()
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < settleMs)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+
+QString fileName(const QString& key)
+{
+    return key.toLower().replace(QLatin1Char(' '), QLatin1Char('-'));
+}
+
+/// Runs something that opens a modal dialog, takes the window with the dialog over it, and dismisses the dialog.
+void addDialog(Album& album, const QString& name, QWidget* window, const std::function<void()>& open)
+{
+    QTimer::singleShot(settleMs, window, [&] {
+        QWidget* const dialog = QApplication::activeModalWidget();
+        if (!dialog)
+            return;
+        QPixmap picture = window->grab();
+        QPainter(&picture).drawPixmap(0, 0, dialog->grab());
+        album.add(name, picture);
+        dialog->close();
+    });
+    open();
+}
+
+void addPages(Album& album, QWidget* frame, MainWindow& window, const QString& state)
+{
+    const QList<NavGroup> groups = navigationGroups();
+    for (const NavGroup& group : groups) {
+        for (const NavSection& section : group.sections) {
+            window.navigateTo(section.key);
+            settle();
+            album.add(state + fileName(section.key), frame->grab());
+        }
+    }
+    window.showSettingsPage();
+    settle();
+    album.add(state + QStringLiteral("settings"), frame->grab());
+}
+
+TweakCard* firstVisibleCard(const MainWindow& window)
+{
+    const auto cards = window.findChildren<TweakCard*>();
+    for (TweakCard* const card : cards) {
+        if (card->isVisible())
+            return card;
+    }
+    return nullptr;
+}
+
+void addStates(Album& album, QWidget* frame, MainWindow& window)
+{
+    window.navigateTo(QStringLiteral("Explorer"));
+    settle();
+    if (TweakCard* const card = firstVisibleCard(window)) {
+        const QPointF centre = QRectF(card->rect()).center();
+        QEnterEvent enter(centre, centre, QPointF(card->mapToGlobal(centre.toPoint())));
+        QCoreApplication::sendEvent(card, &enter);
+        if (auto* const toggle = card->findChild<ToggleSwitch*>()) {
+            toggle->setFocus(Qt::TabFocusReason);
+            toggle->click();
+        }
+        settle();
+        album.add(QStringLiteral("card-hovered-on-and-focused"), frame->grab());
+    }
+    window.navigateTo(QStringLiteral("Windows Updates"));
+    settle();
+    addDialog(album, QStringLiteral("dialog-warning"), frame, [&] {
+        const auto toggles = window.findChildren<ToggleSwitch*>();
+        for (ToggleSwitch* const toggle : toggles) {
+            if (toggle->isVisible() && !toggle->accessibleDescription().isEmpty()) {
+                toggle->click();
+                return;
+            }
+        }
+    });
+    addDialog(album, QStringLiteral("dialog-failed"), frame, [&] {
+        AppDialog::info(&window, translate("SectionTweaksPage", "Tweak failed"),
+                        QStringLiteral("Apply error: Failed to write HKLM\\SOFTWARE\\Policies\\Microsoft\\Windows\\"
+                                       "WindowsUpdate\\AU [NoAutoUpdate]"));
+    });
+    addDialog(album, QStringLiteral("dialog-destructive"), frame, [&] {
+        std::ignore = AppDialog::confirm(&window, translate("MainWindow", "Sign out"),
+                                         translate("MainWindow", "Your account and app settings."), QString(),
+                                         QString(), true);
+    });
+}
+
+void addLogin(Album& album, AppContext& context)
+{
+    auto* const login = new LoginWindow(context.auth.get(), platform::currentUserName());
+    ChromeWindow frame(login, QStringLiteral("Torvelane"));
+    frame.show();
+    frame.activateWindow();
+    settle();
+    album.add(QStringLiteral("sign-in"), frame.grab());
+    login->findChild<QLineEdit*>()->clear();
+    login->findChild<QPushButton*>()->click();
+    settle();
+    album.add(QStringLiteral("sign-in-error"), frame.grab());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    platform::prepareProcess();
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() != 3 || !QDir().mkpath(arguments.at(1))) {
+        QTextStream(stderr) << "Usage: torvelane-shots <folder> <prefix of the file names>\n";
+        return 2;
+    }
+    AppContext context;
+    if (!context.init() || !context.auth->restoreSession())
+        return 1;
+    installTranslator();
+    applyTheme(application);
+
+    Album album(arguments.at(1), arguments.at(2));
+    {
+        auto* const window = new MainWindow(context);
+        ChromeWindow frame(window, QStringLiteral("Torvelane"));
+        frame.show();
+        frame.activateWindow();
+        settle();
+        addPages(album, &frame, *window, QString());
+        addStates(album, &frame, *window);
+    }
+    if (!context.auth->login(platform::currentUserName(), Tier::Free, nullptr))
+        return 1;
+    {
+        auto* const window = new MainWindow(context);
+        ChromeWindow frame(window, QStringLiteral("Torvelane"));
+        frame.show();
+        frame.activateWindow();
+        settle();
+        addPages(album, &frame, *window, QStringLiteral("locked-"));
+    }
+    addLogin(album, context);
+    QTextStream(stdout) << album.count() << " pictures in " << arguments.at(1) << '\n';
+    return album.failed() ? 1 : 0;
+}
