@@ -73,9 +73,11 @@ QSqlQuery selectQuery(const QSqlDatabase& database, const QString& sql, const QS
 {
     QSqlQuery query(database);
     query.setForwardOnly(true);
-    query.prepare(sql);
-    query.addBindValue(value);
-    query.exec();
+    // Executing what couldn't be prepared would replace the reason by one of Qt's own.
+    if (query.prepare(sql)) {
+        query.addBindValue(value);
+        query.exec();
+    }
     return query;
 }
 
@@ -227,12 +229,12 @@ bool StateStore::execute(const char* operation, const QString& sql, const QVaria
     if (!m_open)
         return false;
     QSqlQuery query(connection());
-    query.prepare(sql);
+    const bool prepared = query.prepare(sql);
     for (const QVariant& value : values)
         query.addBindValue(value);
     if (m_commitObserver)
         m_commitObserver(false, operation);
-    if (!query.exec()) {
+    if (!prepared || !query.exec()) {
         logError(QLatin1String(operation) + QStringLiteral(" failed: ") + query.lastError().text());
         return false;
     }
