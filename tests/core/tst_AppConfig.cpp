@@ -56,7 +56,8 @@ private Q_SLOTS:
         const QString defaults = standardUrl + u" false 0 "_s;
         QTest::newRow("empty object") << QByteArray("{}") << defaults << QString();
         QTest::newRow("array") << QByteArray("[]") << defaults << u"no error occurred"_s;
-        QTest::newRow("cut short") << QByteArray(R"({"lastEmail": "a")") << defaults << u"unterminated object"_s;
+        QTest::newRow("value missing") << QByteArray(R"({"autoStart": })") << defaults
+                                       << u"object is missing after a comma"_s;
         QTest::newRow("empty file") << QByteArray() << defaults << u"illegal value"_s;
         QTest::newRow("above the size limit")
             << "{\"lastEmail\": \"" + QByteArray(1024 * 1024, 'x') + "\"}" << defaults << u"unterminated string"_s;
