@@ -57,7 +57,8 @@ bool write(const Session& session)
     if (!platform::protectSecret(QJsonDocument(object).toJson(QJsonDocument::Compact), cipher))
         return false;
     QSaveFile file(Paths::tokenFile());
-    return file.open(QIODevice::WriteOnly) && file.write(cipher) == cipher.size() && file.commit();
+    // Flushed by hand: in Qt 6.4 a commit doesn't notice that its own flush met a full disk.
+    return file.open(QIODevice::WriteOnly) && file.write(cipher) == cipher.size() && file.flush() && file.commit();
 }
 
 } // namespace torvelane::TokenFile
