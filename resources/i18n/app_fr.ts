@@ -115,7 +115,7 @@
     </message>
     <message>
         <source>Reversible system tweak — apply and revert safely at any time.</source>
-        <translation>Réglage système réversible : appliquez-le et annulez-le à tout moment, sans risque.</translation>
+        <translation>Réglage système réversible : à appliquer ou annuler à tout moment, sans risque.</translation>
     </message>
     <message>
         <source>⚠ Warning</source>

@@ -60,7 +60,8 @@ AccountPage::AccountPage(const UserProfile& profile, QWidget* parent) : QWidget(
     column->addWidget(version);
     outer->addWidget(card);
 
-    auto* const signOut = new QPushButton(translate("MainWindow", "Sign out"));
+    auto* const signOut = new QPushButton(QStringLiteral("  ") + translate("MainWindow", "Sign out"));
+    signOut->setAccessibleName(translate("MainWindow", "Sign out"));
     signOut->setCursor(Qt::PointingHandCursor);
     signOut->setMinimumHeight(44);
     signOut->setIcon(iconFor(IconId::LogOut, palette::danger, buttonIconSize));
