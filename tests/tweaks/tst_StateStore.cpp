@@ -1,14 +1,12 @@
 #include "core/Paths.h"
 #include "support/LogCapture.h"
 #include "support/TestMachine.h"
+#include "tweaks/StateSql.h"
 #include "tweaks/StateStore.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QRegularExpression>
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QSqlRecord>
 #include <QTest>
 #include <QThread>
 
@@ -18,31 +16,11 @@
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
+using test::stateSql;
 
 namespace {
 
 const QJsonObject someCapture{{u"type"_s, u"registry"_s}, {u"entries"_s, QJsonArray{1, u"\u00e9"_s}}};
-
-/// Runs a statement on the open file as another process would, and gives its rows, columns joined by blanks.
-QStringList sql(const QString& statement)
-{
-    QStringList rows;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"onlooker"_s);
-        database.setDatabaseName(Paths::stateDb());
-        QSqlQuery query(database.open() ? database : QSqlDatabase());
-        if (!query.exec(statement))
-            qFatal("%s", qPrintable(query.lastError().text()));
-        while (query.next()) {
-            QStringList columns;
-            for (int i = 0; i < query.record().count(); ++i)
-                columns.append(query.value(i).toString());
-            rows.append(columns.join(u' '));
-        }
-    }
-    QSqlDatabase::removeDatabase(u"onlooker"_s);
-    return rows;
-}
 
 /// The connection of the store that the calling thread has.
 QString ownConnection()
@@ -102,7 +80,7 @@ private Q_SLOTS:
 
     void newDatabase()
     {
-        QCOMPARE(sql(u"SELECT name FROM sqlite_master WHERE type='table' ORDER BY name"_s),
+        QCOMPARE(stateSql(u"SELECT name FROM sqlite_master WHERE type='table' ORDER BY name"_s),
                  QStringList({u"tweak_selection"_s, u"tweak_state"_s}));
         QCOMPARE(m_log->lines(), QStringList());
         QCOMPARE(pragmas(), QStringList({u"wal"_s, u"2"_s, u"5000"_s}));
@@ -113,9 +91,9 @@ private Q_SLOTS:
         const QDateTime before = QDateTime::currentDateTime();
         QVERIFY(m_store->beginApply(u"a"_s, Tier::Premium, {{u"old"_s, 1}}));
         QVERIFY(m_store->markReverted(u"a"_s));
-        sql(u"UPDATE tweak_state SET applied_at=1, updated_at=1"_s);
+        stateSql(u"UPDATE tweak_state SET applied_at=1, updated_at=1"_s);
         QVERIFY(m_store->markApplied(u"a"_s));
-        QCOMPARE(sql(u"SELECT applied_at, updated_at > 1 FROM tweak_state"_s), QStringList(u"1 1"_s));
+        QCOMPARE(stateSql(u"SELECT applied_at, updated_at > 1 FROM tweak_state"_s), QStringList(u"1 1"_s));
         QVERIFY(m_store->markReverted(u"a"_s));
 
         QVERIFY(m_store->beginApply(u"a"_s, Tier::Pro, someCapture));
@@ -128,7 +106,7 @@ private Q_SLOTS:
         QCOMPARE(record.capture, someCapture);
         QCOMPARE(record.state, TweakState::Capturing);
         QVERIFY(record.appliedAt.addMSecs(1) >= before && record.appliedAt <= QDateTime::currentDateTime());
-        QCOMPARE(sql(u"SELECT applied_at = updated_at, capture FROM tweak_state"_s),
+        QCOMPARE(stateSql(u"SELECT applied_at = updated_at, capture FROM tweak_state"_s),
                  QStringList(u"1 {\"entries\":[1,\"\u00e9\"],\"type\":\"registry\"}"_s));
     }
 
@@ -150,21 +128,22 @@ private Q_SLOTS:
         m_store->markApplied(u"a"_s);
         m_store->markReverted(u"b"_s);
         m_store->markApplied(u"c"_s);
-        sql(u"UPDATE tweak_state SET updated_at=77"_s);
+        stateSql(u"UPDATE tweak_state SET updated_at=77"_s);
         const QString selection = u"SELECT tweak_id, selected_at FROM tweak_selection ORDER BY tweak_id"_s;
-        QCOMPARE(sql(selection), QStringList());
+        QCOMPARE(stateSql(selection), QStringList());
         openAgain();
         QCOMPARE(m_log->lines(), QStringList(u"[INFO] store: Seeded selection from 2 applied tweak(s)"_s));
-        QCOMPARE(sql(selection), QStringList({u"a 77"_s, u"c 77"_s}));
+        QCOMPARE(stateSql(selection), QStringList({u"a 77"_s, u"c 77"_s}));
 
         m_store->setSelected(u"c"_s, false);
         m_store->setSelected(u"not applied"_s, true);
         m_store->setSelected(u"not applied"_s, true);
         openAgain();
         QCOMPARE(m_log->lines(), QStringList());
-        QCOMPARE(sql(u"SELECT tweak_id FROM tweak_selection ORDER BY 1"_s), QStringList({u"a"_s, u"not applied"_s}));
+        QCOMPARE(stateSql(u"SELECT tweak_id FROM tweak_selection ORDER BY 1"_s),
+                 QStringList({u"a"_s, u"not applied"_s}));
         m_store->clearSelection();
-        QCOMPARE(sql(selection), QStringList());
+        QCOMPARE(stateSql(selection), QStringList());
     }
 
     void interruptedRowsInOrder()
@@ -184,7 +163,8 @@ private Q_SLOTS:
     void damagedRow()
     {
         QVERIFY(m_store->beginApply(u"a"_s, Tier::Pro, someCapture));
-        sql(u"UPDATE tweak_state SET capture='{\"type\": ', state='Applied', required_tier='gold', applied_at=0"_s);
+        stateSql(
+            u"UPDATE tweak_state SET capture='{\"type\": ', state='Applied', required_tier='gold', applied_at=0"_s);
         TweakRecord record;
         QVERIFY(m_store->loadRecord(u"a"_s, record));
         QCOMPARE(record.capture, QJsonObject());
@@ -196,8 +176,8 @@ private Q_SLOTS:
     /// Absence and damage are told apart, and each failure is logged with its operation.
     void failingStatements()
     {
-        sql(u"DROP TABLE tweak_state"_s);
-        sql(u"DROP TABLE tweak_selection"_s);
+        stateSql(u"DROP TABLE tweak_state"_s);
+        stateSql(u"DROP TABLE tweak_selection"_s);
         QVERIFY(!m_store->beginApply(u"a"_s, Tier::Pro, someCapture));
         QVERIFY(!m_store->markApplied(u"a"_s));
         m_store->setSelected(u"a"_s, true);
@@ -234,7 +214,7 @@ private Q_SLOTS:
         QCOMPARE(commits, 0);
         QCOMPARE(m_log->lines(), QStringList());
         QVERIFY(!QSqlDatabase::contains(ownConnection()));
-        QCOMPARE(sql(u"SELECT tweak_id, state FROM tweak_state"_s), QStringList(u"a capturing"_s));
+        QCOMPARE(stateSql(u"SELECT tweak_id, state FROM tweak_state"_s), QStringList(u"a capturing"_s));
     }
 
     void unusablePlaces_data()
