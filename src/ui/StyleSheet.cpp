@@ -142,7 +142,7 @@ QProgressBar::chunk {
 }
 
 QScrollBar:horizontal { background: transparent; height: 12px; margin: 2px; }
-QScrollBar::handle:horizontal { background: rgba(255,255,255,0.12); border-radius: 6px; min-width: 28px; }
+QScrollBar::handle:horizontal { background: rgba(255,255,255,0.12); border-radius: 4px; min-width: 28px; }
 QScrollBar::handle:horizontal:hover { background: rgba(255,255,255,0.22); }
 QScrollBar::add-line:horizontal, QScrollBar::sub-line:horizontal { width: 0; }
 QScrollBar::add-page:horizontal, QScrollBar::sub-page:horizontal { background: transparent; }
@@ -154,9 +154,10 @@ QScrollBar::add-page:horizontal, QScrollBar::sub-page:horizontal { background: t
 
 QString verticalScrollBarRules()
 {
+    // The handle is 8 pixels wide: of a radius of 6, twice of which is more, Qt would make no corners at all.
     return QStringLiteral(R"(
 QScrollBar:vertical { background: transparent; width: 12px; margin: 2px; }
-QScrollBar::handle:vertical { background: rgba(255,255,255,0.12); border-radius: 6px; min-height: 28px; }
+QScrollBar::handle:vertical { background: rgba(255,255,255,0.12); border-radius: 4px; min-height: 28px; }
 QScrollBar::handle:vertical:hover { background: rgba(255,255,255,0.22); }
 QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }
 QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: transparent; }
