@@ -18,7 +18,7 @@ struct MachineSeed {
     QList<SimulatedValue> values; ///< Under canonical paths.
 };
 
-/// Reads a seed document, or the one compiled in if `path` is empty. Absent, with `error` naming the offending key and
+/// Reads a seed file, or the one compiled in if `path` is empty. Absent, with `error` naming the offending key and
 /// value, if it can't be read or isn't well-formed.
 [[nodiscard]] std::optional<MachineSeed> readMachineSeed(const QString& path, QString* error);
 

@@ -8,7 +8,7 @@
 
 namespace torvelane::platform::simulated {
 
-/// Value types and data as text, the way reg.exe spells them. One place for the seed document, the simulated tools and
+/// Value types and data as text, the way reg.exe spells them. One place for the seed file, the simulated tools and
 /// the readable differences.
 
 /// "REG_DWORD"; for a type without a name, its number.

@@ -25,7 +25,7 @@ Looks at the simulated PC that Torvelane works on where there is no Windows.
   reg query KEY [/v NAME] [/s]    as Windows' reg.exe; reg add and reg delete work too
   journal [clear]                 calls of the simulated tools
   elevated yes|no                 whether programs run as administrator
-  reset [SEED]                    back to the state out of the box, or to the one of a seed document
+  reset [SEED]                    back to the state out of the box, or to the one of a seed file
 
   faults                          the faults in force
   faults clear
