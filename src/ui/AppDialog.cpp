@@ -76,7 +76,7 @@ QPushButton:hover {
 )");
 }
 
-QHBoxLayout* makeButtonRow(QDialog* dialog, const Content& content)
+QHBoxLayout* makeButtonRow(QDialog* dialog, const Content& content, QPushButton* accept)
 {
     auto* const row = new QHBoxLayout;
     row->setSpacing(10);
@@ -86,16 +86,14 @@ QHBoxLayout* makeButtonRow(QDialog* dialog, const Content& content)
         QObject::connect(cancel, &QPushButton::clicked, dialog, &QDialog::reject);
         row->addWidget(cancel);
     }
-    QPushButton* const accept = makeButton(content.acceptText, QStringLiteral("primary"));
     if (content.destructive)
         accept->setStyleSheet(destructiveStyle());
     QObject::connect(accept, &QPushButton::clicked, dialog, &QDialog::accept);
     row->addWidget(accept);
-    accept->setDefault(true);
     return row;
 }
 
-QFrame* makeCard(QDialog* dialog, const Content& content)
+QFrame* makeCard(QDialog* dialog, const Content& content, QPushButton* accept)
 {
     auto* const card = new QFrame;
     card->setObjectName(QStringLiteral("DialogCard"));
@@ -121,7 +119,7 @@ QFrame* makeCard(QDialog* dialog, const Content& content)
     text->setMinimumWidth(330);
     column->addWidget(text);
     column->addSpacing(8);
-    column->addLayout(makeButtonRow(dialog, content));
+    column->addLayout(makeButtonRow(dialog, content, accept));
     return card;
 }
 
@@ -144,11 +142,15 @@ void build(QDialog* dialog, const Content& content)
     column->setContentsMargins(40, 40, 40, 40);
     auto* const row = new QHBoxLayout;
     row->addStretch();
-    row->addWidget(makeCard(dialog, content));
+    QPushButton* const accept = makeButton(content.acceptText, QStringLiteral("primary"));
+    row->addWidget(makeCard(dialog, content, accept));
     row->addStretch();
     column->addStretch();
     column->addLayout(row);
     column->addStretch();
+    // A button finds the dialog that it is the default of only once it is inside.
+    accept->setDefault(true);
+    accept->setFocus();
 }
 
 bool run(QWidget* parent, const Content& content)

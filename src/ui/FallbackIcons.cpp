@@ -266,12 +266,19 @@ constexpr std::array<std::span<const Stroke>, iconCount> drawings = {
     radio,  megaphone,   eye,      database,          keyboard,    wrench,          unnamed,    list,
     house,  {}};
 
+// Goes on from the last stroke where this one begins there, so that the two are joined rather than capped.
+void beginAt(QPainterPath& path, const QPointF& start)
+{
+    if (path.isEmpty() || (path.currentPosition() - start).manhattanLength() > 0.1)
+        path.moveTo(start);
+}
+
 void addStroke(QPainterPath& path, const Stroke& stroke)
 {
     const auto& at = stroke.at;
     switch (stroke.shape) {
     case Shape::Line:
-        path.moveTo(at[0], at[1]);
+        beginAt(path, QPointF(at[0], at[1]));
         path.lineTo(at[2], at[3]);
         break;
     case Shape::Dot:
@@ -287,12 +294,14 @@ void addStroke(QPainterPath& path, const Stroke& stroke)
         break;
     case Shape::Arc: {
         const QRectF around(at[0] - at[2], at[1] - at[3], 2 * at[2], 2 * at[3]);
-        path.arcMoveTo(around, at[4]);
+        QPainterPath probe;
+        probe.arcMoveTo(around, at[4]);
+        beginAt(path, probe.currentPosition());
         path.arcTo(around, at[4], at[5]);
         break;
     }
     case Shape::Bend:
-        path.moveTo(at[0], at[1]);
+        beginAt(path, QPointF(at[0], at[1]));
         path.quadTo(at[2], at[3], at[4], at[5]);
         break;
     }

@@ -260,6 +260,7 @@ void HeroWindow::rebuildStatic()
     if (width() < 2 || height() < 2)
         return;
     m_ratio = devicePixelRatioF();
+    m_builtSize = size();
     const int largerSide = std::max(width(), height());
     m_dots = makeDots(size(), m_ratio);
     std::ranges::transform(glowTable, m_glows.begin(),
@@ -381,6 +382,9 @@ void HeroWindow::resizeEvent(QResizeEvent* event)
         rebuildStatic();
         return;
     }
+    // The first show of a window whose background was asked for before.
+    if (!m_resizing && m_builtSize == size())
+        return;
     m_resizing = true;
     syncTimer();
     m_rebuildTimer->start();

@@ -72,6 +72,7 @@ private:
 
     // All in physical pixels, with a ratio of 1: blits between them then need no resampling at any screen scale.
     qreal m_ratio = 1.0;
+    QSize m_builtSize;
     QPixmap m_dots;
     std::array<QPixmap, 4> m_glows;
     QList<QPixmap> m_stars;

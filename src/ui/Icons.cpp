@@ -51,7 +51,7 @@ QPixmap iconPixmap(IconId id, const QColor& color, int size)
     painter.setRenderHint(QPainter::Antialiasing);
     if (!renderSvgIcon(painter, id, color, size)) {
         painter.scale(size / 24.0, size / 24.0);
-        drawFallbackIcon(painter, id, color);
+        drawFallbackIcon(painter, id, QColor(color.rgb()));
     }
     return pixmap;
 }

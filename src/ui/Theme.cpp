@@ -129,7 +129,7 @@ void fadeInWidget(QWidget* widget, int durationMs)
     auto* const effect = new QGraphicsOpacityEffect(widget);
     effect->setOpacity(0.0);
     widget->setGraphicsEffect(effect);
-    auto* const animation = new QPropertyAnimation(effect, "opacity", effect);
+    auto* const animation = new QPropertyAnimation(effect, "opacity", widget);
     animation->setDuration(durationMs);
     animation->setStartValue(0.0);
     animation->setEndValue(1.0);

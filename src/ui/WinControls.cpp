@@ -11,6 +11,7 @@ WinControls::WinControls(QWidget* parent) : QWidget(parent)
     setObjectName(QStringLiteral("WinControls"));
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_StyledBackground);
+    setAttribute(Qt::WA_NoSystemBackground, false); // comes with the first, and would keep the plate from being painted
     setStyleSheet(QStringLiteral("#WinControls { background: rgba(255,255,255,0.05);"
                                  " border: 1px solid rgba(255,255,255,0.09); border-radius: 8px; }"));
     auto* const row = new QHBoxLayout(this);
