@@ -3,8 +3,6 @@
 #include "registry/RegistryJson.h"
 #include "support/ScratchMachine.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QTest>
 
 #include <cmath>
@@ -198,50 +196,6 @@ private Q_SLOTS:
         QVERIFY(!value.exists);
     }
 
-    void json_data()
-    {
-        QTest::addColumn<RegistryValue>("value");
-        QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<quint64>("numberAgain");
-        const auto row = [](const char* title, const RegistryValue& value, const QByteArray& ending,
-                            quint64 again = 0) {
-            QTest::newRow(title) << value << R"({"hive":"HKU","path":"A\\b","name":"C",)" + ending << again;
-        };
-        row("absent", {}, R"("exists":false,"valueType":"none","number":0,"text":"","binary":""})");
-        row("dword", number(Kind::Dword, 4294967295),
-            R"("exists":true,"valueType":"dword","number":4294967295,"text":"","binary":""})", 4294967295);
-        row("qword above 53 bits", number(Kind::Qword, (1ULL << 53) + 1),
-            R"("exists":true,"valueType":"qword","number":9007199254740992,"text":"","binary":""})", 1ULL << 53);
-        row("sz", text(Kind::Sz, u"\u00e9\""_s),
-            "\"exists\":true,\"valueType\":\"sz\",\"number\":0,\"text\":\"\xc3\xa9\\\"\",\"binary\":\"\"}");
-        row("expand_sz", text(Kind::ExpandSz, u"%A%"_s),
-            R"("exists":true,"valueType":"expand_sz","number":0,"text":"%A%","binary":""})");
-        row("binary", binary("\0\xaf"_ba),
-            R"("exists":true,"valueType":"binary","number":0,"text":"","binary":"00af"})");
-    }
-
-    void json()
-    {
-        QFETCH(RegistryValue, value);
-        QFETCH(QByteArray, json);
-        const QJsonObject object = valueToJson(RegistryHive::Users, u"A\\b"_s, u"C"_s, value);
-        QCOMPARE(object, QJsonDocument::fromJson(json).object());
-        RegistryValue again = valueFromJson(object);
-        QTEST(again.number, "numberAgain");
-        again.number = value.number;
-        QCOMPARE(again, value);
-    }
-
-    void mistypedJson()
-    {
-        const QJsonObject object{{u"exists"_s, 1},
-                                 {u"valueType"_s, u" EXPANDSZ "_s},
-                                 {u"number"_s, u"3"_s},
-                                 {u"text"_s, 7},
-                                 {u"binary"_s, QJsonArray()}};
-        QCOMPARE(valueFromJson(object), (RegistryValue{false, Kind::ExpandSz, 0, {}, {}}));
-    }
-
     void numbers_data()
     {
         QTest::addColumn<QJsonValue>("json");
@@ -266,30 +220,6 @@ private Q_SLOTS:
     {
         QFETCH(QJsonValue, json);
         QTEST(unsignedFromJson(json), "expected");
-    }
-
-    void hiveNames_data()
-    {
-        QTest::addColumn<QString>("written");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("short, with blanks") << u" hklm\t"_s << u"HKLM"_s;
-        QTest::newRow("long") << u"Hkey_Users"_s << u"HKU"_s;
-        QTest::newRow("classes") << u"HKEY_CLASSES_ROOT"_s << u"HKCR"_s;
-        QTest::newRow("hardware") << u"hkcc"_s << u"HKCC"_s;
-        QTest::newRow("user") << u"HKCU"_s << u"HKCU"_s;
-        QTest::newRow("unknown") << u"HKLM\\SOFTWARE"_s << QString();
-        QTest::newRow("empty") << QString() << QString();
-    }
-
-    void hiveNames()
-    {
-        QFETCH(QString, written);
-        QFETCH(QString, name);
-        bool ok = name.isEmpty();
-        const RegistryHive hive = parseHive(written, &ok);
-        QCOMPARE(ok, !name.isEmpty());
-        QCOMPARE(parseHive(written, nullptr), hive);
-        QCOMPARE(hiveName(hive), ok ? name : u"HKCU"_s);
     }
 };
 

@@ -230,9 +230,8 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         QFETCH(QString, line);
-        const QByteArray garbage(5000, '?');
         QFile file(m_machine->scratchFile(u"garbage.db"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(garbage) == garbage.size());
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(5000, '?')) == 5000);
         file.close();
         m_store.reset();
         StateStore store;
@@ -240,8 +239,6 @@ private Q_SLOTS:
         QVERIFY(!store.isOpen() && !store.beginApply(u"a"_s, Tier::Free, {}));
         QCOMPARE(m_log->lines().size(), 1);
         QVERIFY2(m_log->lines().constFirst().startsWith(line), qPrintable(m_log->lines().constFirst()));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), garbage);
     }
 
     /// Threads that end leave their ids to later ones, which is when connections get mixed up.

@@ -99,27 +99,18 @@ private Q_SLOTS:
         QVERIFY(!catalog.implementation(u"unknown"_s));
     }
 
-    void tiers_data()
-    {
-        QTest::addColumn<QJsonValue>("written");
-        QTest::addColumn<Tier>("tier");
-        QTest::newRow("blanks and capitals") << QJsonValue(u" PRO\t"_s) << Tier::Pro;
-        QTest::newRow("premium") << QJsonValue(u"premium"_s) << Tier::Premium;
-        QTest::newRow("none") << QJsonValue(u"none"_s) << Tier::None;
-        QTest::newRow("unknown word") << QJsonValue(u"gold"_s) << Tier::None;
-        QTest::newRow("empty") << QJsonValue(QString()) << Tier::None;
-        QTest::newRow("missing") << QJsonValue(QJsonValue::Undefined) << Tier::Free;
-    }
-
     void tiers()
     {
-        QFETCH(QJsonValue, written);
-        QJsonObject entry = QJsonDocument::fromJson(registryEntry("a")).object();
-        entry.insert(u"requiredTier"_s, written);
-        TweakCatalog catalog;
-        QVERIFY(catalog.addDefinition(entry));
-        QTEST(catalog.find(u"a"_s).requiredTier, "tier");
-        QCOMPARE(tierFromString(tierName(catalog.find(u"a"_s).requiredTier)), catalog.find(u"a"_s).requiredTier);
+        const std::pair<QJsonValue, QString> rows[] = {{u" PRO\t"_s, u"pro"_s}, {u"Premium"_s, u"premium"_s},
+                                                       {u"free"_s, u"free"_s},  {u"gold"_s, u"none"_s},
+                                                       {QString(), u"none"_s},  {QJsonValue::Undefined, u"free"_s}};
+        for (const auto& [written, tier] : rows) {
+            QJsonObject entry = QJsonDocument::fromJson(registryEntry("a")).object();
+            entry.insert(u"requiredTier"_s, written);
+            TweakCatalog catalog;
+            QVERIFY(catalog.addDefinition(entry));
+            QCOMPARE(tierName(catalog.find(u"a"_s).requiredTier), tier);
+        }
     }
 
     void operations_data()
