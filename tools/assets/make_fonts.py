@@ -4,7 +4,7 @@
 FUSTAT and SPACE_GROTESK are unpacked font packages. These cut a font into a web font for each range of characters;
 "latin" and "latin-ext" together are all that English and French need, so they're joined again. Their names are made
 whole as well: each file names its typographic family, by which Qt selects together with the weight, and a family of
-its own weight, by which the graphics interface of Windows, knowing only regular and bold, tells the files apart.
+its own weight, by which GDI, the older graphics interface of Windows, tells the files apart.
 """
 
 import sys
@@ -21,6 +21,12 @@ COPYRIGHT, FAMILY, STYLE, UNIQUE, FULL, VERSION, POSTSCRIPT = range(7)
 LICENCE, LICENCE_ADDRESS, TYPOGRAPHIC_FAMILY, TYPOGRAPHIC_STYLE = 13, 14, 16, 17
 # The bits of OS/2.fsSelection.
 BOLD, REGULAR = 1 << 5, 1 << 6
+
+
+def style_in_own_family(style):
+    """Regular or bold, the two styles that GDI knows. It may take any weight above medium for a wish for bold, and
+    thickens a font that doesn't call itself so; Qt then takes it for a bold one as well."""
+    return "Bold" if WEIGHTS[style] > WEIGHTS["Medium"] else "Regular"
 
 
 def joined(paths):
@@ -43,10 +49,11 @@ def rename(font, family, style):
     postscript = f"{family.replace(' ', '')}-{style}"
     version = kept[VERSION].removeprefix("Version ")
     texts = kept | {UNIQUE: f"{version};{postscript}", FULL: f"{family} {style}", POSTSCRIPT: postscript}
-    if style in ("Regular", "Bold"):
+    own_style = style_in_own_family(style)
+    if style == own_style:
         texts |= {FAMILY: family, STYLE: style}
     else:
-        texts |= {FAMILY: f"{family} {style}", STYLE: "Regular", TYPOGRAPHIC_FAMILY: family, TYPOGRAPHIC_STYLE: style}
+        texts |= {FAMILY: f"{family} {style}", STYLE: own_style, TYPOGRAPHIC_FAMILY: family, TYPOGRAPHIC_STYLE: style}
     for number, text in sorted(texts.items()):
         if text:
             names.setName(text, number, *WINDOWS_ENGLISH)
@@ -54,9 +61,10 @@ def rename(font, family, style):
 
 def set_weight(font, style):
     font["OS/2"].usWeightClass = WEIGHTS[style]
+    bold = style_in_own_family(style) == "Bold"
     selection = font["OS/2"].fsSelection & ~(BOLD | REGULAR)
-    font["OS/2"].fsSelection = selection | (BOLD if style == "Bold" else REGULAR)
-    font["head"].macStyle = 1 if style == "Bold" else 0
+    font["OS/2"].fsSelection = selection | (BOLD if bold else REGULAR)
+    font["head"].macStyle = 1 if bold else 0
 
 
 def make(package, family, style, target):
