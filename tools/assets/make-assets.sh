@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Remakes what Torvelane shows and didn't write itself (fonts, icons, with their licences), and the pictures of its logo:
+# Remakes what Torvelane shows and didn't draw itself (fonts and icons, with their licences), and the pictures of its
+# logo:
 #
 #   tools/assets/make-assets.sh
 #

@@ -55,8 +55,8 @@ class Mark:
         return f"""<defs>
 <linearGradient id="turning" gradientUnits="userSpaceOnUse" x1="{self.left:g}" y1="{self.top:g}" x2="{self.stem:g}" \
 y2="{self.bottom:g}"><stop offset="0" stop-color="#737DFF"/><stop offset="1" stop-color="#4F59DE"/></linearGradient>
-<linearGradient id="straight" gradientUnits="userSpaceOnUse" x1="{self.stem + self.width:g}" y1="0" x2="{self.right:g}" \
-y2="0"><stop offset="0" stop-color="#8A93FF"/><stop offset="1" stop-color="#A9B0FF"/></linearGradient>
+<linearGradient id="straight" gradientUnits="userSpaceOnUse" x1="{self.stem + self.width:g}" y1="0" \
+x2="{self.right:g}" y2="0"><stop offset="0" stop-color="#8A93FF"/><stop offset="1" stop-color="#A9B0FF"/></linearGradient>
 </defs>
 <g transform="matrix(1 0 {-self.slope:.6f} 1 {shift:.4f} 0)">
 <path fill="url(#turning)" d="{self.turning_lane()}"/>
