@@ -199,8 +199,10 @@ void SectionTweaksPage::buildCards()
     const QSet<QString> applied(appliedList.begin(), appliedList.end());
     const QList<TweakDefinition> definitions = m_context->catalog.definitions();
     for (const TweakDefinition& tweak : definitions) {
-        if (tweak.section == m_sectionKey)
-            m_cards.append(buildCard(tweak, applied.contains(tweak.id)));
+        if (tweak.section != m_sectionKey)
+            continue;
+        const auto work = m_work.constFind(tweak.id);
+        m_cards.append(buildCard(tweak, work == m_work.cend() ? applied.contains(tweak.id) : work->desired));
     }
     m_builtTier = m_context->tier;
 }
@@ -240,7 +242,8 @@ void SectionTweaksPage::layOutCards()
 
 TweakCard* SectionTweaksPage::buildCard(const TweakDefinition& tweak, bool applied)
 {
-    auto* const card = new TweakCard;
+    // A page that nobody opens never lays its cards out: only the parent then makes them go with it.
+    auto* const card = new TweakCard(m_grid->parentWidget());
     auto* const column = new QVBoxLayout(card);
     column->setContentsMargins(16, 13, 16, 12);
     column->setSpacing(7);
@@ -341,19 +344,16 @@ void SectionTweaksPage::toggleTweak(const QString& id, bool desired)
             return;
         }
     }
-    setSwitch(id, desired);
-    refreshActionButton();
+    beginWork({id}, desired);
     runOn(
         m_pool, this,
         [engine = m_context->engine.get(), id, desired, tier = m_context->tier] {
             return runToggle(engine, id, desired, tier);
         },
         [this, id](const ApplyOutcome& outcome) {
-            if (outcome.ok)
-                return;
-            synchronise(id);
-            refreshActionButton();
-            AppDialog::info(this, translate("SectionTweaksPage", "Tweak failed"), outcome.error.isEmpty() ? translate("SectionTweaksPage", "Operation failed.") : outcome.error);
+            endWork({id});
+            if (!outcome.ok)
+                AppDialog::info(this, translate("SectionTweaksPage", "Tweak failed"), outcome.error.isEmpty() ? translate("SectionTweaksPage", "Operation failed.") : outcome.error);
         });
 }
 
@@ -366,18 +366,14 @@ void SectionTweaksPage::applyAllRecommended()
     const QStringList ids = desired ? division.notApplied : division.applied;
     if (ids.isEmpty())
         return;
-    for (const QString& id : ids)
-        setSwitch(id, desired);
-    refreshActionButton();
+    beginWork(ids, desired);
     runOn(
         m_pool, this,
         [engine = m_context->engine.get(), ids, desired, tier = m_context->tier] {
             return runBatch(engine, ids, desired, tier);
         },
         [this, ids](const QStringList& failures) {
-            for (const QString& id : ids)
-                synchronise(id);
-            refreshActionButton();
+            endWork(ids);
             if (!failures.isEmpty())
                 AppDialog::info(this, translate("SectionTweaksPage", "Some tweaks failed"), failures.join(QLatin1Char('\n')));
         });
@@ -406,9 +402,35 @@ bool SectionTweaksPage::isBatchOpen() const
     return TierGate::covers(m_context->tier, m_pageTier);
 }
 
+/// Shows at once what the work is to lead to.
+void SectionTweaksPage::beginWork(const QStringList& ids, bool desired)
+{
+    for (const QString& id : ids) {
+        Work& work = m_work[id];
+        ++work.jobs;
+        work.desired = desired;
+        setSwitch(id, desired);
+    }
+    refreshActionButton();
+}
+
+/// Shows what the work led to, but for ids that more work waits for: that one has the last word.
+void SectionTweaksPage::endWork(const QStringList& ids)
+{
+    for (const QString& id : ids) {
+        const auto work = m_work.find(id);
+        if (work == m_work.end() || --work->jobs > 0)
+            continue;
+        m_work.erase(work);
+        synchronise(id);
+    }
+    refreshActionButton();
+}
+
 void SectionTweaksPage::setSwitch(const QString& id, bool on)
 {
-    if (ToggleSwitch* const toggle = m_switches.value(id))
+    ToggleSwitch* const toggle = m_switches.value(id);
+    if (toggle && toggle->isOn() != on)
         toggle->setOn(on, true);
 }
 

@@ -52,10 +52,16 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    /// The ids that a batch can touch, by what the engine says of them.
+    /// The ids that a batch can touch, by what their switches show.
     struct Division {
         QStringList applied;
         QStringList notApplied;
+    };
+
+    /// Work on one id that hasn't ended yet.
+    struct Work {
+        int jobs = 0;
+        bool desired = false; ///< What the last of them is for.
     };
 
     void buildCards();
@@ -71,6 +77,8 @@ private:
     [[nodiscard]] Division divide() const;
     [[nodiscard]] bool isAvailable(const TweakDefinition& tweak) const;
     [[nodiscard]] bool isBatchOpen() const;
+    void beginWork(const QStringList& ids, bool desired);
+    void endWork(const QStringList& ids);
     void setSwitch(const QString& id, bool on);
     void synchronise(const QString& id);
     void refreshActionButton();
@@ -88,6 +96,7 @@ private:
     QGridLayout* m_grid = nullptr;
     QList<TweakCard*> m_cards;
     QHash<QString, ToggleSwitch*> m_switches; ///< Only of cards that aren't locked.
+    QHash<QString, Work> m_work;
     QPushButton* m_actionButton = nullptr;
     QThreadPool* m_pool;
     int m_columns = 0; ///< 0 until laid out.
