@@ -57,7 +57,7 @@ void SingleInstance::listen()
 void SingleInstance::takeConnections()
 {
     while (QLocalSocket* const socket = m_server->nextPendingConnection()) {
-        socket->setReadBufferSize(maxLinkSizeBytes);
+        socket->setReadBufferSize(maxLinkSizeBytes + 1);
         connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] { readLink(socket); });
         QTimer::singleShot(silentClientMs, socket, [socket] {
@@ -74,9 +74,11 @@ void SingleInstance::takeConnections()
 
 void SingleInstance::readLink(QLocalSocket* socket)
 {
-    const QString text = QString::fromUtf8(socket->read(maxLinkSizeBytes)).trimmed();
+    const QByteArray message = socket->read(maxLinkSizeBytes + 1);
     socket->disconnectFromServer();
-    if (text.startsWith(linkScheme, Qt::CaseSensitive))
+    const QString text = QString::fromUtf8(message).trimmed();
+    // Half of a link would lead elsewhere.
+    if (message.size() <= maxLinkSizeBytes && text.startsWith(linkScheme, Qt::CaseSensitive))
         Q_EMIT linkReceived(QUrl(text, QUrl::TolerantMode));
 }
 
