@@ -102,6 +102,7 @@ assemble_windows_folder() {
   done
   cp -r "$from/licenses/." "$from/KIT.txt" "$to/licenses/"
   [ ! -e LICENSE ] || cp LICENSE "$to/licenses/Torvelane.txt"
+  cp -r resources/LICENSES "$to/licenses/assets"
 }
 
 windows_lane() {
