@@ -13,7 +13,7 @@ struct UserProfile {
     QString identifier; ///< Stable key of the account; empty without a session.
     QString email;      ///< Empty for an account that has none.
     QString userName;
-    QString avatarUrl;  ///< "data:image..." or "http..." address of a picture; empty means none.
+    QString avatarUrl; ///< "data:image..." or "http..." address of a picture; empty means none.
 };
 
 /// The session of the person who uses the program. One object for the process, on the main thread; the interface through

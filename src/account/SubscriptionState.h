@@ -10,10 +10,10 @@ namespace torvelane {
 
 /// What is known of the session's subscription at one moment.
 struct SubscriptionState {
-    bool active = false;  ///< There is a session; the rest means nothing otherwise.
+    bool active = false; ///< There is a session; the rest means nothing otherwise.
     QString userName;
     Tier tier = Tier::None;
-    QDateTime checkedAt;  ///< When this was found.
+    QDateTime checkedAt; ///< When this was found.
 };
 
 } // namespace torvelane

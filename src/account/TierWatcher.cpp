@@ -8,7 +8,9 @@
 namespace torvelane {
 
 TierWatcher::TierWatcher(AuthService* auth, LicenseService* license, TweakEngine* engine, Tier* tier, QObject* parent)
-    : QObject(parent), m_engine(engine), m_tier(tier)
+    : QObject(parent)
+    , m_engine(engine)
+    , m_tier(tier)
 {
     connect(license, &LicenseService::subscriptionChanged, this, &TierWatcher::follow);
     connect(license, &LicenseService::sessionEnded, this, &TierWatcher::endSession);

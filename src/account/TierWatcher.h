@@ -17,8 +17,7 @@ class TierWatcher : public QObject {
 
 public:
     /// Nothing is owned; all of it outlives the watcher.
-    TierWatcher(AuthService* auth, LicenseService* license, TweakEngine* engine, Tier* tier,
-                QObject* parent = nullptr);
+    TierWatcher(AuthService* auth, LicenseService* license, TweakEngine* engine, Tier* tier, QObject* parent = nullptr);
 
 Q_SIGNALS:
     void tierChanged(torvelane::Tier tier);

@@ -106,9 +106,9 @@ int list(AppContext& context, const QStringList&)
     const QSet<QString> applied(appliedIds.begin(), appliedIds.end());
     const QList<TweakDefinition> definitions = context.catalog.definitions();
     for (const TweakDefinition& definition : definitions) {
-        cliOut() << (TierGate::covers(context.tier, definition.requiredTier) ? "  [ ] " : "  [LOCK] ")
-                 << definition.id << "  (requires " << tierName(definition.requiredTier) << ", " << definition.section
-                 << ')' << (applied.contains(definition.id) ? "  *APPLIED*" : "") << '\n';
+        cliOut() << (TierGate::covers(context.tier, definition.requiredTier) ? "  [ ] " : "  [LOCK] ") << definition.id
+                 << "  (requires " << tierName(definition.requiredTier) << ", " << definition.section << ')'
+                 << (applied.contains(definition.id) ? "  *APPLIED*" : "") << '\n';
     }
     return exitOk;
 }

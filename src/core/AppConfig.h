@@ -7,10 +7,10 @@ namespace torvelane {
 /// The saved configuration, config.json. Loaded on the main thread before any worker exists and then read freely; only
 /// the main thread changes and saves it.
 struct AppConfig {
-    QString apiBaseUrl;          ///< Base URL of the backend client and the connectivity check.
-    bool autoStart = false;      ///< Carried through load and save.
+    QString apiBaseUrl;     ///< Base URL of the backend client and the connectivity check.
+    bool autoStart = false; ///< Carried through load and save.
     qint32 heartbeatIntervalMs = 0;
-    QString lastEmail;           ///< Name of the last sign-in.
+    QString lastEmail; ///< Name of the last sign-in.
 
     AppConfig();
 

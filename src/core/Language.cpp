@@ -6,8 +6,8 @@ namespace torvelane {
 
 bool isFrench()
 {
-    static const bool french = QLocale::system().language() == QLocale::French
-        || QLocale().language() == QLocale::French;
+    static const bool french =
+        QLocale::system().language() == QLocale::French || QLocale().language() == QLocale::French;
     return french;
 }
 

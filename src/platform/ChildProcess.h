@@ -15,10 +15,10 @@ struct ChildProcessLimits {
 /// What became of a child.
 struct ChildProcessResult {
     enum class Outcome {
-        Finished,    ///< It ran to its end; exitCode and output are valid.
-        NotStarted,  ///< It couldn't be started, or not in time.
-        TimedOut,    ///< It was still running at its limit and was ended together with its descendants.
-        Crashed,     ///< It was ended by a signal or an exception; exitCode means nothing.
+        Finished,   ///< It ran to its end; exitCode and output are valid.
+        NotStarted, ///< It couldn't be started, or not in time.
+        TimedOut,   ///< It was still running at its limit and was ended together with its descendants.
+        Crashed,    ///< It was ended by a signal or an exception; exitCode means nothing.
     };
 
     Outcome outcome = Outcome::NotStarted;

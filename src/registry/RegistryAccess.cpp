@@ -5,8 +5,8 @@
 
 #include <QtEndian>
 
-#include <array>
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <optional>
 #include <span>
@@ -65,8 +65,8 @@ SystemCode createKey(RegistryHive hive, const QString& path, RegistryKey& out)
     const ResolvedKey key = resolveKey(hive, path);
     const SystemCode code = RegistryKey::create(key.root, key.subKey, out);
     if (code != codeSuccess) {
-        logWarning(QStringLiteral("RegCreateKeyExW failed (%1) for %2\\%3")
-                       .arg(QString::number(code), hiveName(hive), path));
+        logWarning(
+            QStringLiteral("RegCreateKeyExW failed (%1) for %2\\%3").arg(QString::number(code), hiveName(hive), path));
     }
     return code;
 }

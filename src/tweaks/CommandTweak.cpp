@@ -74,9 +74,9 @@ TweakResult runCommandList(const QStringList& commands, const CommandRunner& run
 
 bool runShellCommand(const QString& command, QString* error)
 {
-    const ChildProcessResult result = platform::runChildProcess(
-        platform::shellCommand(command),
-        {.startTimeoutMs = shellStartTimeoutMs, .finishTimeoutMs = shellFinishTimeoutMs});
+    const ChildProcessResult result =
+        platform::runChildProcess(platform::shellCommand(command),
+                                  {.startTimeoutMs = shellStartTimeoutMs, .finishTimeoutMs = shellFinishTimeoutMs});
     switch (result.outcome) {
     case ChildProcessResult::Outcome::NotStarted:
         if (error)

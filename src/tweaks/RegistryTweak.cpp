@@ -108,7 +108,8 @@ bool writeDesired(const RegistryOperation& operation)
 } // namespace
 
 RegistryTweak::RegistryTweak(const QString& id, const QJsonArray& operations)
-    : ITweak(id), m_valid(!operations.isEmpty())
+    : ITweak(id)
+    , m_valid(!operations.isEmpty())
 {
     m_operations.reserve(operations.size());
     for (const QJsonValue& element : operations) {
@@ -184,9 +185,9 @@ TweakResult RegistryTweak::revertCapture(const QJsonObject& capture, const QSet<
             continue;
         }
         if (allowed && !allowed->contains(restoreKey(hive, path, name))) {
-            logMessage(LogLevel::Warn, category,
-                       QStringLiteral("Rejected out-of-catalog registry restore: %1")
-                           .arg(valueLocation(hive, path, name)));
+            logMessage(
+                LogLevel::Warn, category,
+                QStringLiteral("Rejected out-of-catalog registry restore: %1").arg(valueLocation(hive, path, name)));
             continue;
         }
         if (!writeValue(hive, path, name, valueFromJson(entry)))

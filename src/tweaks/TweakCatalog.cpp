@@ -105,7 +105,8 @@ bool TweakCatalog::addDefinition(const QJsonObject& entry)
     definition.id = entry.value(QStringLiteral("id")).toString();
     definition.name = localized(entry, QStringLiteral("name"));
     definition.section = entry.value(QStringLiteral("section")).toString();
-    definition.requiredTier = tierFromString(entry.value(QStringLiteral("requiredTier")).toString(QStringLiteral("free")));
+    definition.requiredTier =
+        tierFromString(entry.value(QStringLiteral("requiredTier")).toString(QStringLiteral("free")));
     definition.warning = localized(entry, QStringLiteral("warning"));
     definition.description = localized(entry, QStringLiteral("description"));
     definition.type = entry.value(QStringLiteral("type")).toString(tweakTypeRegistry);
@@ -126,8 +127,7 @@ bool TweakCatalog::addDefinition(const QJsonObject& entry)
     } else if (definition.type == tweakTypeCommand) {
         tweak = makeCommandTweak(id, entry);
     } else {
-        logLine(LogLevel::Warn,
-                QStringLiteral("Tweak %1 has unsupported type '%2'; skipped").arg(id, definition.type));
+        logLine(LogLevel::Warn, QStringLiteral("Tweak %1 has unsupported type '%2'; skipped").arg(id, definition.type));
     }
     if (!tweak)
         return false;

@@ -27,9 +27,9 @@ QColor white(int alpha)
 } // namespace
 
 GradientButton::GradientButton(const QString& text, QWidget* parent)
-    : QPushButton(text, parent),
-      m_timer(new QTimer(this)),
-      m_shadow(new QGraphicsDropShadowEffect(this))
+    : QPushButton(text, parent)
+    , m_timer(new QTimer(this))
+    , m_shadow(new QGraphicsDropShadowEffect(this))
 {
     setCursor(Qt::PointingHandCursor);
     setAttribute(Qt::WA_TranslucentBackground);

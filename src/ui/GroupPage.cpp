@@ -47,13 +47,13 @@ QLayout* makeHeader(IconId icon, const QString& title, const QString& subtitle)
 
 GroupPage::GroupPage(IconId icon, const QString& title, const QString& subtitle, Tier required, const QString& webBase,
                      QWidget* parent)
-    : QWidget(parent),
-      m_required(required),
-      m_webBase(webBase),
-      m_tabGroup(new QButtonGroup(this)),
-      m_tabBar(new QWidget),
-      m_tabLayout(new QHBoxLayout(m_tabBar)),
-      m_stack(new QStackedWidget)
+    : QWidget(parent)
+    , m_required(required)
+    , m_webBase(webBase)
+    , m_tabGroup(new QButtonGroup(this))
+    , m_tabBar(new QWidget)
+    , m_tabLayout(new QHBoxLayout(m_tabBar))
+    , m_stack(new QStackedWidget)
 {
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);

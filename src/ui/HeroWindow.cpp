@@ -189,11 +189,11 @@ QTimer* singleShot(QObject* parent, int intervalMs)
 } // namespace
 
 HeroWindow::HeroWindow(QWidget* parent)
-    : QWidget(parent),
-      m_repaintTimer(new QTimer(this)),
-      m_rebuildTimer(singleShot(this, resizeSettleMs)),
-      m_scrollTimer(singleShot(this, scrollPauseMs)),
-      m_moveTimer(singleShot(this, movePauseMs))
+    : QWidget(parent)
+    , m_repaintTimer(new QTimer(this))
+    , m_rebuildTimer(singleShot(this, resizeSettleMs))
+    , m_scrollTimer(singleShot(this, scrollPauseMs))
+    , m_moveTimer(singleShot(this, movePauseMs))
 {
     setObjectName(QStringLiteral("Window"));
     setWindowTitle(QStringLiteral("Torvelane"));

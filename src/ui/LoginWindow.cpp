@@ -44,8 +44,9 @@ LoginWindow::LoginWindow(AuthService* auth, const QString& suggestedName, QWidge
     title->setObjectName(QStringLiteral("H1"));
     title->setFont(displayFont(23, QFont::Bold));
     title->setAlignment(Qt::AlignHCenter);
-    auto* const subtitle = new QLabel(translate("LoginWindow", "Your account stays on this PC. Choose the name that "
-                                                               "Torvelane calls you by."));
+    auto* const subtitle = new QLabel(translate("LoginWindow",
+                                                "Your account stays on this PC. Choose the name that "
+                                                "Torvelane calls you by."));
     subtitle->setObjectName(QStringLiteral("Subtitle"));
     subtitle->setAlignment(Qt::AlignHCenter);
     subtitle->setWordWrap(true);

@@ -126,9 +126,9 @@ void MainWindow::buildGroups()
 
 void MainWindow::buildSettings()
 {
-    auto* const page = new GroupPage(IconId::Settings, translate("Groups", "Settings"),
-                                     translate("MainWindow", "Your account and app settings."), Tier::None,
-                                     deployment::webBaseUrl);
+    auto* const page =
+        new GroupPage(IconId::Settings, translate("Groups", "Settings"),
+                      translate("MainWindow", "Your account and app settings."), Tier::None, deployment::webBaseUrl);
     auto* const account = new AccountPage(m_context->auth->profile());
     connect(account, &AccountPage::signOutRequested, this, &MainWindow::requestLogout);
     page->addSection(IconId::Settings, translate("Sections", "Settings"), account, Tier::None);
@@ -224,9 +224,10 @@ void MainWindow::applyTierToNav(Tier tier)
     for (int i = 0; i < m_pages.size(); ++i) {
         m_pages.at(i)->setUserTier(tier);
         const Tier required = m_groups.at(i).requiredTier;
-        m_sidebar->setRowTooltip(i, TierGate::covers(tier, required)
-                                        ? QString()
-                                        : QStringLiteral("Requires %1").arg(tierName(required).toUpper()));
+        m_sidebar->setRowTooltip(i,
+                                 TierGate::covers(tier, required)
+                                     ? QString()
+                                     : QStringLiteral("Requires %1").arg(tierName(required).toUpper()));
     }
 }
 

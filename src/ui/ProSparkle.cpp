@@ -23,10 +23,10 @@ constexpr QColor glint{0xB2, 0xB9, 0xFF};
 } // namespace
 
 ProSparkle::ProSparkle(QWidget* parent)
-    : QWidget(parent),
-      m_mask(iconPixmap(IconId::Sparkles, palette::ink, iconSize)),
-      m_timer(new QTimer(this)),
-      m_phase(phaseStart)
+    : QWidget(parent)
+    , m_mask(iconPixmap(IconId::Sparkles, palette::ink, iconSize))
+    , m_timer(new QTimer(this))
+    , m_phase(phaseStart)
 {
     setFixedSize(badgeSize, badgeSize);
     setAttribute(Qt::WA_TransparentForMouseEvents);

@@ -44,7 +44,9 @@ UsernameLabel::Style nameStyle(Tier tier)
 } // namespace
 
 Sidebar::Sidebar(const QList<NavGroup>& groups, QWidget* parent)
-    : QFrame(parent), m_groups(groups), m_buttons(new QButtonGroup(this))
+    : QFrame(parent)
+    , m_groups(groups)
+    , m_buttons(new QButtonGroup(this))
 {
     setObjectName(QStringLiteral("Sidebar"));
     setFixedWidth(sidebarWidth);

@@ -66,8 +66,8 @@ void installAccessibility()
 } // namespace
 
 ToggleSwitch::ToggleSwitch(QWidget* parent)
-    : QAbstractButton(parent),
-      m_animation(new QPropertyAnimation(this, "knobPos", this))
+    : QAbstractButton(parent)
+    , m_animation(new QPropertyAnimation(this, "knobPos", this))
 {
     installAccessibility();
     setCursor(Qt::PointingHandCursor);

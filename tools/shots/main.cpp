@@ -144,9 +144,9 @@ void addStates(Album& album, QWidget* frame, MainWindow& window)
                                        "WindowsUpdate\\AU [NoAutoUpdate]"));
     });
     addDialog(album, QStringLiteral("dialog-destructive"), frame, [&] {
-        std::ignore = AppDialog::confirm(&window, translate("MainWindow", "Sign out"),
-                                         translate("MainWindow", "Your account and app settings."), QString(),
-                                         QString(), true);
+        std::ignore =
+            AppDialog::confirm(&window, translate("MainWindow", "Sign out"),
+                               translate("MainWindow", "Your account and app settings."), QString(), QString(), true);
     });
 }
 

@@ -218,9 +218,10 @@ bool Machine::hasObserver()
 }
 
 Machine::Machine()
-    : m_epoch(epoch()),
-      // Not named after the thread: its identifier can be that of an earlier one, whose connection may still be open.
-      m_connectionName(u"torvelane-simulated-pc-%1"_s.arg(shared().nextConnection.fetch_add(1)))
+    : m_epoch(epoch())
+    ,
+    // Not named after the thread: its identifier can be that of an earlier one, whose connection may still be open.
+    m_connectionName(u"torvelane-simulated-pc-%1"_s.arg(shared().nextConnection.fetch_add(1)))
 {
 }
 

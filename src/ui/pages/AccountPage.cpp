@@ -18,11 +18,11 @@ namespace {
 constexpr int buttonIconSize = 18;
 
 /// The one button that ends something: its red is its own.
-const QString signOutStyle = QStringLiteral(
-    "QPushButton { border-radius: 22px; padding: 12px 26px; color: #FCA5A5; font-weight: 600;"
-    " background: rgba(225,66,88,0.12); border: 1px solid rgba(255,140,150,0.30); }"
-    "QPushButton:hover { background: rgba(225,66,88,0.20); border-color: rgba(255,140,150,0.50); }"
-    "QPushButton:focus { border-color: rgba(255,140,150,0.80); }");
+const QString signOutStyle =
+    QStringLiteral("QPushButton { border-radius: 22px; padding: 12px 26px; color: #FCA5A5; font-weight: 600;"
+                   " background: rgba(225,66,88,0.12); border: 1px solid rgba(255,140,150,0.30); }"
+                   "QPushButton:hover { background: rgba(225,66,88,0.20); border-color: rgba(255,140,150,0.50); }"
+                   "QPushButton:focus { border-color: rgba(255,140,150,0.80); }");
 
 QString identityLine(const UserProfile& profile)
 {

@@ -21,8 +21,8 @@ PlaceholderPage::PlaceholderPage(const QString& label, QWidget* parent) : QWidge
     auto* const title = new QLabel(label);
     title->setObjectName(QStringLiteral("H2"));
     title->setFont(displayFont(18, QFont::Bold));
-    auto* const text = new QLabel(translate(
-        "PlaceholderPage", "This page is not part of this version yet. Nothing here changes your PC."));
+    auto* const text = new QLabel(
+        translate("PlaceholderPage", "This page is not part of this version yet. Nothing here changes your PC."));
     text->setObjectName(QStringLiteral("Muted"));
     text->setWordWrap(true);
     column->addWidget(title);

@@ -45,8 +45,8 @@ struct ApplyOutcome {
 ApplyOutcome runToggle(TweakEngine* engine, const QString& id, bool desired, Tier tier)
 {
     ApplyOutcome outcome;
-    outcome.ok = desired ? engine->applyTweak(id, tier, &outcome.error, false)
-                         : engine->revertTweak(id, &outcome.error, true);
+    outcome.ok =
+        desired ? engine->applyTweak(id, tier, &outcome.error, false) : engine->revertTweak(id, &outcome.error, true);
     return outcome;
 }
 
@@ -150,8 +150,10 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     if (m_cards.isEmpty()) {
         column->addWidget(makeWrappedLabel(
             QStringLiteral("Muted"),
-            translate("SectionTweaksPage", "No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, "
-               "services, file cleanup) are added in their own phase — nothing here is faked.")));
+            translate(
+                "SectionTweaksPage",
+                "No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, "
+                "services, file cleanup) are added in their own phase — nothing here is faked.")));
     }
     column->addStretch();
     m_scrollArea->setWidget(content);
@@ -325,7 +327,8 @@ void SectionTweaksPage::addLockedRow(QHBoxLayout* row, const TweakDefinition& tw
 {
     QString word = translate("SectionTweaksPage", "Premium");
     if (tweak.requiredTier == Tier::Pro)
-        word = m_context->tier == Tier::Premium ? translate("SectionTweaksPage", "Upgrade to Pro") : translate("SectionTweaksPage", "Pro");
+        word = m_context->tier == Tier::Premium ? translate("SectionTweaksPage", "Upgrade to Pro")
+                                                : translate("SectionTweaksPage", "Pro");
     row->addWidget(makeTierPill(word, deployment::webBaseUrl, IconId::Lock, 34, lockIconSize), 1);
 }
 
@@ -335,8 +338,9 @@ void SectionTweaksPage::toggleTweak(const QString& id, bool desired)
     if (desired && !tweak.warning.isEmpty()) {
         // The session can end, and this page with it, while the question stands.
         const QPointer<SectionTweaksPage> guard(this);
-        const bool accepted = AppDialog::confirm(this, tweak.name, tweak.warning + translate("SectionTweaksPage", "\n\nApply this tweak?"),
-                                                 translate("SectionTweaksPage", "Apply"), translate("SectionTweaksPage", "Cancel"));
+        const bool accepted = AppDialog::confirm(
+            this, tweak.name, tweak.warning + translate("SectionTweaksPage", "\n\nApply this tweak?"),
+            translate("SectionTweaksPage", "Apply"), translate("SectionTweaksPage", "Cancel"));
         if (!guard)
             return;
         if (!accepted) {
@@ -353,7 +357,9 @@ void SectionTweaksPage::toggleTweak(const QString& id, bool desired)
         [this, id](const ApplyOutcome& outcome) {
             endWork({id});
             if (!outcome.ok)
-                AppDialog::info(this, translate("SectionTweaksPage", "Tweak failed"), outcome.error.isEmpty() ? translate("SectionTweaksPage", "Operation failed.") : outcome.error);
+                AppDialog::info(this, translate("SectionTweaksPage", "Tweak failed"),
+                                outcome.error.isEmpty() ? translate("SectionTweaksPage", "Operation failed.")
+                                                        : outcome.error);
         });
 }
 
@@ -375,7 +381,8 @@ void SectionTweaksPage::applyAllRecommended()
         [this, ids](const QStringList& failures) {
             endWork(ids);
             if (!failures.isEmpty())
-                AppDialog::info(this, translate("SectionTweaksPage", "Some tweaks failed"), failures.join(QLatin1Char('\n')));
+                AppDialog::info(this, translate("SectionTweaksPage", "Some tweaks failed"),
+                                failures.join(QLatin1Char('\n')));
         });
 }
 
@@ -445,7 +452,8 @@ void SectionTweaksPage::refreshActionButton()
     const bool anything = !division.applied.isEmpty() || !division.notApplied.isEmpty();
     m_actionButton->setVisible(isBatchOpen() && anything);
     const bool allApplied = division.notApplied.isEmpty() && !division.applied.isEmpty();
-    m_actionButton->setText(allApplied ? translate("SectionTweaksPage", "Revert all") : translate("SectionTweaksPage", "Apply all"));
+    m_actionButton->setText(allApplied ? translate("SectionTweaksPage", "Revert all")
+                                       : translate("SectionTweaksPage", "Apply all"));
     const QString variant = allApplied ? QStringLiteral("ghost") : QStringLiteral("primary");
     if (m_actionButton->property("variant").toString() == variant)
         return;
