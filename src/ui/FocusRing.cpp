@@ -2,9 +2,10 @@
 
 #include "ui/ToggleSwitch.h"
 
-#include <QAbstractButton>
+#include <QAbstractScrollArea>
 #include <QApplication>
-#include <QFocusFrame>
+#include <QEvent>
+#include <QLineEdit>
 #include <QPainter>
 
 #include <algorithm>
@@ -16,27 +17,36 @@ namespace {
 constexpr double ringWidth = 2.0;
 constexpr double maximumRadius = 10.0;
 
-// Follows the widget by itself. Drawn within the widget's bounds: many lie at the very edge of what their parent shows.
-class RingFrame : public QFocusFrame {
+// Lies over a control, within its bounds: many reach to the very edge of what their parent shows.
+class Ring : public QWidget {
 public:
-    using QFocusFrame::QFocusFrame;
+    explicit Ring(QWidget* control) : QWidget(control)
+    {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        resize(control->size());
+        show();
+    }
 
 protected:
     void paintEvent(QPaintEvent*) override
     {
-        if (!widget())
-            return;
-        const QPoint corner = widget()->mapToGlobal(QPoint()) - mapToGlobal(QPoint());
         constexpr double inset = ringWidth / 2;
-        const QRectF ring = QRectF(QPointF(corner), QSizeF(widget()->size())).adjusted(inset, inset, -inset, -inset);
-        const double radius =
-            qobject_cast<ToggleSwitch*>(widget()) ? ring.height() / 2 : std::min(ring.height() / 2, maximumRadius);
+        const QRectF ring = QRectF(rect()).adjusted(inset, inset, -inset, -inset);
+        const bool isPill = qobject_cast<ToggleSwitch*>(parentWidget());
+        const double radius = isPill ? ring.height() / 2 : std::min(ring.height() / 2, maximumRadius);
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(QPen(QColor(255, 255, 255, 217), ringWidth));
         painter.drawRoundedRect(ring, radius, radius);
     }
 };
+
+// Text fields show the focus by their border and cursor, and a ring around a whole page would tell nothing.
+bool wearsRing(const QWidget* widget)
+{
+    return !widget->isWindow() && !qobject_cast<const QLineEdit*>(widget)
+        && !qobject_cast<const QAbstractScrollArea*>(widget);
+}
 
 } // namespace
 
@@ -47,23 +57,26 @@ FocusRing::FocusRing(QObject* parent) : QObject(parent)
 
 QWidget* FocusRing::target() const
 {
-    return m_frame ? m_frame->widget() : nullptr;
+    return m_ring ? m_ring->parentWidget() : nullptr;
+}
+
+bool FocusRing::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Resize && watched == target())
+        m_ring->resize(target()->size());
+    return QObject::eventFilter(watched, event);
 }
 
 void FocusRing::follow(QWidget* focused)
 {
-    // Qt notes on the window that the keyboard moved the focus. Text fields show theirs by their border and cursor.
-    const bool wanted =
-        qobject_cast<QAbstractButton*>(focused) && focused->window()->testAttribute(Qt::WA_KeyboardFocusChange);
-    if (!wanted) {
-        if (m_frame)
-            m_frame->setWidget(nullptr);
+    if (QWidget* const former = target())
+        former->removeEventFilter(this);
+    delete m_ring;
+    // Qt notes on the window that the keyboard moved the focus.
+    if (!focused || !focused->window()->testAttribute(Qt::WA_KeyboardFocusChange) || !wearsRing(focused))
         return;
-    }
-    // The frame becomes a child of the widget's parent, and goes with it.
-    if (!m_frame)
-        m_frame = new RingFrame;
-    m_frame->setWidget(focused);
+    m_ring = new Ring(focused);
+    focused->installEventFilter(this);
 }
 
 } // namespace torvelane

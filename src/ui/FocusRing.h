@@ -2,9 +2,7 @@
 
 #include <QObject>
 #include <QPointer>
-
-class QFocusFrame;
-class QWidget;
+#include <QWidget>
 
 namespace torvelane {
 
@@ -16,13 +14,15 @@ class FocusRing : public QObject {
 public:
     explicit FocusRing(QObject* parent = nullptr);
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
     /// The control that wears the ring now; null if none does.
     [[nodiscard]] QWidget* target() const;
 
 private:
     void follow(QWidget* focused);
 
-    QPointer<QFocusFrame> m_frame;
+    QPointer<QWidget> m_ring; // a child of the control, and gone with it
 };
 
 } // namespace torvelane

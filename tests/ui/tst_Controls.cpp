@@ -310,6 +310,8 @@ void tst_Controls::ringFollowsTheKeyboardOnly()
     QVERIFY(!ring.target());
     QTest::keyClick(first, Qt::Key_Tab);
     QCOMPARE(ring.target(), second);
+    const QImage ringed = second->grab().toImage();
+    QVERIFY(ringed.pixelColor(ringed.width() / 2, 0).value() > 150);
     QTest::keyClick(second, Qt::Key_Backtab);
     QCOMPARE(ring.target(), first);
     delete page;
