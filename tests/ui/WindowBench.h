@@ -1,0 +1,95 @@
+#pragma once
+
+#include "account/AuthService.h"
+#include "app/AppContext.h"
+#include "support/ScratchMachine.h"
+#include "tweaks/TweakEngine.h"
+#include "ui/ToggleSwitch.h"
+
+#include <QFutureWatcher>
+
+#include <algorithm>
+
+namespace torvelane::test {
+
+/// The section that the entries below belong to.
+inline const QString entrySection = QStringLiteral("Explorer");
+
+/// An entry that sets the value of its own name in the scratch key, or one below it, to 1.
+inline QByteArray registryEntry(const QByteArray& id, const QByteArray& more = {}, const QByteArray& subkey = {})
+{
+    return R"({"section": "Explorer", "id": ")" + id + R"(", "name": ")" + id
+        + R"(", "operations": [{"hive": "HKCU", "path": "Software\\Torvelane\\Test)" + subkey + R"(", "name": ")" + id
+        + R"(", "desired": 1}])" + more + '}';
+}
+
+/// An entry with the commands "rem apply <id>" and "rem revert <id>".
+inline QByteArray commandEntry(const QByteArray& id)
+{
+    return R"({"section": "Explorer", "type": "command", "id": ")" + id + R"(", "name": ")" + id
+        + R"(", "apply": ["rem apply )" + id + R"("], "revert": ["rem revert )" + id + R"("]})";
+}
+
+/// The program's context on a machine of its own, with a session: what windows are built on.
+class WindowBench {
+public:
+    /// A small catalogue of these entries; without any it is the program's own.
+    explicit WindowBench(const QByteArrayList& entries = {}, Tier tier = Tier::Pro)
+    {
+        if (!bringUp(context, entries))
+            qFatal("The context could not be set up");
+        setTier(tier);
+    }
+
+    static bool bringUp(AppContext& context, const QByteArrayList& entries)
+    {
+        if (!context.init())
+            return false;
+        if (entries.isEmpty())
+            return true;
+        context.catalog.clear();
+        return context.catalog.loadFromJson(R"({"tweaks": [)" + entries.join(',') + "]}");
+    }
+
+    void setTier(Tier tier)
+    {
+        if (!context.auth->login(QStringLiteral("Ada"), tier, nullptr))
+            qFatal("No session");
+    }
+
+    /// What the engine has done since the last call, in order: "+id" for applied, "-id" for reverted.
+    QString engineWork()
+    {
+        QStringList work;
+        for (const QString& line : machine.log.lines()) {
+            const QString id = line.mid(line.lastIndexOf(QLatin1Char(' ')) + 1);
+            if (line.startsWith(QStringLiteral("[INFO] engine: Applied tweak: ")))
+                work.append(QLatin1Char('+') + id);
+            else if (line.startsWith(QStringLiteral("[INFO] engine: Reverted tweak: ")))
+                work.append(QLatin1Char('-') + id);
+        }
+        machine.log = LogCapture();
+        return work.join(QLatin1Char(' '));
+    }
+
+    QString applied() const { return context.engine->appliedIds().join(QLatin1Char(' ')); }
+
+    ScratchMachine machine;
+    AppContext context;
+};
+
+template <typename Widget>
+Widget* named(const QWidget& within, const QString& accessibleName)
+{
+    const auto widgets = within.findChildren<Widget*>();
+    const auto found = std::ranges::find(widgets, accessibleName, &QWidget::accessibleName);
+    return found == widgets.end() ? nullptr : *found;
+}
+
+/// Whether a page still waits for the result of something.
+inline bool isWorking(const QWidget& page)
+{
+    return page.findChild<QFutureWatcherBase*>() != nullptr;
+}
+
+} // namespace torvelane::test

@@ -1,0 +1,327 @@
+#include "account/TierWatcher.h"
+#include "platform/simulated/SimulatedPc.h"
+#include "tweaks/StateSql.h"
+#include "ui/Dialogs.h"
+#include "ui/Theme.h"
+#include "ui/WindowBench.h"
+#include "ui/pages/SectionTweaksPage.h"
+#include "ui/pages/TweakCard.h"
+
+#include <QAccessible>
+#include <QDesktopServices>
+#include <QHelpEvent>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QTest>
+#include <QToolTip>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+using platform::SimulatedPc;
+
+namespace {
+
+const QString scratchRoot = u"HKCU\\"_s + scratchKey;
+const QByteArray warning = R"(, "warning": "Loses <b>sleep</b>.")";
+const QByteArray premium = R"(, "requiredTier": "premium")";
+const QByteArray pro = R"(, "requiredTier": "pro")";
+
+/// A page that is shown, over a machine and a catalogue of its own.
+struct PageBench : WindowBench {
+    explicit PageBench(const QByteArrayList& entries, Tier tier = Tier::Pro, Tier pageTier = Tier::None)
+        : WindowBench(entries, tier)
+        , page(context, entrySection, IconId::Folder, pageTier)
+    {
+        QObject::connect(context.tierWatcher.get(), &TierWatcher::tierChanged, &page,
+                         &SectionTweaksPage::onTierChanged);
+        page.resize(620, 500);
+        page.show();
+        page.activateWindow();
+        if (!QTest::qWaitForWindowActive(&page))
+            qFatal("The page could not be shown");
+    }
+
+    ToggleSwitch* toggle(const QString& id) const { return named<ToggleSwitch>(page, id); }
+
+    QPushButton* action() const
+    {
+        const auto buttons = page.findChildren<QPushButton*>();
+        const auto found = std::ranges::find_if(
+            buttons, [](const QPushButton* button) { return button->property("variant").isValid(); });
+        return found == buttons.end() ? nullptr : *found;
+    }
+
+    QString actionLook() const { return action()->text() + u'/' + action()->property("variant").toString(); }
+
+    /// The ids whose switch is on.
+    QString on() const
+    {
+        QStringList ids;
+        for (const ToggleSwitch* const toggle : page.findChildren<ToggleSwitch*>()) {
+            if (toggle->isOn())
+                ids.append(toggle->accessibleName());
+        }
+        return ids.join(u' ');
+    }
+
+    SectionTweaksPage page;
+};
+
+} // namespace
+
+class tst_SectionTweaksPage : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { applyTheme(*qApp); }
+
+    void warningIsAskedBeforeTurningOnOnly()
+    {
+        PageBench bench({registryEntry("a", warning)});
+        ToggleSwitch* const toggle = bench.toggle(u"a"_s);
+        const auto everything = [] {
+            return differences({}, TestMachine::image()) + stateSql(u"SELECT * FROM tweak_state"_s)
+                + stateSql(u"SELECT * FROM tweak_selection"_s);
+        };
+        const QStringList before = everything();
+        QStringList texts;
+        answerNextDialog(false, &texts);
+        toggle->click();
+        QCOMPARE(texts, QStringList({u"a"_s, u"Loses <b>sleep</b>.\n\nApply this tweak?"_s}));
+        QVERIFY(!toggle->isOn());
+        QVERIFY(!isWorking(bench.page));
+        QCOMPARE(everything(), before);
+
+        answerNextDialog(true, &texts);
+        toggle->click();
+        QTRY_COMPARE(bench.applied(), u"a"_s);
+        const QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(toggle);
+        QVERIFY(face->state().checked);
+        QCOMPARE(face->text(QAccessible::Description), u"Loses <b>sleep</b>."_s);
+        // A question here would wait for an answer for good.
+        toggle->click();
+        QTRY_COMPARE(bench.applied(), QString());
+    }
+
+    void failureSlidesTheSwitchBack_data()
+    {
+        QTest::addColumn<bool>("applied");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("apply") << false << u"a: Apply error: Failed to write HKCU\\Software\\Torvelane\\Test [a]"_s;
+        // The row stays half reverted, for the next start to try again; the engine doesn't call that applied.
+        QTest::newRow("revert") << true << u"Failed to restore: Software\\Torvelane\\Test\\a"_s;
+    }
+
+    void failureSlidesTheSwitchBack()
+    {
+        QFETCH(const bool, applied);
+        PageBench bench({registryEntry("a")});
+        if (applied) {
+            bench.action()->click();
+            QTRY_VERIFY(!isWorking(bench.page));
+        }
+        SimulatedPc::denyWrites(scratchRoot);
+        QStringList texts;
+        bool onUnderTheDialog = true;
+        whenDialogOpens([&](QDialog*) {
+            onUnderTheDialog = bench.toggle(u"a"_s)->isOn();
+            answerNextDialog(true, &texts);
+        });
+        bench.toggle(u"a"_s)->click();
+        QCOMPARE(bench.toggle(u"a"_s)->isOn(), !applied);
+        QTRY_COMPARE(texts.size(), 2);
+        QVERIFY(!onUnderTheDialog);
+        QCOMPARE(texts.first(), u"Tweak failed"_s);
+        QTEST(texts.last(), "text");
+        QCOMPARE(bench.actionLook(), u"Apply all/primary"_s);
+    }
+
+    void clicksRunInTheirOrder()
+    {
+        PageBench bench({registryEntry("a"), registryEntry("b"), commandEntry("c")});
+        SimulatedPc::hangTool(u"rem revert c"_s, 300);
+        bench.toggle(u"a"_s)->click();
+        bench.toggle(u"a"_s)->click();
+        bench.toggle(u"b"_s)->click();
+        QCOMPARE(bench.on(), u"b"_s);
+        bench.action()->click();
+        QCOMPARE(bench.on(), u"a b c"_s);
+        // The end of the batch, which comes while this one hangs, must not show c as on for good.
+        bench.toggle(u"c"_s)->click();
+        QTRY_VERIFY(!isWorking(bench.page));
+        QCOMPARE(bench.engineWork(), u"+a -a +b +a +c -c"_s);
+        QCOMPARE(bench.on(), u"a b"_s);
+    }
+
+    void tierChangesWhileWorkRuns()
+    {
+        PageBench bench({commandEntry("slow"), registryEntry("locked", pro)});
+        SimulatedPc::hangTool(u"rem apply slow"_s, 200);
+        SimulatedPc::denyWrites(scratchRoot);
+        bench.toggle(u"slow"_s)->click();
+        bench.toggle(u"locked"_s)->click();
+        bench.setTier(Tier::Free);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // the cards of before
+        QVERIFY(!bench.toggle(u"locked"_s));
+        QCOMPARE(bench.on(), u"slow"_s);
+        QStringList texts;
+        answerNextDialog(true, &texts);
+        QTRY_VERIFY(!texts.isEmpty() && !isWorking(bench.page));
+        QCOMPARE(texts.first(), u"Tweak failed"_s);
+        QCOMPARE(bench.on(), bench.applied());
+        QCOMPARE(bench.on(), u"slow"_s);
+    }
+
+    void pageGoesWhileWorkIsQueued()
+    {
+        WindowBench bench({commandEntry("slow"), registryEntry("next")});
+        SimulatedPc::hangTool(u"rem apply slow"_s, 200);
+        {
+            const SectionTweaksPage page(bench.context, entrySection, IconId::Folder, Tier::None);
+            named<ToggleSwitch>(page, u"slow"_s)->click();
+            named<ToggleSwitch>(page, u"next"_s)->click();
+            QTRY_VERIFY(!SimulatedPc::journal().isEmpty());
+        }
+        // What had begun was waited for, and what hadn't was dropped.
+        QCOMPARE(bench.engineWork(), u"+slow"_s);
+    }
+
+    void batchTouchesOnlyWhatIsLeft()
+    {
+        PageBench bench({registryEntry("a"), registryEntry("b"), registryEntry("c", pro)}, Tier::Free);
+        const auto afterClick = [&bench](QAbstractButton* button) {
+            button->click();
+            const QString look = bench.actionLook();
+            return QTest::qWaitFor([&] { return !isWorking(bench.page); }) ? look + u' ' + bench.engineWork() : look;
+        };
+        QCOMPARE(bench.actionLook(), u"Apply all/primary"_s);
+        QCOMPARE(afterClick(bench.action()), u"Revert all/ghost +a +b"_s);
+        QCOMPARE(afterClick(bench.toggle(u"b"_s)), u"Apply all/primary -b"_s);
+        QCOMPARE(afterClick(bench.action()), u"Revert all/ghost +b"_s);
+        QCOMPARE(afterClick(bench.action()), u"Apply all/primary -a -b"_s);
+    }
+
+    void batchTellsWhatFailed()
+    {
+        PageBench bench({registryEntry("a"), registryEntry("bad", {}, R"(\\Bad)"), registryEntry("c")});
+        SimulatedPc::denyWrites(scratchRoot + u"\\Bad"_s);
+        QStringList texts;
+        answerNextDialog(true, &texts);
+        bench.action()->click();
+        QTRY_VERIFY(!texts.isEmpty());
+        QCOMPARE(texts,
+                 QStringList({u"Some tweaks failed"_s,
+                              u"bad: Apply error: Failed to write HKCU\\Software\\Torvelane\\Test\\Bad [bad]"_s}));
+        QCOMPARE(bench.on(), u"a c"_s);
+        QCOMPARE(bench.actionLook(), u"Apply all/primary"_s);
+    }
+
+    void locks_data()
+    {
+        QTest::addColumn<Tier>("tier");
+        QTest::addColumn<Tier>("pageTier");
+        QTest::addColumn<QString>("looks");
+        QTest::addColumn<bool>("batch");
+        QTest::newRow("no subscription") << Tier::None << Tier::None << u"Premium Premium Pro"_s << false;
+        QTest::newRow("free") << Tier::Free << Tier::None << u"switch Premium Pro"_s << true;
+        QTest::newRow("premium") << Tier::Premium << Tier::None << u"switch switch Upgrade to Pro"_s << true;
+        QTest::newRow("pro") << Tier::Pro << Tier::Pro << u"switch switch switch"_s << true;
+        QTest::newRow("page above the user") << Tier::Free << Tier::Premium << u"switch Premium Pro"_s << false;
+    }
+
+    void locks()
+    {
+        QFETCH(const Tier, tier);
+        QFETCH(const Tier, pageTier);
+        const PageBench bench({registryEntry("a"), registryEntry("b", premium), registryEntry("c", pro)}, tier,
+                              pageTier);
+        QStringList looks;
+        for (const TweakCard* const card : bench.page.findChildren<TweakCard*>()) {
+            const auto* const pill = card->findChild<QPushButton*>(u"TierPill"_s);
+            QVERIFY((pill == nullptr) != (card->findChild<ToggleSwitch*>() == nullptr));
+            looks.append(pill ? pill->text().trimmed() : u"switch"_s);
+        }
+        QTEST(looks.join(u' '), "looks");
+        QTEST(bench.action()->isVisible(), "batch");
+    }
+
+    void columns_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("columns");
+        for (const auto& [width, columns] : {std::pair(300, 2), {592, 2}, {893, 2}, {894, 3}, {4000, 3}})
+            QTest::addRow("%d", width) << width << columns;
+    }
+
+    void columns()
+    {
+        QFETCH(const int, width);
+        QFETCH(const int, columns);
+        PageBench bench({registryEntry("a"), registryEntry("b"), registryEntry("c"), registryEntry("d")});
+        const auto cards = bench.page.findChildren<TweakCard*>();
+        bench.page.resize(width, 500);
+        QTRY_COMPARE(bench.page.findChild<QScrollArea*>()->viewport()->width(), width);
+        QTRY_COMPARE(cards.at(columns)->x(), cards.at(0)->x());
+        QVERIFY(cards.at(columns)->y() > cards.at(columns - 1)->y());
+        QCOMPARE(cards.at(columns - 1)->y(), cards.at(0)->y());
+    }
+
+    void switchesOfAHiddenPageJump()
+    {
+        PageBench bench({registryEntry("a")});
+        const auto* const toggle = bench.toggle(u"a"_s);
+        bench.page.hide();
+        bench.action()->click();
+        QCOMPARE(toggle->knobPos(), 1.0);
+        QTRY_VERIFY(!isWorking(bench.page));
+        bench.page.show();
+        bench.action()->click();
+        QCOMPARE(toggle->knobPos(), 1.0);
+        QTRY_COMPARE(toggle->knobPos(), 0.0);
+    }
+
+    void tooltipsShowThroughTheCard()
+    {
+        const PageBench bench({registryEntry("a", warning)});
+        auto* const card = named<TweakCard>(bench.page, u"a"_s);
+        const auto tooltipAt = [card](const QPoint& point) {
+            QHelpEvent event(QEvent::ToolTip, point, card->mapToGlobal(point));
+            QApplication::sendEvent(card, &event);
+            return QToolTip::text();
+        };
+        auto* const tag = card->findChild<QLabel*>(u"WarnTag"_s);
+        const QPoint onTag = tag->mapTo(card, tag->rect().center());
+        QCOMPARE(card->childAt(onTag), nullptr);
+        QVERIFY2(tooltipAt(onTag).contains(u"Loses &lt;b&gt;sleep"), qPrintable(QToolTip::text()));
+        QVERIFY2(tooltipAt(QPoint(3, 3)).contains(u"Torvelane\\Test\\a = 1"), qPrintable(QToolTip::text()));
+        QToolTip::hideText();
+    }
+
+    void keyboard()
+    {
+        PageBench bench({registryEntry("a"), registryEntry("locked", pro), registryEntry("c")}, Tier::Free);
+        const auto press = [](Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); };
+        bench.action()->setFocus(Qt::TabFocusReason);
+        press(Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), bench.toggle(u"a"_s));
+        press(Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), bench.page.findChild<QPushButton*>(u"TierPill"_s));
+        QDesktopServices::setUrlHandler(u"https"_s, this, "rememberAddress");
+        press(Qt::Key_Return);
+        QDesktopServices::unsetUrlHandler(u"https"_s);
+        QVERIFY2(m_address.endsWith(u"/pricing"), qPrintable(m_address));
+        press(Qt::Key_Tab);
+        press(Qt::Key_Space);
+        QTRY_COMPARE(bench.applied(), u"c"_s);
+    }
+
+public Q_SLOTS:
+    void rememberAddress(const QUrl& address) { m_address = address.toString(); }
+
+private:
+    QString m_address;
+};
+
+QTEST_MAIN(tst_SectionTweaksPage)
+#include "tst_SectionTweaksPage.moc"
