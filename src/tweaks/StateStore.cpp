@@ -18,21 +18,22 @@ namespace {
 
 const QString category = QStringLiteral("store");
 
-const QString createStateTable = QStringLiteral(
-    "CREATE TABLE IF NOT EXISTS tweak_state ( tweak_id TEXT PRIMARY KEY, required_tier TEXT NOT NULL, "
-    "capture TEXT NOT NULL, state TEXT NOT NULL, applied_at INTEGER, updated_at INTEGER)");
-const QString createSelectionTable = QStringLiteral(
-    "CREATE TABLE IF NOT EXISTS tweak_selection ( tweak_id TEXT PRIMARY KEY, selected_at INTEGER)");
-const QString upsertState = QStringLiteral(
-    "INSERT INTO tweak_state(tweak_id, required_tier, capture, state, applied_at, updated_at) "
-    "VALUES(?,?,?,?,?,?) ON CONFLICT(tweak_id) DO UPDATE SET  required_tier=excluded.required_tier,  "
-    "capture=excluded.capture,  state=excluded.state,  applied_at=excluded.applied_at,  "
-    "updated_at=excluded.updated_at");
+const QString createStateTable =
+    QStringLiteral("CREATE TABLE IF NOT EXISTS tweak_state ( tweak_id TEXT PRIMARY KEY, required_tier TEXT NOT NULL, "
+                   "capture TEXT NOT NULL, state TEXT NOT NULL, applied_at INTEGER, updated_at INTEGER)");
+const QString createSelectionTable =
+    QStringLiteral("CREATE TABLE IF NOT EXISTS tweak_selection ( tweak_id TEXT PRIMARY KEY, selected_at INTEGER)");
+const QString upsertState =
+    QStringLiteral("INSERT INTO tweak_state(tweak_id, required_tier, capture, state, applied_at, updated_at) "
+                   "VALUES(?,?,?,?,?,?) ON CONFLICT(tweak_id) DO UPDATE SET  required_tier=excluded.required_tier,  "
+                   "capture=excluded.capture,  state=excluded.state,  applied_at=excluded.applied_at,  "
+                   "updated_at=excluded.updated_at");
 const QString updateState = QStringLiteral("UPDATE tweak_state SET state=?, updated_at=? WHERE tweak_id=?");
-const QString selectById = QStringLiteral(
-    "SELECT tweak_id, required_tier, capture, state, applied_at FROM tweak_state WHERE tweak_id=?");
-const QString selectByState = QStringLiteral(
-    "SELECT tweak_id, required_tier, capture, state, applied_at FROM tweak_state WHERE state=?");
+const QString selectById =
+    QStringLiteral("SELECT tweak_id, required_tier, capture, state, applied_at FROM tweak_state WHERE tweak_id=?");
+const QString selectIdsByState = QStringLiteral("SELECT tweak_id FROM tweak_state WHERE state=?");
+const QString selectByState =
+    QStringLiteral("SELECT tweak_id, required_tier, capture, state, applied_at FROM tweak_state WHERE state=?");
 
 /// Indexed by the state's number.
 constexpr std::array stateNames{QLatin1String("capturing"), QLatin1String("applied"), QLatin1String("reverting"),
@@ -203,6 +204,19 @@ QList<TweakRecord> StateStore::listByState(TweakState state) const
     return records;
 }
 
+QStringList StateStore::listIdsByState(TweakState state) const
+{
+    QStringList ids;
+    if (!m_open)
+        return ids;
+    QSqlQuery query = selectQuery(connection(), selectIdsByState, stateName(state));
+    while (query.next())
+        ids.append(query.value(0).toString());
+    if (query.lastError().isValid())
+        logError(QStringLiteral("listByState failed: ") + query.lastError().text());
+    return ids;
+}
+
 QList<TweakRecord> StateStore::listInterrupted() const
 {
     return listByState(TweakState::Capturing) + listByState(TweakState::Reverting);
@@ -211,9 +225,9 @@ QList<TweakRecord> StateStore::listInterrupted() const
 void StateStore::setSelected(const QString& id, bool selected)
 {
     if (selected) {
-        std::ignore = execute("setSelected",
-                              QStringLiteral("INSERT OR REPLACE INTO tweak_selection(tweak_id, selected_at) VALUES(?,?)"),
-                              {id, nowMs()});
+        std::ignore = execute(
+            "setSelected", QStringLiteral("INSERT OR REPLACE INTO tweak_selection(tweak_id, selected_at) VALUES(?,?)"),
+            {id, nowMs()});
     } else {
         std::ignore = execute("setSelected", QStringLiteral("DELETE FROM tweak_selection WHERE tweak_id=?"), {id});
     }

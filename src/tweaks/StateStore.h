@@ -9,6 +9,7 @@
 #include <QMutex>
 #include <QSqlDatabase>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -64,6 +65,9 @@ public:
     [[nodiscard]] bool loadRecord(const QString& id, TweakRecord& out, bool* unreadable = nullptr) const;
 
     [[nodiscard]] QList<TweakRecord> listByState(TweakState state) const;
+
+    /// The same without the captures, which take far longer to parse than the ids to read.
+    [[nodiscard]] QStringList listIdsByState(TweakState state) const;
 
     /// The rows in state capturing, then those in state reverting.
     [[nodiscard]] QList<TweakRecord> listInterrupted() const;

@@ -23,7 +23,10 @@ void logLine(LogLevel level, const QString& message)
 } // namespace
 
 TweakEngine::TweakEngine(TweakCatalog* catalog, StateStore* store, QObject* parent)
-    : QObject(parent), m_catalog(catalog), m_store(store), m_clock(&QDateTime::currentMSecsSinceEpoch)
+    : QObject(parent)
+    , m_catalog(catalog)
+    , m_store(store)
+    , m_clock(&QDateTime::currentMSecsSinceEpoch)
 {
 }
 
@@ -192,8 +195,7 @@ void TweakEngine::recoverInterrupted()
     const QList<TweakRecord> interrupted = m_store->listInterrupted();
     if (interrupted.isEmpty())
         return;
-    logLine(LogLevel::Warn,
-            QStringLiteral("Recovering %1 interrupted tweak(s) after crash").arg(interrupted.size()));
+    logLine(LogLevel::Warn, QStringLiteral("Recovering %1 interrupted tweak(s) after crash").arg(interrupted.size()));
     for (const TweakRecord& record : interrupted) {
         QString error;
         if (restoreFromRecord(record, &error))
@@ -211,11 +213,7 @@ bool TweakEngine::isApplied(const QString& id) const
 
 QStringList TweakEngine::appliedIds() const
 {
-    QStringList ids;
-    const QList<TweakRecord> applied = m_store->listByState(TweakState::Applied);
-    for (const TweakRecord& record : applied)
-        ids.append(record.id);
-    return ids;
+    return m_store->listIdsByState(TweakState::Applied);
 }
 
 void TweakEngine::makeRestorePoint(qsizetype tweakCount)
