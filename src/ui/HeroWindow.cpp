@@ -16,9 +16,9 @@ namespace torvelane {
 namespace {
 
 constexpr int frameIntervalMs = 33;
-// The glows drift by less than a pixel in this time and change no colour by a full step, so that composing the
-// background, and repainting all that lies on it, more often would show nobody anything. The stars twinkle faster.
-constexpr qint64 bakeIntervalMs = 99;
+// In this time no glow changes any colour by as much as half a step, so that composing the background, and repainting all
+// that lies on it, more often would show nobody anything. The stars twinkle faster, and repaint their own places.
+constexpr qint64 bakeIntervalMs = 198;
 constexpr int resizeSettleMs = 110;
 constexpr int scrollPauseMs = 150;
 constexpr int movePauseMs = 150;
