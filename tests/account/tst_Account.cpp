@@ -192,6 +192,8 @@ private Q_SLOTS:
         QVERIFY(engine.isApplied(u"free"_s) && !engine.isApplied(u"premium"_s));
         auth.logout();
         QCOMPARE(engine.appliedIds(), QStringList(u"none"_s));
+        const auto selected = [] { return test::stateSql(u"SELECT COUNT(*) FROM tweak_selection"_s); };
+        QCOMPARE(selected(), QStringList(u"4"_s));
         QVERIFY(login(Tier::Pro) && engine.applyBatch(all, tier, nullptr, false));
         Q_EMIT license.sessionEnded();
         QCOMPARE(engine.appliedIds(), QStringList());
@@ -203,7 +205,7 @@ private Q_SLOTS:
                               u"[INFO] account: Tier fell from premium to none"_s,
                               u"[INFO] account: Tier fell from pro to none"_s}));
 
-        QCOMPARE(test::stateSql(u"SELECT COUNT(*) FROM tweak_selection"_s), QStringList(u"4"_s));
+        QCOMPARE(selected(), QStringList(u"4"_s));
     }
 
     void identityHidesItsSource()
