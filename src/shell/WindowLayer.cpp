@@ -5,6 +5,7 @@
 #include "shell/ShellController.h"
 #include "shell/SingleInstance.h"
 #include "shell/UrlProtocol.h"
+#include "ui/FocusRing.h"
 #include "ui/SmoothScroller.h"
 #include "ui/Theme.h"
 #include "ui/Translate.h"
@@ -53,6 +54,7 @@ int runWindowLayer(AppContext& context)
     instance.listen();
     registerUrlProtocol();
     qApp->installEventFilter(new SmoothScroller(qApp));
+    new FocusRing(qApp);
 
     ShellController controller(context);
     controller.start();
