@@ -37,10 +37,10 @@ constexpr int pillTop = 44;
 /// What opens under a key that is no section of the catalogue. A page that is built takes its maker's place here.
 struct PageMaker {
     QLatin1String key;
-    QWidget* (*make)(const NavSection& section);
+    QWidget* (*make)(AppContext& context, const NavSection& section);
 };
 
-QWidget* makePlaceholder(const NavSection& section)
+QWidget* makePlaceholder(AppContext&, const NavSection& section)
 {
     return new PlaceholderPage(section.label);
 }
@@ -92,7 +92,7 @@ MainWindow::MainWindow(AppContext& context, QWidget* parent)
     connect(m_sidebar, &Sidebar::settingsClicked, this, &MainWindow::showSettingsPage);
     connect(context.tierWatcher.get(), &TierWatcher::tierChanged, this, &MainWindow::onTierChanged);
     LicenseService* const license = context.license.get();
-    connect(qGuiApp, &QGuiApplication::applicationStateChanged, license,
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
             [license](Qt::ApplicationState state) { license->setApplicationActive(state == Qt::ApplicationActive); });
     license->setApplicationActive(QGuiApplication::applicationState() == Qt::ApplicationActive);
     connect(context.auth.get(), &AuthService::userChanged, this, &MainWindow::refreshAccount);
@@ -140,7 +140,7 @@ QWidget* MainWindow::createSectionPage(const NavSection& section, Tier groupTier
     const auto maker =
         std::ranges::find_if(pageMakers, [&](const PageMaker& candidate) { return candidate.key == section.key; });
     if (maker != pageMakers.end())
-        return maker->make(section);
+        return maker->make(*m_context, section);
     return new SectionTweaksPage(*m_context, section.key, section.icon, std::max(section.requiredTier, groupTier));
 }
 
