@@ -101,9 +101,10 @@ private Q_SLOTS:
         bench.apply(u"a"_s);
         QTRY_COMPARE(bench.applied(), u"a"_s);
         // Still at it, and the next one still waiting, when the user signs out.
-        SimulatedPc::hangTool(u"rem apply slow"_s, 200);
+        SimulatedPc::hangTool(u"rem apply slow"_s, 1000);
         bench.apply(u"slow"_s);
         bench.apply(u"a"_s);
+        QTRY_VERIFY(!SimulatedPc::journal().isEmpty());
         const QPointer<MainWindow> first = bench.shell->mainWindow();
         const VisibilityWatch watch;
         first->findChild<AccountPage*>()->findChild<QPushButton*>()->click();
@@ -174,26 +175,20 @@ private Q_SLOTS:
         QVERIFY(!watch.wasEverBare);
     }
 
-    /// In the system's language, whatever the program's own is.
-    void sessionEndsInTheSystemsLanguage_data()
-    {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("title");
-        QTest::newRow("French") << u"fr_FR.UTF-8"_s << u"Session remplacée"_s;
-        QTest::newRow("German") << u"de_DE.UTF-8"_s << u"Session replaced"_s;
-    }
-
+    /// In the system's language, whatever the program's own is. In processes of their own, one a language.
     void sessionEndsInTheSystemsLanguage()
     {
-        QFETCH(const QString, locale);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.remove(u"LANGUAGE"_s);
-        environment.insert(u"LC_ALL"_s, locale);
-        QProcess child;
-        child.setProcessEnvironment(environment);
-        child.start(QCoreApplication::applicationFilePath(), {childOption});
-        QVERIFY(child.waitForFinished());
-        QTEST(QString::fromUtf8(child.readAllStandardOutput()), "title");
+        for (const auto& [locale, title] :
+             {std::pair(u"fr_FR.UTF-8"_s, u"Session remplacée"_s), {u"de_DE.UTF-8"_s, u"Session replaced"_s}}) {
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.remove(u"LANGUAGE"_s);
+            environment.insert(u"LC_ALL"_s, locale);
+            QProcess child;
+            child.setProcessEnvironment(environment);
+            child.start(QCoreApplication::applicationFilePath(), {childOption});
+            QVERIFY(child.waitForFinished());
+            QCOMPARE(QString::fromUtf8(child.readAllStandardOutput()), title);
+        }
     }
 
     /// What main does when the last window is closed: the controller goes, then the context.
@@ -203,7 +198,7 @@ private Q_SLOTS:
         const MachineImage before = TestMachine::image();
         std::optional<AppContext> context(std::in_place);
         QVERIFY(WindowBench::bringUp(*context, entries));
-        SimulatedPc::hangTool(u"rem apply slow"_s, 400);
+        SimulatedPc::hangTool(u"rem apply slow"_s, 1000);
         {
             ShellController shell(*context);
             shell.start();

@@ -176,7 +176,7 @@ private Q_SLOTS:
     void pageGoesWhileWorkIsQueued()
     {
         WindowBench bench({commandEntry("slow"), registryEntry("next")});
-        SimulatedPc::hangTool(u"rem apply slow"_s, 200);
+        SimulatedPc::hangTool(u"rem apply slow"_s, 1000);
         {
             const SectionTweaksPage page(bench.context, entrySection, IconId::Folder, Tier::None);
             named<ToggleSwitch>(page, u"slow"_s)->click();
