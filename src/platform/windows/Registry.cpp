@@ -156,6 +156,14 @@ SystemCode RegistryKey::setValue(const QString& name, quint32 type, std::span<co
 {
     if (isCutShort(name) || data.size() > std::numeric_limits<DWORD>::max())
         return codeInvalidParameter;
+    // Where a text doesn't end in a NUL the call looks behind it, and stores one more character if a NUL happens to
+    // lie there. Behind this copy none does, so that the bytes are stored as they are.
+    std::vector<std::byte> guarded;
+    if (type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ) {
+        guarded.assign(data.begin(), data.end());
+        guarded.insert(guarded.end(), sizeof(wchar_t), std::byte{0xff});
+        data = std::span(guarded).first(data.size());
+    }
     return codeOf(RegSetValueExW(keyOf(m_handle), wide(name), 0, type, reinterpret_cast<const BYTE*>(data.data()),
                                  static_cast<DWORD>(data.size())));
 }

@@ -2,6 +2,8 @@
 
 #include "platform/windows/Owners.h"
 
+#include <QCryptographicHash>
+
 #include <limits>
 
 #include <dpapi.h>
@@ -41,16 +43,29 @@ bool convert(const QByteArray& in, QByteArray& out, bool protect)
     return true;
 }
 
+// The system lets some damage to the head of its blob pass. A digest in front of it doesn't.
+QByteArray digestOf(const QByteArray& blob)
+{
+    return QCryptographicHash::hash(blob, QCryptographicHash::Sha256);
+}
+
+const qsizetype digestLength = QCryptographicHash::hashLength(QCryptographicHash::Sha256);
+
 } // namespace
 
 bool protectSecret(const QByteArray& plain, QByteArray& out)
 {
-    return convert(plain, out, true);
+    QByteArray blob;
+    const bool done = convert(plain, blob, true);
+    out = done ? QByteArray(digestOf(blob) + blob) : QByteArray();
+    return done;
 }
 
 bool unprotectSecret(const QByteArray& cipher, QByteArray& out)
 {
-    return convert(cipher, out, false);
+    const QByteArray blob = cipher.mid(digestLength);
+    out.clear();
+    return cipher.left(digestLength) == digestOf(blob) && convert(blob, out, false);
 }
 
 } // namespace torvelane::platform

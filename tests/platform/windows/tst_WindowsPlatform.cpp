@@ -6,6 +6,7 @@
 #include "platform/SystemTools.h"
 
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -17,6 +18,7 @@
 #include <QThread>
 
 #include <cstdio>
+#include <span>
 
 #include <windows.h>
 
@@ -115,6 +117,8 @@ private Q_SLOTS:
     void shellHandsQuotedKeysOn();
     void toolsComeFromTheSystemDirectory();
 
+    void bytesAreStoredAsTheyAre();
+
     void killedTreeLeavesNobody();
     void releasedTreeLeavesWhatItStarted();
     void crashEndsTheTree();
@@ -184,6 +188,24 @@ void tst_WindowsPlatform::toolsComeFromTheSystemDirectory()
     QCOMPARE(systemToolPath(QStringLiteral("no-such-tool.exe")), QStringLiteral("no-such-tool.exe"));
 }
 
+// A text whose end is no NUL, with one right behind it in memory.
+void tst_WindowsPlatform::bytesAreStoredAsTheyAre()
+{
+    const char16_t text[] = u"abc";
+    const std::span<const std::byte> unended = std::as_bytes(std::span(text)).first(3 * sizeof(char16_t));
+    for (const quint32 type : {regSz, regExpandSz, regMultiSz}) {
+        RegistryKey key;
+        QCOMPARE(RegistryKey::create(RootKey::CurrentUser, scratchKey, key), codeSuccess);
+        QCOMPARE(key.setValue(QStringLiteral("Text"), type, unended), codeSuccess);
+        QCOMPARE(RegistryKey::open(RootKey::CurrentUser, scratchKey, RegistryAccess::Read, key), codeSuccess);
+        quint32 stored = regNone;
+        quint32 sizeBytes = 0;
+        QCOMPARE(key.querySize(QStringLiteral("Text"), stored, sizeBytes), codeSuccess);
+        QCOMPARE(stored, type);
+        QCOMPARE(sizeBytes, quint32(unended.size()));
+    }
+}
+
 void tst_WindowsPlatform::killedTreeLeavesNobody()
 {
     QTemporaryDir dir;
@@ -232,11 +254,13 @@ void tst_WindowsPlatform::damagedSecretIsRefused()
     QByteArray cipher;
     QVERIFY(protectSecret(secret, cipher));
     QVERIFY(!cipher.contains(secret));
-    QByteArray damaged = cipher;
-    damaged.back() = static_cast<char>(damaged.back() ^ 1);
-    QByteArray out("left over");
-    QVERIFY(!unprotectSecret(damaged, out));
-    QVERIFY(out.isEmpty());
+    QByteArray out;
+    for (qsizetype i = 0; i < cipher.size(); ++i) {
+        QByteArray damaged = cipher;
+        damaged[i] = static_cast<char>(damaged[i] ^ 1);
+        out = "left over";
+        QVERIFY2(!unprotectSecret(damaged, out) && out.isEmpty(), qPrintable(QStringLiteral("byte %1").arg(i)));
+    }
     QVERIFY(!unprotectSecret(cipher.left(cipher.size() / 2), out));
     QVERIFY(!unprotectSecret(QByteArray(), out));
 }
@@ -247,8 +271,9 @@ void tst_WindowsPlatform::secretOfAnotherProgramIsRefused()
     DATA_BLOB in{static_cast<DWORD>(plain.size()), reinterpret_cast<BYTE*>(plain.data())};
     DATA_BLOB blob{};
     QVERIFY(CryptProtectData(&in, nullptr, nullptr, nullptr, nullptr, CRYPTPROTECT_UI_FORBIDDEN, &blob));
-    const QByteArray planted(reinterpret_cast<const char*>(blob.pbData), static_cast<qsizetype>(blob.cbData));
+    const QByteArray foreign(reinterpret_cast<const char*>(blob.pbData), static_cast<qsizetype>(blob.cbData));
     LocalFree(blob.pbData);
+    const QByteArray planted = QCryptographicHash::hash(foreign, QCryptographicHash::Sha256) + foreign;
     QByteArray out;
     QVERIFY(!unprotectSecret(planted, out));
 }
