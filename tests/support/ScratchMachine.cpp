@@ -59,6 +59,18 @@ std::optional<RawValue> rawValue(const QString& name, const QString& path)
     return key.query(name, buffer, value.type, sizeBytes) == codeSuccess ? std::optional(value) : std::nullopt;
 }
 
+QMap<QString, RawValue> scratchImage()
+{
+    RegistryKey key;
+    QStringList names;
+    if (RegistryKey::open(RootKey::CurrentUser, scratchKey, RegistryAccess::Read, key) == codeSuccess)
+        std::ignore = key.valueNames(names);
+    QMap<QString, RawValue> image;
+    for (const QString& name : std::as_const(names))
+        image.insert(name, rawValue(name).value_or(RawValue()));
+    return image;
+}
+
 QByteArray utf16(const QString& text, qsizetype terminators)
 {
     return QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2) + QByteArray(terminators * 2, '\0');

@@ -4,6 +4,7 @@
 #include "support/TestMachine.h"
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 
 #include <optional>
@@ -26,6 +27,9 @@ void putRaw(const QString& name, const RawValue& value, const QString& path = sc
 
 /// Absent if there is no such value.
 [[nodiscard]] std::optional<RawValue> rawValue(const QString& name, const QString& path = scratchKey);
+
+/// All values of the scratch key itself: a look at the machine that costs little on either.
+[[nodiscard]] QMap<QString, RawValue> scratchImage();
 
 /// The bytes of a text in UTF-16, with as many NUL units behind it.
 [[nodiscard]] QByteArray utf16(const QString& text, qsizetype terminators = 1);

@@ -85,9 +85,9 @@ private Q_SLOTS:
         putRaw(u"Neighbour"_s, {regDword, dwordBytes(5)});
         RegistryTweak tweak(u"t"_s, {wanted, operation(u"B"_s, u"dword"_s, 2)});
 
-        const MachineImage before = TestMachine::image();
+        const auto before = scratchImage();
         const QJsonObject capture = captured(tweak);
-        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QCOMPARE(scratchImage(), before);
         QVERIFY(tweak.apply().ok);
         bool ok = false;
         QVERIFY(tweak.isCurrentlyApplied(&ok) && ok);
@@ -95,7 +95,7 @@ private Q_SLOTS:
         const QJsonObject stored = QJsonDocument::fromJson(QJsonDocument(capture).toJson()).object();
         QVERIFY(tweak.revert(stored).ok);
         QVERIFY(tweak.revert(stored).ok);
-        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QCOMPARE(scratchImage(), before);
     }
 
     /// What the format can't hold, as it is meant to be: foreign types come back as bytes, and of a qword 53 bits.
@@ -145,7 +145,6 @@ private Q_SLOTS:
         row("text of another kind", {regExpandSz, utf16(u"a"_s)}, u"sz"_s, u"a"_s, false);
         row("expanding text", {regExpandSz, utf16(u"a"_s, 0)}, u"expand_sz"_s, u"a"_s, true);
         row("long dword", {regDword, dwordBytes(1) + dwordBytes(9)}, u"dword"_s, 1, true);
-        row("dword of 33 bits wanted", {regDword, dwordBytes(1)}, u"dword"_s, double(0x1'00000001), false);
         row("dword where a qword is wanted", {regDword, dwordBytes(1)}, u"qword"_s, 1, false);
         row("digit where a dword is wanted", {regSz, utf16(u"1"_s)}, u"dword"_s, 1, false);
         row("bytes", {regBinary, "\1\2"}, u"binary"_s, u"01,02"_s, true);
@@ -159,13 +158,15 @@ private Q_SLOTS:
         QFETCH(QJsonObject, wanted);
         QFETCH(bool, matching);
         putRaw(u"A"_s, present);
+        // Windows may have added a terminator.
+        const auto stored = rawValue(u"A"_s);
         RegistryTweak tweak(u"t"_s, {wanted});
         bool ok = false;
         QCOMPARE(tweak.isCurrentlyApplied(&ok), matching);
         QVERIFY(ok);
         QVERIFY(tweak.apply().ok);
-        QVERIFY(matching || wanted[u"desired"_s].toDouble() > 0xffffffff || tweak.isCurrentlyApplied(&ok));
-        QCOMPARE(rawValue(u"A"_s) == present, matching || wanted[u"desired"_s].toDouble() > 0xffffffff);
+        QVERIFY(tweak.isCurrentlyApplied(&ok));
+        QCOMPARE(rawValue(u"A"_s) == stored, matching);
     }
 
     void definitionsWithoutEffect()

@@ -58,7 +58,7 @@ private Q_SLOTS:
 
     void appliedAndReverted()
     {
-        const MachineImage before = TestMachine::image();
+        const auto before = scratchImage();
         QString error;
         QVERIFY(engine().applyTweak(u"two"_s, Tier::Free, &error, false));
         QCOMPARE(EngineBench::number(u"A"_s) + EngineBench::number(u"B"_s), 2);
@@ -74,7 +74,7 @@ private Q_SLOTS:
         QCOMPARE(EngineBench::selection(), u"two"_s);
 
         QVERIFY(engine().revertTweak(u"two"_s, &error, true));
-        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QCOMPARE(scratchImage(), before);
         QCOMPARE(m_bench->state(u"two"_s), reverted);
         QCOMPARE(EngineBench::selection(), QString());
         QVERIFY(engine().revertTweak(u"two"_s, &error, true));
@@ -127,13 +127,13 @@ private Q_SLOTS:
         QFETCH(QString, message);
         if (!statement.isEmpty())
             stateSql(statement);
-        const MachineImage before = TestMachine::image();
+        const auto before = scratchImage();
         QString error;
         QVERIFY(!engine().applyTweak(id, tier, &error, false));
         QCOMPARE(error, id + u": " + message);
         QCOMPARE(m_bench->signalled, QStringList(u"! " + id + u": " + message));
         QCOMPARE(m_bench->machine.log.count(u"[WARN] engine: apply %1 failed: %2"_s.arg(id, message)), 1);
-        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QCOMPARE(scratchImage(), before);
         QCOMPARE(m_bench->state(id), noRow);
         QCOMPARE(EngineBench::selection(), QString());
     }
@@ -223,13 +223,13 @@ private Q_SLOTS:
     void applyOverAnInterruptedRow()
     {
         QFETCH(TweakState, state);
-        const MachineImage before = TestMachine::image();
+        const auto before = scratchImage();
         QVERIFY(apply(u"two"_s));
         QVERIFY(m_bench->store.setState(u"two"_s, state));
         QVERIFY(apply(u"two"_s));
         QCOMPARE(EngineBench::number(u"A"_s), 1);
         QVERIFY(engine().revertTweak(u"two"_s, nullptr, false));
-        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QCOMPARE(scratchImage(), before);
     }
 
     void revertAll_data()
