@@ -18,28 +18,13 @@ namespace torvelane::bench {
     return *middle;
 }
 
-/// Times two things that take turns in one run, so that whatever else the machine does meets both alike, and reports
+/// Compares two things that take turns in one run, so that whatever else the machine does meets both alike, and reports
 /// the median of the ratios of neighbours.
 class Pair {
 public:
     using Seconds = std::chrono::duration<double>;
 
-    /// Runs both in turn, the order swapped each time, and counts the subject's time as the iteration's.
-    template <typename Subject, typename Baseline>
-    void run(benchmark::State& state, Subject subject, Baseline baseline)
-    {
-        Seconds subjectTime{};
-        Seconds baselineTime{};
-        if (m_ratios.size() % 2 == 0) {
-            subjectTime = subject();
-            baselineTime = baseline();
-        } else {
-            baselineTime = baseline();
-            subjectTime = subject();
-        }
-        add(state, subjectTime, baselineTime);
-    }
-
+    /// Takes the times of two that ran one after the other; the subject's counts as the iteration's.
     void add(benchmark::State& state, Seconds subjectTime, Seconds baselineTime)
     {
         state.SetIterationTime(subjectTime.count());

@@ -14,8 +14,10 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -33,9 +35,20 @@ void require(bool condition)
         std::abort();
 }
 
+/// What one process took from its start to its end. The processor's time hardly depends on what else the machine does.
+struct Cost {
+    Pair::Seconds elapsed{};
+    Pair::Seconds processor{};
+};
+
+Pair::Seconds secondsOf(const timeval& time)
+{
+    return Pair::Seconds(static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6);
+}
+
 /// Starts a program, with its streams on /dev/null, and waits for its end. Through the system itself: what QProcess
 /// adds would be part of both times and flatter the ratio.
-void runToEnd(const char* program, const char* argument)
+Cost runToEnd(const char* program, const char* argument)
 {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -43,10 +56,15 @@ void runToEnd(const char* program, const char* argument)
         posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0);
     std::array<char*, 3> arguments{const_cast<char*>(program), const_cast<char*>(argument), nullptr};
     pid_t process = 0;
-    require(posix_spawn(&process, program, &actions, nullptr, arguments.data(), environ) == 0);
-    posix_spawn_file_actions_destroy(&actions);
     int status = 0;
-    require(waitpid(process, &status, 0) == process && WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    rusage usage{};
+    const Pair::Seconds elapsed = timeOf([&] {
+        require(posix_spawn(&process, program, &actions, nullptr, arguments.data(), environ) == 0);
+        require(wait4(process, &status, 0, &usage) == process);
+    });
+    require(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    posix_spawn_file_actions_destroy(&actions);
+    return {elapsed, secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime)};
 }
 
 /// A machine and a data directory that the started programs find through their environment.
@@ -85,16 +103,26 @@ private:
 
 void measureList(benchmark::State& state)
 {
-    const auto list = [] { return timeOf([] { runToEnd(TORVELANE_PROGRAM, "list"); }); };
-    const auto baseline = [] { return timeOf([] { runToEnd(TORVELANE_BASELINE_PROGRAM, nullptr); }); };
+    const auto list = [] { return runToEnd(TORVELANE_PROGRAM, "list"); };
+    const auto baseline = [] { return runToEnd(TORVELANE_BASELINE_PROGRAM, nullptr); };
     for (int i = 0; i < warmUpStarts; ++i) {
         list();
         baseline();
     }
     Pair pair;
-    for (auto _ : state)
-        pair.run(state, list, baseline);
+    std::vector<double> processorRatios;
+    bool listFirst = false;
+    for (auto _ : state) {
+        listFirst = !listFirst;
+        Cost listCost = listFirst ? list() : Cost();
+        const Cost baselineCost = baseline();
+        if (!listFirst)
+            listCost = list();
+        pair.add(state, listCost.elapsed, baselineCost.elapsed);
+        processorRatios.push_back(listCost.processor / baselineCost.processor);
+    }
     pair.report(state, goal);
+    state.counters["cpu_ratio"] = bench::median(processorRatios);
 }
 
 void listWithNothingApplied(benchmark::State& state)
