@@ -72,6 +72,9 @@ enter_wine() {
   wineserver -w
   # Stays up between the programs, which start faster so.
   wineserver --persistent
+  # The first program brings up Wine's services, which keep its standard output open for as long as they live: whoever
+  # waits for the end of that output, as ctest does, would wait for ever.
+  wine cmd /c exit >/dev/null 2>&1 </dev/null
 }
 
 # The folder that a user would have: the program with what it needs beside it, and nothing more.
