@@ -34,7 +34,6 @@ int main(int argc, char** argv)
     QCoreApplication::setOrganizationName(QStringLiteral("Torvelane"));
     QCoreApplication::setApplicationName(QStringLiteral("Torvelane"));
     QCoreApplication::setApplicationVersion(deployment::version);
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/app.ico")));
     qRegisterMetaType<Tier>("torvelane::Tier");
     qRegisterMetaType<SubscriptionState>("torvelane::SubscriptionState");
 
@@ -49,6 +48,8 @@ int main(int argc, char** argv)
         platform::attachParentConsole();
         return runCli(context, arguments);
     }
+    // Not before: it loads Qt's icon and image plug-ins, for which a verb has no use.
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/app.ico")));
     const int exitCode = runWindowLayer(context);
     platform::endTimerPeriod(timerPeriodMs);
     return exitCode;

@@ -8,6 +8,9 @@
 
 #include <QDateTime>
 
+#include <algorithm>
+#include <functional>
+
 namespace torvelane {
 
 namespace {
@@ -18,6 +21,16 @@ constexpr qint64 restorePointIntervalMs = 600001;
 void logLine(LogLevel level, const QString& message)
 {
     logMessage(level, QStringLiteral("engine"), message);
+}
+
+/// The order in which several are put back: two entries can write one value, and the first of them holds what stood there.
+QList<TweakRecord> appliedNewestFirst(const StateStore& store)
+{
+    QList<TweakRecord> applied = store.listByState(TweakState::Applied);
+    // Rows of one millisecond stay in the order of the list, which begins with the oldest.
+    std::ranges::reverse(applied);
+    std::ranges::stable_sort(applied, std::ranges::greater(), &TweakRecord::appliedAt);
+    return applied;
 }
 
 } // namespace
@@ -175,15 +188,15 @@ void TweakEngine::revertAll(bool clearSelection)
 {
     if (clearSelection)
         m_store->clearSelection();
-    const QStringList ids = appliedIds();
-    logLine(LogLevel::Info, QStringLiteral("Reverting all %1 applied tweak(s)").arg(ids.size()));
-    for (const QString& id : ids)
-        revertTweak(id, nullptr, clearSelection);
+    const QList<TweakRecord> applied = appliedNewestFirst(*m_store);
+    logLine(LogLevel::Info, QStringLiteral("Reverting all %1 applied tweak(s)").arg(applied.size()));
+    for (const TweakRecord& record : applied)
+        revertTweak(record.id, nullptr, clearSelection);
 }
 
 void TweakEngine::revertAboveTier(Tier tier)
 {
-    const QList<TweakRecord> applied = m_store->listByState(TweakState::Applied);
+    const QList<TweakRecord> applied = appliedNewestFirst(*m_store);
     for (const TweakRecord& record : applied) {
         if (!TierGate::covers(tier, record.requiredTier))
             revertTweak(record.id, nullptr, false);

@@ -64,7 +64,7 @@ void tst_AnyOrder::roundTrips_data()
     QTest::addColumn<bool>("lastFirst");
     // Entries that write the same value can only be taken back in turn; all others in any order.
     QTest::newRow("rivals one at a time, any order") << false;
-    QTest::newRow("rivals together, last applied first reverted") << true;
+    QTest::newRow("rivals together, all reverted at once") << true;
 }
 
 void tst_AnyOrder::roundTrips()
@@ -93,12 +93,13 @@ void tst_AnyOrder::roundTrips()
         }
         const MachineImage applied = TestMachine::image();
         QCOMPARE_GE(differences(before, applied).size(), 100);
-        if (lastFirst)
-            std::ranges::reverse(order);
-        else
+        if (lastFirst) {
+            engine.revertAll(true);
+        } else {
             std::ranges::shuffle(order, random);
-        for (const QString& id : std::as_const(order))
-            revert(id);
+            for (const QString& id : std::as_const(order))
+                revert(id);
+        }
         QCOMPARE(differences(asRestored(before, applied), TestMachine::image()).join(u'\n'), QString());
     }
 }
