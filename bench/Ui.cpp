@@ -1,0 +1,390 @@
+// The windows: how soon the main window stands, what it weighs and what it costs while nothing happens, against windows
+// that do next to nothing; and how long the longest frame takes. On the offscreen platform, where a flush of the window
+// goes nowhere.
+
+#include "Pair.h"
+#include "account/AuthService.h"
+#include "app/AppContext.h"
+#include "platform/simulated/SimulatedPc.h"
+#include "ui/ChromeWindow.h"
+#include "ui/MainWindow.h"
+#include "ui/Navigation.h"
+#include "ui/SmoothScroller.h"
+#include "ui/Theme.h"
+#include "ui/pages/SectionTweaksPage.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QPainter>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <functional>
+#include <optional>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace torvelane;
+using bench::Pair;
+
+constexpr int starts = 20;
+constexpr int warmUpStarts = 2;
+constexpr double frameGoalMs = 16;
+constexpr QSize windowSize(1080, 700);
+constexpr int manyCards = 90;
+
+int cpuSeconds = 10;
+
+void require(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+/// A program with its standard input and output on pipes, ended by closing the first. Through the system itself: what
+/// QProcess adds would be part of each time and flatter the ratios.
+class Child {
+public:
+    explicit Child(std::vector<std::string> arguments)
+    {
+        std::array<int, 2> input{};
+        std::array<int, 2> output{};
+        require(pipe2(input.data(), O_CLOEXEC) == 0 && pipe2(output.data(), O_CLOEXEC) == 0);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        std::vector<char*> texts;
+        for (std::string& argument : arguments)
+            texts.push_back(argument.data());
+        texts.push_back(nullptr);
+        require(posix_spawn(&m_process, texts.front(), &actions, nullptr, texts.data(), environ) == 0);
+        posix_spawn_file_actions_destroy(&actions);
+        close(input[0]);
+        close(output[1]);
+        m_input = input[1];
+        m_output = fdopen(output[0], "r");
+    }
+
+    ~Child()
+    {
+        close(m_input);
+        fclose(m_output);
+        int status = 0;
+        waitpid(m_process, &status, 0);
+    }
+
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    /// Blocks until there is one.
+    std::string line()
+    {
+        std::array<char, 256> text{};
+        require(fgets(text.data(), static_cast<int>(text.size()), m_output));
+        return text.data();
+    }
+
+    /// What it has of the memory, with shared pages divided among those that share them.
+    double proportionalSetSizeMiB() const
+    {
+        QFile rollup(QStringLiteral("/proc/%1/smaps_rollup").arg(m_process));
+        require(rollup.open(QIODevice::ReadOnly));
+        const QList<QByteArray> lines = rollup.readAll().split('\n');
+        for (const QByteArray& text : lines) {
+            if (text.startsWith("Pss:"))
+                return text.simplified().split(' ').value(1).toDouble() / 1024;
+        }
+        return 0;
+    }
+
+private:
+    pid_t m_process = 0;
+    int m_input = -1;
+    FILE* m_output = nullptr;
+};
+
+/// A machine and a data directory, for this process and those that it starts.
+class Fixture {
+public:
+    Fixture() : m_dir(QCoreApplication::applicationDirPath() + QStringLiteral("/bench-XXXXXX"))
+    {
+        require(m_dir.isValid());
+        qputenv("XDG_CONFIG_HOME", m_dir.path().toLocal8Bit());
+        platform::SimulatedPc::setMachineFile(m_dir.filePath(QStringLiteral("machine.db")));
+    }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+/// The time up to the first paint; the program's end isn't part of it.
+Pair::Seconds firstPaint(const char* program)
+{
+    const auto start = std::chrono::steady_clock::now();
+    Child child({program, "wait"});
+    child.line();
+    return std::chrono::steady_clock::now() - start;
+}
+
+void startToFirstPaint(benchmark::State& state)
+{
+    const Fixture fixture;
+    const auto subject = [] { return firstPaint(TORVELANE_MAIN_WINDOW); };
+    const auto baseline = [] { return firstPaint(TORVELANE_LABEL_WINDOW); };
+    for (int i = 0; i < warmUpStarts; ++i) {
+        subject();
+        baseline();
+    }
+    Pair pair;
+    for (auto _ : state)
+        pair.run(state, subject, baseline);
+    pair.report(state, 2.0);
+}
+BENCHMARK(startToFirstPaint)->UseManualTime()->Iterations(starts)->Unit(benchmark::kMillisecond);
+
+void memoryAfterFirstPaint(benchmark::State& state)
+{
+    const Fixture fixture;
+    const auto measure = [](const char* program) {
+        Child child({program, "wait"});
+        child.line();
+        return child.proportionalSetSizeMiB();
+    };
+    for (auto _ : state) {
+        const double subject = measure(TORVELANE_MAIN_WINDOW);
+        const double baseline = measure(TORVELANE_LABEL_WINDOW);
+        state.counters["subject_MiB"] = subject;
+        state.counters["baseline_MiB"] = baseline;
+        state.counters["ratio"] = subject / baseline;
+        state.counters["goal"] = 2.0;
+    }
+}
+BENCHMARK(memoryAfterFirstPaint)->Iterations(1);
+
+/// Processor time in milliseconds a second.
+double idleCost(std::vector<std::string> arguments, const std::string& windowState)
+{
+    arguments.insert(arguments.end(), {"cpu", windowState, std::to_string(cpuSeconds)});
+    Child child(std::move(arguments));
+    child.line();
+    return std::stod(child.line()) * 1000 / cpuSeconds;
+}
+
+void processorTimeWhileNothingHappens(benchmark::State& state)
+{
+    const Fixture fixture;
+    for (auto _ : state) {
+        const double blits = idleCost({TORVELANE_LABEL_WINDOW, "blit"}, "active");
+        const double active = idleCost({TORVELANE_MAIN_WINDOW}, "active");
+        state.counters["active_ms_per_s"] = active;
+        state.counters["blits_ms_per_s"] = blits;
+        state.counters["active_to_blits"] = active / blits;        // goal 2
+        for (const char* const hidden : {"inactive", "minimised"}) // goal 0.1
+            state.counters[std::string(hidden) + "_to_active"] = idleCost({TORVELANE_MAIN_WINDOW}, hidden) / active;
+    }
+}
+BENCHMARK(processorTimeWhileNothingHappens)->Iterations(1);
+
+/// The main window, shown, in this process.
+class ShownWindow {
+public:
+    explicit ShownWindow(const QByteArray& catalogue = {})
+    {
+        require(m_context.init() && m_context.auth->restoreSession());
+        if (!catalogue.isEmpty()) {
+            m_context.catalog.clear();
+            require(m_context.catalog.loadFromJson(catalogue));
+        }
+        window = new MainWindow(m_context);
+        m_frame.emplace(window, QStringLiteral("Torvelane"));
+        require(m_frame->size() == windowSize);
+        m_frame->show();
+        m_frame->activateWindow();
+    }
+
+private:
+    Fixture m_fixture;
+    AppContext m_context;
+    std::optional<ChromeWindow> m_frame;
+
+public:
+    MainWindow* window = nullptr;
+};
+
+/// Processor time of this thread: other programs don't lengthen it, and neither does waiting.
+double threadMs()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
+template <typename Work>
+double threadMsOf(Work work)
+{
+    const double before = threadMs();
+    work();
+    return threadMs() - before;
+}
+
+/// Lets the event loop turn for a while. What each turn took, the longest first.
+std::vector<double> turnsMs(int durationMs)
+{
+    std::vector<double> turns;
+    const QDeadlineTimer end(durationMs);
+    while (!end.hasExpired()) {
+        QTimer::singleShot(static_cast<int>(end.remainingTime()), qApp, [] {}); // ends the wait
+        turns.push_back(threadMsOf([] { QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents); }));
+    }
+    std::ranges::sort(turns, std::greater());
+    return turns;
+}
+
+double longestTurnMs(int durationMs)
+{
+    return turnsMs(durationMs).front();
+}
+
+constexpr int settleMs = 400; ///< Longer than any fade.
+
+/// A frame of the animated background in which it is composed anew, of which there are some five a second, against a blit of
+/// the window's size.
+void composedBackground(benchmark::State& state)
+{
+    constexpr int seconds = 3;
+    constexpr std::ptrdiff_t composed = 5 * seconds;
+    HeroWindow window;
+    window.resize(windowSize);
+    window.show();
+    window.activateWindow();
+    longestTurnMs(settleMs);
+    const QPixmap picture = window.grab();
+    QPixmap target(picture.size());
+    std::vector<double> blits;
+    for (int i = 0; i < composed; ++i)
+        blits.push_back(threadMsOf([&] { QPainter(&target).drawPixmap(0, 0, picture); }));
+    for (auto _ : state) {
+        std::vector<double> frames = turnsMs(seconds * 1000);
+        frames.resize(composed);
+        state.counters["longest_ms"] = frames.front();
+        state.counters["median_ms"] = bench::median(frames);
+        state.counters["blit_ms"] = bench::median(blits);
+        state.counters["goal_ms"] = frameGoalMs;
+    }
+}
+BENCHMARK(composedBackground)->Iterations(1);
+
+/// All of the window with a section page of twelve cards on it.
+void paintedSectionPage(benchmark::State& state)
+{
+    const ShownWindow shown;
+    shown.window->navigateTo(QStringLiteral("Interface"));
+    longestTurnMs(settleMs);
+    std::vector<double> paints;
+    for (auto _ : state) {
+        paints.push_back(threadMsOf([&] { shown.window->repaint(); }));
+        state.SetIterationTime(paints.back() / 1000);
+    }
+    state.counters["longest_ms"] = std::ranges::max(paints);
+    state.counters["median_ms"] = bench::median(paints);
+    state.counters["goal_ms"] = frameGoalMs;
+}
+BENCHMARK(paintedSectionPage)->UseManualTime()->Iterations(50)->Unit(benchmark::kMillisecond);
+
+/// Each page in turn, until its fade is over; then once more, when nothing on it is new.
+void switchedPages(benchmark::State& state)
+{
+    const ShownWindow shown;
+    longestTurnMs(settleMs);
+    const QList<NavGroup> groups = navigationGroups();
+    for (auto _ : state) {
+        for (const char* const round : {"first_visit_longest_ms", "later_visit_longest_ms"}) {
+            double longest = 0;
+            for (const NavGroup& group : groups) {
+                for (const NavSection& section : group.sections) {
+                    const double opened = threadMsOf([&] { shown.window->navigateTo(section.key); });
+                    longest = std::max({longest, opened, longestTurnMs(settleMs)});
+                }
+            }
+            state.counters[round] = longest;
+        }
+        state.counters["goal_ms"] = frameGoalMs;
+    }
+}
+BENCHMARK(switchedPages)->Iterations(1);
+
+QByteArray longSection()
+{
+    QByteArrayList entries;
+    for (int i = 0; i < manyCards; ++i) {
+        entries.append(R"({"id": "e%1", "name": "Entry number %1 with a name", "section": "Explorer", "operations": [
+            {"hive": "HKCU", "path": "Software\\Torvelane\\Bench", "name": "%1", "desired": 1}]})");
+        entries.last().replace("%1", QByteArray::number(i));
+    }
+    return R"({"tweaks": [)" + entries.join(',') + "]}";
+}
+
+/// From the first of the cards to the last, by one notch of the wheel after the other.
+void scrolledCards(benchmark::State& state)
+{
+    constexpr int notchEveryMs = 50;
+    const ShownWindow shown(longSection());
+    shown.window->navigateTo(QStringLiteral("Explorer"));
+    longestTurnMs(settleMs);
+    QScrollArea* area = nullptr;
+    for (auto* const page : shown.window->findChildren<SectionTweaksPage*>()) {
+        if (page->isVisible())
+            area = page->findChild<QScrollArea*>();
+    }
+    require(area);
+    const QScrollBar* const bar = area->verticalScrollBar();
+    require(bar->maximum() > 0);
+    for (auto _ : state) {
+        std::vector<double> longest;
+        while (bar->value() < bar->maximum()) {
+            const QPointF at(area->viewport()->rect().center());
+            QWheelEvent notch(at, area->viewport()->mapToGlobal(at), {}, QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+                              Qt::NoScrollPhase, false);
+            QCoreApplication::sendEvent(area->viewport(), &notch);
+            longest.push_back(longestTurnMs(notchEveryMs));
+        }
+        state.counters["longest_ms"] = std::ranges::max(longest);
+        state.counters["median_ms"] = bench::median(longest);
+        state.counters["goal_ms"] = frameGoalMs;
+    }
+}
+BENCHMARK(scrolledCards)->Iterations(1);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("LC_ALL", "C.UTF-8"); // Qt complains of another one, at length
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    const qsizetype seconds = QCoreApplication::arguments().indexOf(QStringLiteral("--seconds"));
+    if (seconds >= 0)
+        cpuSeconds = std::max(1, QCoreApplication::arguments().value(seconds + 1).toInt());
+    applyTheme(application);
+    application.installEventFilter(new SmoothScroller(&application));
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,30 @@
+// Torvelane's main window with all its pages, brought up as the program does it.
+
+#include "Probe.h"
+#include "account/AuthService.h"
+#include "app/AppContext.h"
+#include "platform/ProcessSettings.h"
+#include "ui/ChromeWindow.h"
+#include "ui/FocusRing.h"
+#include "ui/MainWindow.h"
+#include "ui/SmoothScroller.h"
+#include "ui/Theme.h"
+#include "ui/Translate.h"
+
+using namespace torvelane;
+
+int main(int argc, char** argv)
+{
+    platform::prepareProcess();
+    QApplication application(argc, argv);
+    AppContext context;
+    if (!context.init() || !context.auth->restoreSession())
+        return 1;
+    installTranslator();
+    applyTheme(application);
+    application.installEventFilter(new SmoothScroller(&application));
+    const FocusRing ring;
+    auto* const window = new MainWindow(context);
+    ChromeWindow frame(window, QStringLiteral("Torvelane"));
+    return bench::Probe(&frame, window).run();
+}
