@@ -178,7 +178,8 @@ private Q_SLOTS:
         WindowBench bench({commandEntry("slow"), registryEntry("next")});
         SimulatedPc::hangTool(u"rem apply slow"_s, 1000);
         {
-            const SectionTweaksPage page(bench.context, entrySection, IconId::Folder, Tier::None);
+            SectionTweaksPage page(bench.context, entrySection, IconId::Folder, Tier::None);
+            page.show();
             named<ToggleSwitch>(page, u"slow"_s)->click();
             named<ToggleSwitch>(page, u"next"_s)->click();
             QTRY_VERIFY(!SimulatedPc::journal().isEmpty());

@@ -108,9 +108,10 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     : QWidget(parent)
     , m_context(&context)
     , m_sectionKey(sectionKey)
-    , m_icon(icon)
+    , m_picture(iconPixmap(icon, palette::accent, cardIconSize))
     , m_pageTier(pageTier)
     , m_scrollArea(new QScrollArea)
+    , m_content(new QWidget)
     , m_grid(new QGridLayout)
     , m_actionButton(new QPushButton)
     , m_pool(new QThreadPool(this))
@@ -125,13 +126,10 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     m_scrollArea->setWidgetResizable(true);
     m_scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_scrollArea->viewport()->setAutoFillBackground(false);
-    m_scrollArea->setStyleSheet(scrollBarStyle()
-                                + QStringLiteral("QScrollArea { background: transparent; border: none; }"));
     outer->addWidget(m_scrollArea);
 
-    auto* const content = new QWidget;
-    content->setAutoFillBackground(false);
-    auto* const column = new QVBoxLayout(content);
+    m_content->setAutoFillBackground(false);
+    auto* const column = new QVBoxLayout(m_content.get());
     column->setContentsMargins(0, 0, 6, 0);
     column->setSpacing(16);
     m_actionButton->setCursor(Qt::PointingHandCursor);
@@ -156,7 +154,6 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
                 "services, file cleanup) are added in their own phase — nothing here is faked.")));
     }
     column->addStretch();
-    m_scrollArea->setWidget(content);
     refreshActionButton();
 }
 
@@ -185,6 +182,8 @@ int SectionTweaksPage::columnsFor(int viewportWidth)
 void SectionTweaksPage::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
+    if (m_content)
+        m_scrollArea->setWidget(m_content.release());
     layOutCards();
 }
 
@@ -290,7 +289,7 @@ QWidget* SectionTweaksPage::buildContent(const TweakDefinition& tweak)
     row->setSpacing(9);
     auto* const picture = new QLabel;
     picture->setFixedWidth(20);
-    picture->setPixmap(iconPixmap(m_icon, palette::accent, cardIconSize));
+    picture->setPixmap(m_picture);
     row->addWidget(picture, 0, Qt::AlignTop);
     row->addWidget(makeWrappedLabel(QStringLiteral("TweakTitle"), tweak.name), 1);
     column->addLayout(row);

@@ -5,8 +5,11 @@
 
 #include <QHash>
 #include <QList>
+#include <QPixmap>
 #include <QSet>
 #include <QWidget>
+
+#include <memory>
 
 class QGridLayout;
 class QHBoxLayout;
@@ -89,10 +92,13 @@ private:
 
     AppContext* m_context;
     QString m_sectionKey;
-    IconId m_icon;
+    QPixmap m_picture; ///< Of the section, on each of its cards.
     Tier m_pageTier;
     Tier m_builtTier = Tier::None;
     QScrollArea* m_scrollArea = nullptr;
+    /// What the area scrolls; null once the area has it. It isn't given it before the page is first going to be shown:
+    /// style sheets make it dear to lie in a window, and to get into one step by step.
+    std::unique_ptr<QWidget> m_content;
     QGridLayout* m_grid = nullptr;
     QList<TweakCard*> m_cards;
     QHash<QString, ToggleSwitch*> m_switches; ///< Only of cards that aren't locked.
