@@ -7,12 +7,17 @@ wine_prefix=
 display_pid=
 
 # Ends what this run started, and only that.
-leave_wine() {
+leave_prefix() {
   [ -z "$wine_prefix" ] || {
     WINEPREFIX=$wine_prefix wineserver -k 2>/dev/null || true
     WINEPREFIX=$wine_prefix wineserver -w 2>/dev/null || true
     rm -rf "$wine_prefix"
   }
+  wine_prefix=
+}
+
+leave_wine() {
+  leave_prefix
   [ -z "$display_pid" ] || kill "$display_pid" 2>/dev/null || true
 }
 
@@ -48,8 +53,8 @@ find_kit() {
   fi
 }
 
-# A Wine prefix of this run's own, as Windows 10, and one display for all of it. Nothing of an earlier run is in there.
-enter_wine() {
+# One display for the whole run.
+enter_display() {
   trap leave_wine EXIT
   local number=$cache_dir/display.$$
   unset WAYLAND_DISPLAY
@@ -61,10 +66,16 @@ enter_wine() {
     sleep 0.1
   done
   DISPLAY=:$(cat "$number")
+  export DISPLAY
   rm -f "$number"
+}
+
+# A fresh Wine prefix, as Windows 10, in place of the one before: nothing that ran earlier has left a key in there.
+enter_prefix() {
+  leave_prefix
   wine_prefix=$(mktemp -d "${TMPDIR:-/var/tmp}/torvelane-wine.XXXXXX")
   # Mono and Gecko would be asked for in a window.
-  export DISPLAY WINEPREFIX=$wine_prefix WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
+  export WINEPREFIX=$wine_prefix WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
   say "Making a Wine prefix"
   wine wineboot --init >/dev/null 2>&1 </dev/null
   # A fresh prefix says that it is Windows 7.
@@ -112,10 +123,12 @@ windows_lane() {
   need g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth xz-utils
   find_kit
   build windows
-  enter_wine
+  enter_display
+  enter_prefix
   say "Testing build/windows under $(wine --version 2>/dev/null)"
   run_ctest build/windows --timeout 900 "$@"
   assemble_windows_folder
+  enter_prefix
   say "Running the program's verbs under Wine"
   "$kit_recipe/verbs-under-wine.sh" build/windows/Torvelane
   say "Windows lane passed; the program is in build/windows/Torvelane"
