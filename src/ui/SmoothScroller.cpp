@@ -80,6 +80,9 @@ void SmoothScroller::glideTo(QScrollBar* bar, int target)
     if (!m_glides.contains(bar))
         connect(bar, &QObject::destroyed, this, [this, bar] { m_glides.remove(bar); });
     Glide& glide = m_glides[bar];
+    // On its way there already. Begun anew over its last pixel again and again, it would never arrive.
+    if (glide.animation && glide.animation->state() == QAbstractAnimation::Running && glide.target == target)
+        return;
     glide.target = target;
     if (!glide.animation) {
         glide.animation = new QPropertyAnimation(bar, "value", bar);
