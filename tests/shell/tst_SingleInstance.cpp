@@ -58,21 +58,12 @@ private Q_SLOTS:
         qputenv("TMPDIR", m_temporary.path().toLocal8Bit());
     }
 
-    void linkInArguments_data()
-    {
-        QTest::addColumn<QString>("arguments");
-        QTest::addColumn<QString>("found");
-        QTest::newRow("none") << u"Torvelane.exe"_s << QString();
-        QTest::newRow("the first of two") << u"Torvelane.exe x torvelane://b torvelane://c"_s << u"torvelane://b"_s;
-        QTest::newRow("another case") << u"Torvelane.exe Torvelane://a"_s << QString();
-        QTest::newRow("not at the start") << u"Torvelane.exe --url=torvelane://a"_s << QString();
-        QTest::newRow("half a scheme") << u"Torvelane.exe torvelane:/a"_s << QString();
-    }
-
     void linkInArguments()
     {
-        QFETCH(const QString, arguments);
-        QTEST(SingleInstance::linkIn(arguments.split(u' ')), "found");
+        for (const auto& [arguments, link] :
+             {std::pair(u"Torvelane.exe x torvelane://b torvelane://c"_s, u"torvelane://b"_s),
+              {u"Torvelane.exe Torvelane://a --url=torvelane://a torvelane:/a"_s, {}}})
+            QCOMPARE(SingleInstance::linkIn(arguments.split(u' ')), link);
     }
 
     void secondInstanceHandsItsLinkOver()
@@ -114,37 +105,27 @@ private Q_SLOTS:
         }
     }
 
-    void messages_data()
+    void onlyALinkIsTaken()
     {
-        QTest::addColumn<QByteArray>("message");
-        QTest::addColumn<QByteArray>("received");
-        const QByteArray longest = signInLink + QByteArray(SingleInstance::maxLinkSizeBytes - signInLink.size(), 'x');
-        QTest::newRow("blanks around it") << " \n" + signInLink + "\r\n" << signInLink;
-        QTest::newRow("not ASCII") << QByteArray("torvelane://é") << QByteArray("torvelane://é");
-        QTest::newRow("longest") << longest << longest;
-        QTest::newRow("too long") << longest + 'x' << QByteArray();
-        QTest::newRow("far too long") << signInLink + QByteArray(4 << 20, 'x') << QByteArray();
-        QTest::newRow("another case") << QByteArray("TORVELANE://a") << QByteArray();
-        QTest::newRow("no UTF-8") << QByteArray("\xff\xfe\0\xc3", 4) << QByteArray();
-    }
-
-    void messages()
-    {
-        QFETCH(const QByteArray, message);
-        QFETCH(const QByteArray, received);
         SingleInstance first;
         first.listen();
         QSignalSpy links(&first, &SingleInstance::linkReceived);
-        const auto client = connectedClient();
-        client->write(message);
-        QTRY_COMPARE(client->state(), QLocalSocket::UnconnectedState);
-        QCOMPARE(links.size(), received.isEmpty() ? 0 : 1);
-        if (!received.isEmpty())
-            QCOMPARE(links.constFirst().constFirst().toUrl(), QUrl(QString::fromUtf8(received)));
-        links.clear();
-        const auto next = connectedClient();
-        next->write(signInLink);
-        QTRY_VERIFY(!links.isEmpty());
+        const QByteArray longest = signInLink + QByteArray(SingleInstance::maxLinkSizeBytes - signInLink.size(), 'x');
+        for (const auto& [message, link] : {std::pair(QByteArray(longest + 'x'), QByteArray()),
+                                            {signInLink + QByteArray(4 << 20, 'x'), {}},
+                                            {"TORVELANE://a", {}},
+                                            {QByteArray("\xff\xfe\0\xc3", 4), {}},
+                                            {longest, longest},
+                                            {"torvelane://é", "torvelane://é"},
+                                            {" \n" + signInLink + "\r\n", signInLink}}) {
+            links.clear();
+            const auto client = connectedClient();
+            client->write(message);
+            QTRY_COMPARE(client->state(), QLocalSocket::UnconnectedState);
+            QCOMPARE(links.size(), link.isEmpty() ? 0 : 1);
+            if (!link.isEmpty())
+                QCOMPARE(links.constFirst().constFirst().toUrl(), QUrl(QString::fromUtf8(link)));
+        }
     }
 
     void silentClientsDisturbNobody()

@@ -7,6 +7,7 @@
 #include "ui/ToggleSwitch.h"
 
 #include <QFutureWatcher>
+#include <QTest>
 
 #include <algorithm>
 
@@ -84,6 +85,15 @@ Widget* named(const QWidget& within, const QString& accessibleName)
     const auto widgets = within.findChildren<Widget*>();
     const auto found = std::ranges::find(widgets, accessibleName, &QWidget::accessibleName);
     return found == widgets.end() ? nullptr : *found;
+}
+
+/// Shows a window to the keyboard, too.
+inline void showActive(QWidget& window)
+{
+    window.show();
+    window.activateWindow();
+    if (!QTest::qWaitForWindowActive(&window))
+        qFatal("The window could not be shown");
 }
 
 /// Whether a page still waits for the result of something.
