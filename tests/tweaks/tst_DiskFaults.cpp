@@ -7,9 +7,7 @@
 #include "support/TestMachine.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QDir>
 #include <QFile>
-#include <QHash>
 #include <QTest>
 
 #include <algorithm>
@@ -26,6 +24,7 @@ using platform::SimulatedPc;
 namespace {
 
 const QString id = u"selftest.toggle"_s;
+const QString persistFailure = u"selftest.toggle: Could not persist original value (state store)"_s;
 
 /// Takes away, while it lives, what root may do with other people's files.
 class Unprivileged {
@@ -59,15 +58,20 @@ void freeDisk()
     fillDisk(RLIM_INFINITY);
 }
 
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 void setMode(const QString& path, int mode)
 {
     QCOMPARE(::chmod(QFile::encodeName(path).constData(), static_cast<mode_t>(mode)), 0);
+}
+
+/// What the program keeps.
+QList<QByteArray> contents()
+{
+    QList<QByteArray> list;
+    for (const QString& path : {Paths::stateDb(), Paths::configFile(), Paths::tokenFile()}) {
+        QFile file(path);
+        list.append(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+    }
+    return list;
 }
 
 } // namespace
@@ -79,155 +83,119 @@ class tst_DiskFaults : public QObject {
 private Q_SLOTS:
     void cleanup() { freeDisk(); }
 
-    void unwritable_data();
-    void unwritable();
-    void dataDirCannotBeMade();
-    void fullForSmallFiles();
-    void fullFromEachCommitOn_data();
-    void fullFromEachCommitOn();
-};
-
-void tst_DiskFaults::unwritable_data()
-{
-    QTest::addColumn<int>("dirMode");
-    QTest::addColumn<int>("fileMode");
-    QTest::newRow("files") << 0777 << 0444;
-    QTest::newRow("folder") << 0555 << 0666;
-}
-
-void tst_DiskFaults::unwritable()
-{
-    QFETCH(int, dirMode);
-    QFETCH(int, fileMode);
-    const TestMachine machine;
+    void unwritable_data()
     {
-        AppContext context;
-        QVERIFY(context.init());
-        QVERIFY(context.save());
-        QVERIFY(context.auth->restoreSession());
+        QTest::addColumn<int>("dirMode");
+        QTest::addColumn<int>("fileMode");
+        QTest::newRow("files") << 0777 << 0444;
+        QTest::newRow("folder") << 0555 << 0666;
     }
-    const QDir dir(machine.dataDir());
-    const QStringList names{u"state.db"_s, u"config.json"_s, u"token.bin"_s};
-    QHash<QString, QByteArray> contents;
-    for (const QString& name : names) {
-        contents.insert(name, contentOf(dir.filePath(name)));
-        setMode(dir.filePath(name), fileMode);
-    }
-    for (const QString& path : {machine.scratchFile(u"."_s), dir.filePath(u".."_s)})
-        setMode(path, 0755);
-    setMode(dir.path(), dirMode);
-    closeLogging();
 
-    const MachineImage before = TestMachine::image();
+    void unwritable()
     {
-        const Unprivileged unprivileged;
-        AppContext context;
-        QVERIFY(context.init());
-        QVERIFY(!context.store.isOpen());
-        QString error;
-        QVERIFY(!context.engine->applyTweak(id, Tier::Pro, &error, false));
-        QCOMPARE(error, id + u": Could not persist original value (state store)"_s);
-        QVERIFY(context.auth->login(u"Ada"_s, Tier::Free, nullptr));
-        QCOMPARE(context.tier, Tier::Free);
-        QVERIFY(!context.save());
-    }
-    QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
-    for (auto file = contents.cbegin(); file != contents.cend(); ++file)
-        QCOMPARE(contentOf(dir.filePath(file.key())), file.value());
-    setMode(dir.path(), 0755);
-}
-
-void tst_DiskFaults::dataDirCannotBeMade()
-{
-    const TestMachine machine;
-    Paths::setDataDirOverride(machine.scratchFile(u"sealed/Torvelane"_s));
-    QVERIFY(QDir().mkpath(machine.scratchFile(u"sealed"_s)));
-    setMode(machine.scratchFile(u"."_s), 0755);
-    setMode(machine.scratchFile(u"sealed"_s), 0555);
-    const Unprivileged unprivileged;
-    AppContext context;
-    QVERIFY(!context.init());
-}
-
-void tst_DiskFaults::fullForSmallFiles()
-{
-    const TestMachine machine;
-    AppContext context;
-    QVERIFY(context.init());
-    QVERIFY(context.auth->restoreSession());
-    context.lastEmail = u"before"_s;
-    QVERIFY(context.save());
-    const QByteArray config = contentOf(Paths::configFile());
-    const QByteArray token = contentOf(Paths::tokenFile());
-    const LogCapture log;
-
-    fillDisk(10);
-    context.lastEmail = u"after"_s;
-    QVERIFY(!context.save());
-    QVERIFY(context.auth->login(u"Ada"_s, Tier::Free, nullptr));
-    logMessage(LogLevel::Info, u"test"_s, u"lost"_s);
-    freeDisk();
-
-    QCOMPARE(contentOf(Paths::configFile()), config);
-    QCOMPARE(contentOf(Paths::tokenFile()), token);
-    logMessage(LogLevel::Info, u"test"_s, u"kept"_s);
-    QVERIFY(log.contains(u"[INFO] test: kept"_s));
-    QVERIFY(context.save());
-    QCOMPARE_NE(contentOf(Paths::configFile()), config);
-}
-
-void tst_DiskFaults::fullFromEachCommitOn_data()
-{
-    QTest::addColumn<bool>("revert");
-    QTest::newRow("apply") << false;
-    QTest::newRow("revert") << true;
-}
-
-/// From the n-th commit on there is no room; with room again, the next start and a revert lose nothing.
-void tst_DiskFaults::fullFromEachCommitOn()
-{
-    QFETCH(bool, revert);
-    int commit = 0;
-    for (bool reached = true; reached;) {
-        ++commit;
+        QFETCH(int, dirMode);
+        QFETCH(int, fileMode);
         const TestMachine machine;
-        const MachineImage before = TestMachine::image();
         {
             AppContext context;
-            QVERIFY(context.init());
-            if (revert)
-                QVERIFY(context.engine->applyTweak(id, Tier::Pro, nullptr, false));
-            int commits = 0;
-            context.store.setCommitObserver([&](bool committed, const char*) {
-                commits += committed ? 0 : 1;
-                if (commits >= commit)
-                    fillDisk(1);
-            });
-            SimulatedPc::setChangeObserver([](auto, const auto&) { freeDisk(); });
-            QString error;
-            const bool ok = revert ? context.engine->revertTweak(id, &error, true)
-                                   : context.engine->applyTweak(id, Tier::Pro, &error, false);
-            SimulatedPc::setChangeObserver({});
-            freeDisk();
-            reached = commits >= commit;
-            if (!revert && commit == 1) {
-                QVERIFY(!ok);
-                QCOMPARE(error, id + u": Could not persist original value (state store)"_s);
-            }
-            // A store that lags behind the truth is no failure of what was done.
-            QCOMPARE(ok, revert || commit > 1);
-            QCOMPARE(differences(before, TestMachine::image()).isEmpty(), revert || !ok);
+            QVERIFY(context.init() && context.save() && context.auth->restoreSession());
         }
-        AppContext context;
-        QVERIFY(context.init());
-        QVERIFY(context.store.listInterrupted().isEmpty());
-        QCOMPARE(differences(before, TestMachine::image()).isEmpty(), revert || !context.engine->isApplied(id));
-        QVERIFY(context.engine->revertTweak(id, nullptr, true));
+        const QList<QByteArray> kept = contents();
+        const MachineImage before = TestMachine::image();
+        closeLogging();
+        for (const QString& path : {Paths::stateDb(), Paths::configFile(), Paths::tokenFile()})
+            setMode(path, fileMode);
+        for (const QString& path : {machine.scratchFile(u"."_s), machine.scratchFile(u"config"_s)})
+            setMode(path, 0755);
+        setMode(machine.dataDir(), dirMode);
+        {
+            const Unprivileged unprivileged;
+            AppContext context;
+            QVERIFY(context.init() && !context.store.isOpen());
+            QString error;
+            QVERIFY(!context.engine->applyTweak(id, Tier::Pro, &error, false));
+            QCOMPARE(error, persistFailure);
+            QVERIFY(context.auth->login(u"Ada"_s, Tier::Free, nullptr));
+            QCOMPARE(context.tier, Tier::Free);
+            QVERIFY(!context.save());
+        }
         QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
+        QCOMPARE(contents(), kept);
+        setMode(machine.dataDir(), 0755);
     }
-    QCOMPARE(commit, 4);
-}
+
+    void fullForSmallFiles()
+    {
+        const TestMachine machine;
+        AppContext context;
+        QVERIFY(context.init() && context.save() && context.auth->restoreSession());
+        const QList<QByteArray> kept = contents();
+        const LogCapture log;
+
+        fillDisk(10);
+        context.lastEmail = u"after"_s;
+        QVERIFY(!context.save());
+        QVERIFY(context.auth->login(u"Ada"_s, Tier::Free, nullptr));
+        logMessage(LogLevel::Info, u"test"_s, u"lost"_s);
+        freeDisk();
+
+        QCOMPARE(contents(), kept);
+        logMessage(LogLevel::Info, u"test"_s, u"kept"_s);
+        QVERIFY(log.contains(u"[INFO] test: kept"_s));
+        QVERIFY(context.save());
+        QCOMPARE_NE(contents(), kept);
+    }
+
+    void fullFromEachCommitOn_data()
+    {
+        QTest::addColumn<bool>("revert");
+        QTest::newRow("apply") << false;
+        QTest::newRow("revert") << true;
+    }
+
+    /// From the n-th commit on there is no room; with room again, the next start and a revert lose nothing.
+    void fullFromEachCommitOn()
+    {
+        QFETCH(bool, revert);
+        int commit = 0;
+        for (bool reached = true; reached;) {
+            ++commit;
+            const TestMachine machine;
+            const MachineImage before = TestMachine::image();
+            const auto isAsBefore = [&before] { return differences(before, TestMachine::image()).isEmpty(); };
+            {
+                AppContext context;
+                QVERIFY(context.init());
+                QVERIFY(!revert || context.engine->applyTweak(id, Tier::Pro, nullptr, false));
+                int commits = 0;
+                context.store.setCommitObserver([&](bool committed, const char*) {
+                    commits += committed ? 0 : 1;
+                    if (commits >= commit)
+                        fillDisk(1);
+                });
+                SimulatedPc::setChangeObserver([](auto, const auto&) { freeDisk(); });
+                QString error;
+                const bool ok = revert ? context.engine->revertTweak(id, &error, true)
+                                       : context.engine->applyTweak(id, Tier::Pro, &error, false);
+                SimulatedPc::setChangeObserver({});
+                freeDisk();
+                reached = commits >= commit;
+                // A store that lags behind the truth is no failure of what was done.
+                QCOMPARE(ok, revert || commit > 1);
+                if (!ok)
+                    QCOMPARE(error, persistFailure);
+                QCOMPARE(isAsBefore(), revert || !ok);
+            }
+            AppContext context;
+            QVERIFY(context.init());
+            QVERIFY(context.store.listInterrupted().isEmpty());
+            QCOMPARE(isAsBefore(), revert || !context.engine->isApplied(id));
+            QVERIFY(context.engine->revertTweak(id, nullptr, true));
+            QVERIFY(isAsBefore());
+        }
+        QCOMPARE(commit, 4);
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_DiskFaults)
-
 #include "tst_DiskFaults.moc"

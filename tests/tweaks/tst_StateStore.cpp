@@ -1,8 +1,9 @@
+#include "app/AppContext.h"
 #include "core/Paths.h"
-#include "support/LogCapture.h"
-#include "support/TestMachine.h"
+#include "platform/Registry.h"
+#include "support/ScratchMachine.h"
 #include "tweaks/StateSql.h"
-#include "tweaks/StateStore.h"
+#include "tweaks/TweakEngine.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -16,34 +17,27 @@
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
-using test::stateSql;
+using namespace torvelane::test;
 
 namespace {
 
-const QJsonObject someCapture{{u"type"_s, u"registry"_s}, {u"entries"_s, QJsonArray{1, u"\u00e9"_s}}};
+const QString tweak = u"selftest.toggle"_s;
+const QJsonObject captureOfAbsent{
+    {u"type"_s, u"registry"_s},
+    {u"entries"_s, QJsonArray{QJsonObject{{u"hive"_s, u"HKCU"_s}, {u"path"_s, scratchKey}, {u"name"_s, u"Waits"_s}}}}};
+const QString selected = u"SELECT tweak_id, selected_at FROM tweak_selection ORDER BY 1"_s;
 
-/// The connection of the store that the calling thread has.
-QString ownConnection()
+/// How the calling thread's connection of the store is set up.
+QString pragmas()
 {
-    return u"torvelane.state_"_s + QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId()));
-}
-
-QStringList pragmas()
-{
+    const QString connection =
+        u"torvelane.state_"_s + QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId()));
     QStringList values;
     for (const QString& name : {u"journal_mode"_s, u"synchronous"_s, u"busy_timeout"_s}) {
-        QSqlQuery query(u"PRAGMA "_s + name, QSqlDatabase::database(ownConnection(), false));
+        QSqlQuery query(u"PRAGMA "_s + name, QSqlDatabase::database(connection, false));
         values.append(query.next() ? query.value(0).toString() : QString());
     }
-    return values;
-}
-
-QStringList ids(const QList<TweakRecord>& records)
-{
-    QStringList list;
-    for (const TweakRecord& record : records)
-        list.append(record.id);
-    return list;
+    return values.join(u' ');
 }
 
 } // namespace
@@ -52,15 +46,35 @@ class tst_StateStore : public QObject {
     Q_OBJECT
 
 private:
-    std::optional<test::TestMachine> m_machine;
-    std::optional<test::LogCapture> m_log;
+    std::optional<ScratchMachine> m_machine;
     std::optional<StateStore> m_store;
 
     void openAgain()
     {
         m_store.emplace();
-        m_log.emplace();
+        m_machine->log = LogCapture();
         QVERIFY(m_store->open(Paths::stateDb()));
+    }
+
+    /// The program starts, and what the store may still hold stays in it: only apply and revert fail.
+    void expectOnlyApplyToFail(bool opens)
+    {
+        const LogCapture log;
+        const MachineImage before = TestMachine::image();
+        AppContext context;
+        QVERIFY(context.init());
+        QCOMPARE(context.store.isOpen(), opens);
+        QCOMPARE(log.contains(u"[ERROR] app: State store unavailable; apply/revert disabled"_s), !opens);
+        for (const QString& id : {tweak, u"opt.enable-game-mode"_s}) {
+            QString error;
+            QVERIFY(!context.engine->applyTweak(id, Tier::Pro, &error, false));
+            QCOMPARE(error, id + u": Could not persist original value (state store)"_s);
+        }
+        // Damage must not be taken for "nothing to undo".
+        QCOMPARE(context.engine->revertTweak(tweak, nullptr, true), !opens);
+        context.engine->revertAll(true);
+        QVERIFY(context.save());
+        QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
     }
 
 private Q_SLOTS:
@@ -78,167 +92,116 @@ private Q_SLOTS:
         m_machine.reset();
     }
 
-    void newDatabase()
-    {
-        QCOMPARE(stateSql(u"SELECT name FROM sqlite_master WHERE type='table' ORDER BY name"_s),
-                 QStringList({u"tweak_selection"_s, u"tweak_state"_s}));
-        QCOMPARE(m_log->lines(), QStringList());
-        QCOMPARE(pragmas(), QStringList({u"wal"_s, u"2"_s, u"5000"_s}));
-    }
-
     void beginApplyReplacesTheRow()
     {
         const QDateTime before = QDateTime::currentDateTime();
+        QVERIFY(m_store->markApplied(u"a"_s));
         QVERIFY(m_store->beginApply(u"a"_s, Tier::Premium, {{u"old"_s, 1}}));
-        QVERIFY(m_store->markReverted(u"a"_s));
         stateSql(u"UPDATE tweak_state SET applied_at=1, updated_at=1"_s);
         QVERIFY(m_store->markApplied(u"a"_s));
         QCOMPARE(stateSql(u"SELECT applied_at, updated_at > 1 FROM tweak_state"_s), QStringList(u"1 1"_s));
-        QVERIFY(m_store->markReverted(u"a"_s));
 
-        QVERIFY(m_store->beginApply(u"a"_s, Tier::Pro, someCapture));
-        m_store->close();
+        const QJsonObject capture{{u"type"_s, u"registry"_s}, {u"entries"_s, QJsonArray{1, u"\u00e9"_s}}};
+        QVERIFY(m_store->beginApply(u"a"_s, Tier::Pro, capture));
         openAgain();
         TweakRecord record;
         QVERIFY(m_store->loadRecord(u"a"_s, record));
-        QCOMPARE(record.id, u"a"_s);
         QCOMPARE(record.requiredTier, Tier::Pro);
-        QCOMPARE(record.capture, someCapture);
+        QCOMPARE(record.capture, capture);
         QCOMPARE(record.state, TweakState::Capturing);
         QVERIFY(record.appliedAt.addMSecs(1) >= before && record.appliedAt <= QDateTime::currentDateTime());
-        QCOMPARE(stateSql(u"SELECT applied_at = updated_at, capture FROM tweak_state"_s),
-                 QStringList(u"1 {\"entries\":[1,\"\u00e9\"],\"type\":\"registry\"}"_s));
-    }
-
-    void unknownIds()
-    {
-        QVERIFY(m_store->markApplied(u"a"_s));
-        QVERIFY(m_store->beginApply(u"A"_s, Tier::Free, {}));
-        TweakRecord record;
         bool unreadable = true;
-        QVERIFY(!m_store->loadRecord(u"a"_s, record, &unreadable));
-        QVERIFY(!unreadable);
-        QCOMPARE(m_log->lines(), QStringList());
+        QVERIFY(!m_store->loadRecord(u"A"_s, record, &unreadable) && !unreadable);
     }
 
     void seedingHappensOnce()
     {
-        for (const QString& id : {u"a"_s, u"b"_s, u"c"_s, u"d"_s})
+        for (const QString& id : {u"a"_s, u"b"_s, u"c"_s})
             QVERIFY(m_store->beginApply(id, Tier::Free, {}));
         m_store->markApplied(u"a"_s);
         m_store->markReverted(u"b"_s);
-        m_store->markApplied(u"c"_s);
         stateSql(u"UPDATE tweak_state SET updated_at=77"_s);
-        const QString selection = u"SELECT tweak_id, selected_at FROM tweak_selection ORDER BY tweak_id"_s;
-        QCOMPARE(stateSql(selection), QStringList());
+        QCOMPARE(stateSql(selected), QStringList());
         openAgain();
-        QCOMPARE(m_log->lines(), QStringList(u"[INFO] store: Seeded selection from 2 applied tweak(s)"_s));
-        QCOMPARE(stateSql(selection), QStringList({u"a 77"_s, u"c 77"_s}));
+        QCOMPARE(m_machine->log.lines(), QStringList(u"[INFO] store: Seeded selection from 1 applied tweak(s)"_s));
+        QCOMPARE(stateSql(selected), QStringList(u"a 77"_s));
 
         m_store->setSelected(u"a"_s, false);
-        m_store->setSelected(u"c"_s, false);
         m_store->setSelected(u"not applied"_s, true);
         m_store->setSelected(u"not applied"_s, true);
         openAgain();
-        QCOMPARE(m_log->lines(), QStringList());
-        QCOMPARE(stateSql(u"SELECT tweak_id FROM tweak_selection ORDER BY 1"_s), QStringList(u"not applied"_s));
+        QCOMPARE(stateSql(u"SELECT tweak_id FROM tweak_selection"_s), QStringList(u"not applied"_s));
         m_store->clearSelection();
-        QCOMPARE(stateSql(selection), QStringList());
+        QCOMPARE(stateSql(selected) + m_machine->log.lines(), QStringList());
     }
 
-    void interruptedRowsInOrder()
-    {
-        const std::pair<QString, TweakState> rows[] = {
-            {u"r1"_s, TweakState::Reverting}, {u"c1"_s, TweakState::Capturing}, {u"x"_s, TweakState::Applied},
-            {u"r2"_s, TweakState::Reverting}, {u"c2"_s, TweakState::Capturing}, {u"y"_s, static_cast<TweakState>(9)}};
-        for (const auto& [id, state] : rows) {
-            QVERIFY(m_store->beginApply(id, Tier::Free, {}));
-            QVERIFY(m_store->setState(id, state));
-        }
-        QCOMPARE(ids(m_store->listInterrupted()), QStringList({u"c1"_s, u"c2"_s, u"r1"_s, u"r2"_s}));
-        QCOMPARE(ids(m_store->listByState(TweakState::Applied)), QStringList(u"x"_s));
-        QCOMPARE(ids(m_store->listByState(TweakState::Reverted)), QStringList(u"y"_s));
-    }
-
-    void damagedRow()
-    {
-        QVERIFY(m_store->beginApply(u"a"_s, Tier::Pro, someCapture));
-        stateSql(
-            u"UPDATE tweak_state SET capture='{\"type\": ', state='Applied', required_tier='gold', applied_at=0"_s);
-        TweakRecord record;
-        QVERIFY(m_store->loadRecord(u"a"_s, record));
-        QCOMPARE(record.capture, QJsonObject());
-        QCOMPARE(record.state, TweakState::Reverted);
-        QCOMPARE(record.requiredTier, Tier::None);
-        QVERIFY(!record.appliedAt.isValid());
-    }
-
-    /// Absence and damage are told apart, and each failure is logged with its operation.
+    /// Absence and damage are told apart, and each failure is logged.
     void failingStatements()
     {
         stateSql(u"DROP TABLE tweak_state"_s);
         stateSql(u"DROP TABLE tweak_selection"_s);
-        QVERIFY(!m_store->beginApply(u"a"_s, Tier::Pro, someCapture));
+        QVERIFY(!m_store->beginApply(u"a"_s, Tier::Pro, {}));
         QVERIFY(!m_store->markApplied(u"a"_s));
         m_store->setSelected(u"a"_s, true);
         m_store->clearSelection();
         TweakRecord record;
         bool unreadable = false;
-        QVERIFY(!m_store->loadRecord(u"a"_s, record, &unreadable));
-        QVERIFY(unreadable);
+        QVERIFY(!m_store->loadRecord(u"a"_s, record, &unreadable) && unreadable);
         QVERIFY(m_store->listByState(TweakState::Applied).isEmpty());
-        const QStringList lines = m_log->lines();
-        const QStringList operations{u"beginApply"_s,     u"setState"_s,   u"setSelected"_s,
-                                     u"clearSelection"_s, u"loadRecord"_s, u"listByState"_s};
-        QCOMPARE(lines.size(), operations.size());
-        for (qsizetype i = 0; i < lines.size(); ++i) {
-            QVERIFY2(lines[i].startsWith(u"[ERROR] store: %1 failed: "_s.arg(operations[i])), qPrintable(lines[i]));
-            QVERIFY2(lines[i].contains(u"no such table"_s), qPrintable(lines[i]));
-        }
+        QCOMPARE(m_machine->log.lines().filter(u"no such table"_s).size(), 6);
     }
 
-    void closedStore()
+    void damagedFile_data()
     {
-        QVERIFY(m_store->beginApply(u"a"_s, Tier::Free, {}));
-        m_store->close();
-        int commits = 0;
-        m_store->setCommitObserver([&](bool, const char*) { ++commits; });
-        QVERIFY(!m_store->beginApply(u"b"_s, Tier::Free, {}));
-        QVERIFY(!m_store->setState(u"a"_s, TweakState::Applied));
-        m_store->setSelected(u"a"_s, true);
-        m_store->clearSelection();
-        TweakRecord record;
-        bool unreadable = true;
-        QVERIFY(!m_store->loadRecord(u"a"_s, record, &unreadable) && !unreadable);
-        QVERIFY(m_store->listInterrupted().isEmpty());
-        QCOMPARE(commits, 0);
-        QCOMPARE(m_log->lines(), QStringList());
-        QVERIFY(!QSqlDatabase::contains(ownConnection()));
-        QCOMPARE(stateSql(u"SELECT tweak_id, state FROM tweak_state"_s), QStringList(u"a capturing"_s));
+        QTest::addColumn<bool>("opens");
+        QTest::newRow("garbage") << false;
+        QTest::newRow("truncated") << false;
+        QTest::newRow("pages overwritten") << true;
     }
 
-    void unusablePlaces_data()
+    void damagedFile()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("line");
-        QTest::newRow("folder") << u"."_s << u"[ERROR] store: Cannot open state.db: "_s;
-        QTest::newRow("missing folder") << u"none/state.db"_s << u"[ERROR] store: Cannot open state.db: "_s;
-        QTest::newRow("no database") << u"garbage.db"_s << u"[ERROR] store: Cannot create tweak_state: "_s;
-    }
-
-    void unusablePlaces()
-    {
-        QFETCH(QString, path);
-        QFETCH(QString, line);
-        QFile file(m_machine->scratchFile(u"garbage.db"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(5000, '?')) == 5000);
-        file.close();
+        QFETCH(bool, opens);
+        QVERIFY(m_store->beginApply(tweak, Tier::Free, captureOfAbsent));
         m_store.reset();
-        StateStore store;
-        QVERIFY(!store.open(m_machine->scratchFile(path)));
-        QVERIFY(!store.isOpen() && !store.beginApply(u"a"_s, Tier::Free, {}));
-        QCOMPARE(m_log->lines().size(), 1);
-        QVERIFY2(m_log->lines().constFirst().startsWith(line), qPrintable(m_log->lines().constFirst()));
+        QFile file(Paths::stateDb());
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QByteArray content = file.readAll();
+        constexpr qsizetype pageSizeBytes = 4096; // SQLite's default
+        QCOMPARE_GE(content.size(), 3 * pageSizeBytes);
+        const QByteArrayView kind = QTest::currentDataTag();
+        if (kind == "garbage")
+            content.fill('\xa5');
+        else if (kind == "truncated")
+            content.truncate(content.size() / 2 + 100);
+        else // The header and the schema stay whole, the rows and their index don't.
+            content.replace(pageSizeBytes, 2 * pageSizeBytes, QByteArray(2 * pageSizeBytes, '\xa5'));
+        QVERIFY(file.resize(0) && file.seek(0) && file.write(content) == content.size());
+        file.close();
+        expectOnlyApplyToFail(opens);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), content);
+    }
+
+    /// With a row that waits to be put back.
+    void lockedFile()
+    {
+        putRaw(u"Waits"_s, {platform::regDword, dwordBytes(1)});
+        QVERIFY(m_store->beginApply(tweak, Tier::Free, captureOfAbsent));
+        m_store.reset();
+        {
+            QSqlDatabase lock = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"lock"_s);
+            lock.setDatabaseName(Paths::stateDb());
+            QVERIFY(lock.open());
+            QVERIFY(QSqlQuery(lock).exec(u"PRAGMA locking_mode=EXCLUSIVE"_s));
+            QVERIFY(QSqlQuery(lock).exec(u"BEGIN EXCLUSIVE"_s));
+            expectOnlyApplyToFail(false);
+        }
+        QSqlDatabase::removeDatabase(u"lock"_s);
+        AppContext context;
+        QVERIFY(context.init());
+        QVERIFY(!rawValue(u"Waits"_s));
+        QCOMPARE(stateSql(u"SELECT state FROM tweak_state"_s), QStringList(u"reverted"_s));
     }
 
     /// Threads that end leave their ids to later ones, which is when connections get mixed up.
@@ -250,9 +213,9 @@ private Q_SLOTS:
         for (int i = 0; i < threadCount; ++i) {
             std::thread([&] {
                 const QString id = QString::number(i);
-                if (!m_store->beginApply(id, Tier::Free, someCapture) || !m_store->markApplied(id))
+                if (!m_store->beginApply(id, Tier::Free, captureOfAbsent) || !m_store->markApplied(id))
                     ++failures;
-                seen.append(pragmas().join(u' '));
+                seen.append(pragmas());
             }).join();
         }
         QCOMPARE(failures, 0);
@@ -263,13 +226,12 @@ private Q_SLOTS:
     void threadsAtOnce()
     {
         constexpr int threadCount = 6;
-        constexpr int rowCount = 10;
         std::atomic<int> failures = 0;
         {
             std::vector<std::jthread> threads;
             for (int t = 0; t < threadCount; ++t) {
                 threads.emplace_back([&, t] {
-                    for (int i = 0; i < rowCount; ++i) {
+                    for (int i = 0; i < 10; ++i) {
                         const QString id = u"%1.%2"_s.arg(t).arg(i);
                         TweakRecord record;
                         if (!m_store->beginApply(id, Tier::Free, {{u"id"_s, id}}) || !m_store->markApplied(id)
@@ -281,8 +243,8 @@ private Q_SLOTS:
             }
         }
         QCOMPARE(failures.load(), 0);
-        QCOMPARE(m_store->listByState(TweakState::Applied).size(), threadCount * rowCount);
-        QCOMPARE(m_log->lines(), QStringList());
+        QCOMPARE(m_store->listByState(TweakState::Applied).size(), threadCount * 10);
+        QCOMPARE(m_machine->log.lines(), QStringList());
         m_store->close();
         QCOMPARE(QSqlDatabase::connectionNames().filter(u"torvelane.state"_s), QStringList());
     }
