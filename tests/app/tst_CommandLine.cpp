@@ -112,11 +112,9 @@ private Q_SLOTS:
     {
         // A file in its place denies the folder to everyone.
         QVERIFY(QDir(m_machine->childDataDir()).removeRecursively());
-        QFile file(m_machine->childDataDir());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
+        QVERIFY(QFile(m_machine->childDataDir()).open(QIODevice::WriteOnly));
         const QString answer = run(u"status"_s);
-        QVERIFY(file.remove());
+        QVERIFY(QFile::remove(m_machine->childDataDir()));
         QCOMPARE(answer, u"FATAL: cannot initialize (data directory not writable).\n1"_s);
     }
 
@@ -125,10 +123,7 @@ private:
     QString run(const QString& arguments) const
     {
         QStringList environment = QProcess::systemEnvironment() + m_machine->childEnvironment();
-        environment.removeIf([](const QString& variable) {
-            return variable.startsWith(u"DISPLAY=") || variable.startsWith(u"WAYLAND_DISPLAY=")
-                || variable.startsWith(u"QT_QPA_PLATFORM=");
-        });
+        environment << u"DISPLAY="_s << u"WAYLAND_DISPLAY="_s << u"QT_QPA_PLATFORM="_s;
         QProcess program;
         program.setEnvironment(environment);
         program.setStandardInputFile(QProcess::nullDevice());

@@ -6,10 +6,15 @@
 #include "tweaks/TweakEngine.h"
 #include "ui/ToggleSwitch.h"
 
+#include <QApplication>
+#include <QDialog>
 #include <QFutureWatcher>
+#include <QLabel>
 #include <QTest>
+#include <QTimer>
 
 #include <algorithm>
+#include <functional>
 
 namespace torvelane::test {
 
@@ -35,11 +40,11 @@ inline QByteArray commandEntry(const QByteArray& id)
 class WindowBench {
 public:
     /// A small catalogue of these entries; without any it is the program's own.
-    explicit WindowBench(const QByteArrayList& entries = {}, Tier tier = Tier::Pro)
+    explicit WindowBench(const QByteArrayList& entries = {})
     {
         if (!bringUp(context, entries))
             qFatal("The context could not be set up");
-        setTier(tier);
+        setTier(Tier::Pro);
     }
 
     static bool bringUp(AppContext& context, const QByteArrayList& entries)
@@ -61,14 +66,9 @@ public:
     /// What the engine has done since the last call, in order: "+id" for applied, "-id" for reverted.
     QString engineWork()
     {
-        QStringList work;
-        for (const QString& line : machine.log.lines()) {
-            const QString id = line.mid(line.lastIndexOf(QLatin1Char(' ')) + 1);
-            if (line.startsWith(QStringLiteral("[INFO] engine: Applied tweak: ")))
-                work.append(QLatin1Char('+') + id);
-            else if (line.startsWith(QStringLiteral("[INFO] engine: Reverted tweak: ")))
-                work.append(QLatin1Char('-') + id);
-        }
+        QStringList work = machine.log.lines().filter(QStringLiteral("ed tweak: "));
+        work.replaceInStrings(QStringLiteral("[INFO] engine: Applied tweak: "), QStringLiteral("+"));
+        work.replaceInStrings(QStringLiteral("[INFO] engine: Reverted tweak: "), QStringLiteral("-"));
         machine.log = LogCapture();
         return work.join(QLatin1Char(' '));
     }
@@ -94,6 +94,30 @@ inline void showActive(QWidget& window)
     window.activateWindow();
     if (!QTest::qWaitForWindowActive(&window))
         qFatal("The window could not be shown");
+}
+
+/// Runs a function on the next modal dialog once it is open, while whoever opened it waits inside.
+inline void whenDialogOpens(const std::function<void(QDialog*)>& act)
+{
+    auto* const poll = new QTimer(qApp);
+    QObject::connect(poll, &QTimer::timeout, poll, [poll, act] {
+        auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isActiveWindow())
+            return;
+        delete poll;
+        act(dialog);
+    });
+    poll->start(1);
+}
+
+/// Answers the next dialog, whose title and text go to `texts`.
+inline void answerNextDialog(bool accept, QStringList* texts)
+{
+    whenDialogOpens([accept, texts](QDialog* dialog) {
+        for (const QLabel* const label : dialog->findChildren<QLabel*>())
+            texts->append(label->text());
+        dialog->done(accept ? QDialog::Accepted : QDialog::Rejected);
+    });
 }
 
 /// Whether a page still waits for the result of something.

@@ -20,14 +20,18 @@ double likeness(const Coverage& a, const Coverage& b)
     return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
 }
 
-template <typename Draw>
-Coverage coverageOf(Draw draw)
+Coverage coverageOf(int icon, bool fallback)
 {
     QImage image(96, 96, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    draw(painter, image.width());
+    if (fallback) {
+        painter.scale(4, 4);
+        drawFallbackIcon(painter, static_cast<IconId>(icon), Qt::white);
+    } else {
+        (void)renderSvgIcon(painter, static_cast<IconId>(icon), Qt::white, image.width());
+    }
     painter.end();
     const QImage grid = image.scaled(12, 12, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     Coverage coverage;
@@ -41,21 +45,6 @@ Coverage coverageOf(Draw draw)
     return coverage;
 }
 
-Coverage resourceCoverage(int icon)
-{
-    return coverageOf([icon](QPainter& painter, int side) {
-        (void)renderSvgIcon(painter, static_cast<IconId>(icon), Qt::white, side);
-    });
-}
-
-Coverage fallbackCoverage(int icon)
-{
-    return coverageOf([icon](QPainter& painter, int side) {
-        painter.scale(side / 24.0, side / 24.0);
-        drawFallbackIcon(painter, static_cast<IconId>(icon), Qt::white);
-    });
-}
-
 } // namespace
 
 class tst_Icons : public QObject {
@@ -66,9 +55,9 @@ private Q_SLOTS:
     {
         QList<Coverage> resources;
         for (int icon = 0; icon < iconCount; ++icon)
-            resources.append(resourceCoverage(icon));
+            resources.append(coverageOf(icon, false));
         for (int icon = 0; icon < iconCount; ++icon) {
-            const Coverage drawing = fallbackCoverage(icon);
+            const Coverage drawing = coverageOf(icon, true);
             QCOMPARE(drawing.empty(), static_cast<IconId>(icon) == IconId::Sparkles);
             QCOMPARE(resources.at(icon).empty(), static_cast<IconId>(icon) == IconId::Unnamed);
             if (drawing.empty() || resources.at(icon).empty())
@@ -80,7 +69,7 @@ private Q_SLOTS:
             QCOMPARE_GE(likeness(resources.at(icon), drawing), 0.95);
         }
         for (const int outside : {-1, iconCount})
-            QVERIFY(resourceCoverage(outside).empty() && fallbackCoverage(outside).empty());
+            QVERIFY(coverageOf(outside, false).empty() && coverageOf(outside, true).empty());
     }
 
     void pixmapFillsTheScreensPixels()
@@ -92,10 +81,7 @@ private Q_SLOTS:
             QCOMPARE(pixmap.size(), QSize(side, side));
             QCOMPARE(pixmap.devicePixelRatio(), scale);
             // The drawing reaches across all of it, rather than filling the corner of a scaled pixmap.
-            const QImage column = pixmap.toImage().copy(side * 22 / 24 - 1, 0, 1, side);
-            QImage blank(column.size(), column.format());
-            blank.fill(Qt::transparent);
-            QVERIFY(column != blank);
+            QVERIFY(qAlpha(pixmap.toImage().pixel(side * 22 / 24 - 1, side / 12)) > 0);
         }
     }
 };

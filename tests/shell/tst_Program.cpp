@@ -1,7 +1,7 @@
+#include "platform/simulated/SimulatedPc.h"
 #include "shell/SingleInstance.h"
 #include "support/TestMachine.h"
 
-#include <QElapsedTimer>
 #include <QLocalSocket>
 #include <QProcess>
 #include <QSignalSpy>
@@ -14,6 +14,9 @@
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
+using namespace torvelane::test;
+using platform::ChangeMoment;
+using platform::SimulatedPc;
 
 namespace {
 
@@ -22,11 +25,9 @@ const QByteArray signInLink = "torvelane://signed-in?code=1";
 
 /// Torvelane itself, on its own machine.
 struct Program : QProcess {
-    explicit Program(const test::TestMachine& machine, const QStringList& arguments = {})
+    explicit Program(const TestMachine& machine, const QStringList& arguments = {})
     {
-        QStringList environment = QProcess::systemEnvironment() + machine.childEnvironment();
-        environment << u"TORVELANE_NO_CONNECTION_CHECK="_s << u"TORVELANE_NO_UPDATE="_s;
-        setEnvironment(environment);
+        setEnvironment(QProcess::systemEnvironment() + machine.childEnvironment());
         start(QStringLiteral(TORVELANE_PROGRAM), arguments);
     }
     ~Program() override
@@ -36,18 +37,20 @@ struct Program : QProcess {
     }
 };
 
-std::unique_ptr<QLocalSocket> connectedClient()
+std::unique_ptr<QLocalSocket> clientSaying(const QByteArray& message)
 {
     auto socket = std::make_unique<QLocalSocket>();
     socket->connectToServer(serverName);
     if (!socket->waitForConnected(5000))
         qFatal("No first instance answers");
+    socket->write(message);
     return socket;
 }
 
 } // namespace
 
-class tst_SingleInstance : public QObject {
+/// The finished program in several processes: killed by its machine and started again, or started twice.
+class tst_Program : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -58,39 +61,52 @@ private Q_SLOTS:
         qputenv("TMPDIR", m_temporary.path().toLocal8Bit());
     }
 
-    void linkInArguments()
+    void nextStartPutsEverythingBack()
     {
-        for (const auto& [arguments, link] :
-             {std::pair(u"Torvelane.exe x torvelane://b torvelane://c"_s, u"torvelane://b"_s),
-              {u"Torvelane.exe Torvelane://a --url=torvelane://a torvelane:/a"_s, {}}})
-            QCOMPARE(SingleInstance::linkIn(arguments.split(u' ')), link);
+        for (const auto& [id, moment] : {std::pair(u"selftest.toggle"_s, ChangeMoment::Before),
+                                         {u"selftest.toggle"_s, ChangeMoment::After},
+                                         {u"torv.periph.kervo-mouse-fix"_s, ChangeMoment::Before},
+                                         {u"torv.periph.kervo-mouse-fix"_s, ChangeMoment::After}}) {
+            int kills = 0;
+            for (bool killed = true; killed;) {
+                const TestMachine machine;
+                const MachineImage before = TestMachine::image();
+                SimulatedPc::killAtChange(kills + 1, moment);
+                Program killedOne(machine, {u"apply"_s, id});
+                QVERIFY(killedOne.waitForFinished());
+                killed = killedOne.exitStatus() == QProcess::CrashExit;
+                kills += killed;
+                SimulatedPc::clearFaults();
+                Program next(machine, {u"status"_s});
+                QVERIFY(next.waitForFinished());
+                const QString status = QString::fromUtf8(next.readAllStandardOutput());
+                QCOMPARE(status.section(u"Applied tweaks: "_s, 1).trimmed(), killed ? QString() : id);
+                QCOMPARE(differences(before, TestMachine::image()).isEmpty(), killed);
+            }
+            QCOMPARE_GE(kills, 3);
+        }
     }
 
     void secondInstanceHandsItsLinkOver()
     {
-        const test::TestMachine machine;
+        const TestMachine machine;
         SingleInstance first;
         first.listen();
         QSignalSpy links(&first, &SingleInstance::linkReceived);
-        // A start that does nothing, to tell the hand-over's time from the program's own.
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY(Program(machine, {u"hwid"_s}).waitForFinished());
-        const int startMs = static_cast<int>(clock.elapsed());
-        for (const QStringList& arguments : {QStringList(), {u"x"_s, QString::fromLatin1(signInLink)}}) {
-            Program second(machine, arguments);
-            QSignalSpy finished(&second, &QProcess::finished);
-            QVERIFY(finished.wait(startMs + 1000));
-            QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+        const QString noLinks = u"x Torvelane://a --url=torvelane://a torvelane:/a"_s;
+        for (const QString& arguments :
+             {noLinks, QString(noLinks + u" " + QString::fromLatin1(signInLink) + u" torvelane://b")}) {
+            Program second(machine, arguments.split(u' '));
+            QTRY_COMPARE_WITH_TIMEOUT(second.state(), QProcess::NotRunning, 30000);
             QCOMPARE(second.exitCode(), 0);
-            QCOMPARE(links.size(), arguments.isEmpty() ? 0 : 1);
+            QCOMPARE(links.size(), arguments == noLinks ? 0 : 1);
         }
         QCOMPARE(links.constFirst().constFirst().toUrl(), QUrl(QString::fromLatin1(signInLink)));
     }
 
     void staleSocketIsCleared()
     {
-        const test::TestMachine machine;
+        const TestMachine machine;
         for (int round = 0; round < 2; ++round) {
             Program first(machine);
             QTRY_VERIFY_WITH_TIMEOUT(SingleInstance::handOver({}), 30000);
@@ -119,8 +135,7 @@ private Q_SLOTS:
                                             {"torvelane://é", "torvelane://é"},
                                             {" \n" + signInLink + "\r\n", signInLink}}) {
             links.clear();
-            const auto client = connectedClient();
-            client->write(message);
+            const auto client = clientSaying(message);
             QTRY_COMPARE(client->state(), QLocalSocket::UnconnectedState);
             QCOMPARE(links.size(), link.isEmpty() ? 0 : 1);
             if (!link.isEmpty())
@@ -135,11 +150,10 @@ private Q_SLOTS:
         QSignalSpy links(&first, &SingleInstance::linkReceived);
         std::vector<std::unique_ptr<QLocalSocket>> silent;
         for (int i = 0; i < 40; ++i) {
-            silent.push_back(connectedClient());
+            silent.push_back(clientSaying({}));
             QCoreApplication::processEvents();
         }
-        const auto next = connectedClient();
-        next->write(signInLink);
+        const auto next = clientSaying(signInLink);
         QTRY_COMPARE(links.size(), 1);
         QCOMPARE(silent.front()->state(), QLocalSocket::ConnectedState);
         // Each is let go of after a while, so that they don't add up.
@@ -152,5 +166,5 @@ private:
     QTemporaryDir m_temporary;
 };
 
-QTEST_GUILESS_MAIN(tst_SingleInstance)
-#include "tst_SingleInstance.moc"
+QTEST_GUILESS_MAIN(tst_Program)
+#include "tst_Program.moc"
