@@ -121,11 +121,16 @@ private Q_SLOTS:
         }
     }
 
-    void onlyALinkIsTaken()
+    void hostileClientsDisturbNobody()
     {
         SingleInstance first;
         first.listen();
         QSignalSpy links(&first, &SingleInstance::linkReceived);
+        std::vector<std::unique_ptr<QLocalSocket>> silent;
+        for (int i = 0; i < 40; ++i) {
+            silent.push_back(clientSaying({}));
+            QCoreApplication::processEvents();
+        }
         const QByteArray longest = signInLink + QByteArray(SingleInstance::maxLinkSizeBytes - signInLink.size(), 'x');
         for (const auto& [message, link] : {std::pair(QByteArray(longest + 'x'), QByteArray()),
                                             {signInLink + QByteArray(4 << 20, 'x'), {}},
@@ -141,25 +146,9 @@ private Q_SLOTS:
             if (!link.isEmpty())
                 QCOMPARE(links.constFirst().constFirst().toUrl(), QUrl(QString::fromUtf8(link)));
         }
-    }
-
-    void silentClientsDisturbNobody()
-    {
-        SingleInstance first;
-        first.listen();
-        QSignalSpy links(&first, &SingleInstance::linkReceived);
-        std::vector<std::unique_ptr<QLocalSocket>> silent;
-        for (int i = 0; i < 40; ++i) {
-            silent.push_back(clientSaying({}));
-            QCoreApplication::processEvents();
-        }
-        const auto next = clientSaying(signInLink);
-        QTRY_COMPARE(links.size(), 1);
-        QCOMPARE(silent.front()->state(), QLocalSocket::ConnectedState);
-        // Each is let go of after a while, so that they don't add up.
+        // Those that say nothing are let go of after a while, so that they don't add up.
         QTRY_VERIFY(std::ranges::all_of(
             silent, [](const auto& socket) { return socket->state() == QLocalSocket::UnconnectedState; }));
-        QCOMPARE(links.size(), 1);
     }
 
 private:

@@ -18,10 +18,7 @@
 
 namespace torvelane::test {
 
-/// The section that the entries below belong to.
-inline const QString entrySection = QStringLiteral("Explorer");
-
-/// An entry that sets the value of its own name in the scratch key, or one below it, to 1.
+/// An entry of the section "Explorer" that sets the value of its own name in the scratch key, or one below it, to 1.
 inline QByteArray registryEntry(const QByteArray& id, const QByteArray& more = {}, const QByteArray& subkey = {})
 {
     return R"({"section": "Explorer", "id": ")" + id + R"(", "name": ")" + id
@@ -42,19 +39,14 @@ public:
     /// A small catalogue of these entries; without any it is the program's own.
     explicit WindowBench(const QByteArrayList& entries = {})
     {
-        if (!bringUp(context, entries))
+        bool isUp = context.init();
+        if (isUp && !entries.isEmpty()) {
+            context.catalog.clear();
+            isUp = context.catalog.loadFromJson(R"({"tweaks": [)" + entries.join(',') + "]}");
+        }
+        if (!isUp)
             qFatal("The context could not be set up");
         setTier(Tier::Pro);
-    }
-
-    static bool bringUp(AppContext& context, const QByteArrayList& entries)
-    {
-        if (!context.init())
-            return false;
-        if (entries.isEmpty())
-            return true;
-        context.catalog.clear();
-        return context.catalog.loadFromJson(R"({"tweaks": [)" + entries.join(',') + "]}");
     }
 
     void setTier(Tier tier)
