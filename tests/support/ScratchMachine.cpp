@@ -6,34 +6,7 @@
 
 namespace torvelane::test {
 
-using platform::codeSuccess;
-using platform::RegistryAccess;
-using platform::RegistryKey;
-using platform::RootKey;
-
-namespace {
-
-/// Keys can't be deleted through our layer; empty ones don't count.
-void clearValues(const QString& path)
-{
-    RegistryKey readable;
-    RegistryKey writable;
-    if (RegistryKey::open(RootKey::CurrentUser, path, RegistryAccess::Read, readable) != codeSuccess
-        || RegistryKey::open(RootKey::CurrentUser, path, RegistryAccess::SetValue, writable) != codeSuccess) {
-        return;
-    }
-    QStringList names;
-    std::ignore = readable.valueNames(names);
-    for (const QString& name : std::as_const(names)) {
-        if (writable.deleteValue(name) != codeSuccess)
-            qFatal("The scratch key could not be emptied");
-    }
-    std::ignore = readable.subkeyNames(names);
-    for (const QString& name : std::as_const(names))
-        clearValues(path + u'\\' + name);
-}
-
-} // namespace
+using namespace platform;
 
 void putRaw(const QString& name, const RawValue& value, const QString& path)
 {
@@ -81,16 +54,6 @@ QByteArray dwordBytes(quint32 number)
     QByteArray bytes(4, Qt::Uninitialized);
     qToLittleEndian(number, bytes.data());
     return bytes;
-}
-
-ScratchMachine::ScratchMachine()
-{
-    clearValues(scratchKey);
-}
-
-ScratchMachine::~ScratchMachine()
-{
-    clearValues(scratchKey);
 }
 
 } // namespace torvelane::test

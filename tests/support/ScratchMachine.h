@@ -37,18 +37,8 @@ void putRaw(const QString& name, const RawValue& value, const QString& path = sc
 /// The bytes of a REG_DWORD.
 [[nodiscard]] QByteArray dwordBytes(quint32 number);
 
-/// A test's machine with an empty scratch key, which it empties again at its end, and what its log gained.
-class ScratchMachine {
-public:
-    ScratchMachine();
-    ~ScratchMachine();
-    ScratchMachine(const ScratchMachine&) = delete;
-    ScratchMachine& operator=(const ScratchMachine&) = delete;
-
-private:
-    TestMachine m_machine; ///< First, since the log belongs to it.
-
-public:
+/// A test's machine and what its log gained.
+struct ScratchMachine : TestMachine {
     LogCapture log;
 };
 

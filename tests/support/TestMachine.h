@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Paths.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -24,7 +26,8 @@ struct MachineValue {
 using MachineImage = QList<MachineValue>;
 
 /// A machine and a data directory for one test. On the simulated PC both are new and end with the object; under Wine the
-/// registry is the prefix's own, so a test there puts back what it changes, which is what it is about anyway.
+/// registry is the prefix's own, so a test there puts back what it changes, which is what it is about anyway. Only what
+/// lies below HKCU\Software\Torvelane is deleted at the beginning and at the end.
 ///
 /// Sets the process-wide data directory override and starts the log afresh; one at a time.
 class TestMachine {
@@ -34,10 +37,10 @@ public:
     TestMachine(const TestMachine&) = delete;
     TestMachine& operator=(const TestMachine&) = delete;
 
-    [[nodiscard]] QString dataDir() const;
+    [[nodiscard]] QString dataDir() const { return Paths::dataDir(); }
 
     /// A path in a scratch folder that ends with the object.
-    [[nodiscard]] QString scratchFile(const QString& name) const;
+    [[nodiscard]] QString scratchFile(const QString& name) const { return m_dir.filePath(name); }
 
     /// What a child process needs in its environment to work on this machine and data directory, as NAME=VALUE. The
     /// program's data directory is then `childDataDir`.
@@ -47,13 +50,20 @@ public:
     [[nodiscard]] static MachineImage image();
 
 private:
+    void enter();
+    void leave() const;
+
     QTemporaryDir m_dir;
 };
 
-/// One readable line for each value that differs; empty if none does. Keys without values don't count.
+/// One readable line, in lower case, for each value that differs: "- " before, "+ " after; empty if none does. Keys
+/// without values don't count, nor does the case of names.
 [[nodiscard]] QStringList differences(const MachineImage& before, const MachineImage& after);
 
 /// Whether the long sweeps are wanted (`./dev test --full`).
-[[nodiscard]] bool fullRun();
+[[nodiscard]] inline bool fullRun()
+{
+    return qEnvironmentVariableIsSet("TORVELANE_FULL");
+}
 
 } // namespace torvelane::test

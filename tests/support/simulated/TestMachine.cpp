@@ -1,11 +1,8 @@
 #include "support/TestMachine.h"
 
-#include "core/Log.h"
-#include "core/Paths.h"
 #include "platform/ProcessSettings.h"
 #include "platform/simulated/SimulatedPc.h"
 
-#include <QDir>
 #include <QFile>
 
 namespace torvelane::test {
@@ -15,50 +12,32 @@ using platform::SimulatedPc;
 namespace {
 
 /// Seeding takes longer than copying, so each test program seeds one machine and copies it.
-QString seededMachine()
+void copySeededMachine(const QString& path)
 {
     static const QTemporaryDir dir;
-    static const QString path = [] {
-        const QString file = dir.filePath(QStringLiteral("seeded.db"));
+    static const QString seeded = dir.filePath(QStringLiteral("seeded.db"));
+    if (!QFile::exists(seeded)) {
         SimulatedPc::setMachineFile(dir.filePath(QStringLiteral("machine.db")));
-        if (!SimulatedPc::reset() || !SimulatedPc::copyTo(file))
+        if (!SimulatedPc::reset() || !SimulatedPc::copyTo(seeded))
             qFatal("The simulated PC could not be seeded");
-        return file;
-    }();
-    return path;
+    }
+    if (!QFile::copy(seeded, path))
+        qFatal("The simulated PC could not be copied");
 }
 
 } // namespace
 
-TestMachine::TestMachine()
+void TestMachine::enter()
 {
     const QString machineFile = m_dir.filePath(QStringLiteral("machine.db"));
-    if (!QFile::copy(seededMachine(), machineFile))
-        qFatal("The simulated PC could not be copied");
+    copySeededMachine(machineFile);
     SimulatedPc::setMachineFile(machineFile);
     platform::prepareProcess();
-    closeLogging();
-    Paths::setDataDirOverride(childDataDir());
-    if (!Paths::ensureDataDir())
-        qFatal("The data directory could not be made");
-    initLogging(LogLevel::Debug);
 }
 
-TestMachine::~TestMachine()
+void TestMachine::leave() const
 {
     SimulatedPc::setChangeObserver({});
-    closeLogging();
-    Paths::setDataDirOverride({});
-}
-
-QString TestMachine::dataDir() const
-{
-    return Paths::dataDir();
-}
-
-QString TestMachine::scratchFile(const QString& name) const
-{
-    return m_dir.filePath(name);
 }
 
 QStringList TestMachine::childEnvironment() const
@@ -75,9 +54,7 @@ QString TestMachine::childDataDir() const
 MachineImage TestMachine::image()
 {
     MachineImage image;
-    const platform::MachineSnapshot snapshot = SimulatedPc::snapshot();
-    image.reserve(snapshot.size());
-    for (const platform::SimulatedValue& value : snapshot)
+    for (const platform::SimulatedValue& value : SimulatedPc::snapshot())
         image.append({value.keyPath, value.name, value.type, value.data});
     return image;
 }

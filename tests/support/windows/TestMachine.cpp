@@ -1,13 +1,16 @@
 #include "support/TestMachine.h"
 
-#include "core/Log.h"
-#include "core/Paths.h"
 #include "platform/Registry.h"
 
 #include <QDir>
 #include <QStandardPaths>
 
-#include <vector>
+#include <algorithm>
+#include <span>
+
+#include <windows.h>
+
+using namespace Qt::StringLiterals;
 
 namespace torvelane::test {
 
@@ -17,45 +20,19 @@ using platform::RootKey;
 
 namespace {
 
-struct Root {
-    RootKey key;
-    QString path;
-    QString shownAs;
-};
-
-/// What the catalogue reaches. Below SYSTEM only the current control set, since the others alias it.
-const QList<Root>& roots()
-{
-    static const QList<Root> list{
-        {RootKey::LocalMachine, QStringLiteral("SOFTWARE"), QStringLiteral("HKLM\\SOFTWARE")},
-        {RootKey::LocalMachine, QStringLiteral("SYSTEM\\CurrentControlSet"),
-         QStringLiteral("HKLM\\SYSTEM\\CurrentControlSet")},
-        {RootKey::LocalMachine, QStringLiteral("SYSTEM\\ControlSet001"), QStringLiteral("HKLM\\SYSTEM\\ControlSet001")},
-        {RootKey::Users, QStringLiteral(".DEFAULT"), QStringLiteral("HKU\\.DEFAULT")},
-        {RootKey::CurrentUser, QString(), QStringLiteral("HKCU")},
-    };
-    return list;
-}
-
 /// What Wine itself changes while it runs: the desktop windows, adapters and devices of the session.
 bool isVolatile(const QString& shownAs)
 {
     static const QStringList prefixes{
-        QStringLiteral("HKCU\\Volatile Environment"),
-        QStringLiteral("HKCU\\Software\\Wine\\"),
-        QStringLiteral("HKLM\\SYSTEM\\CurrentControlSet\\Control\\Video"),
-        QStringLiteral("HKLM\\SYSTEM\\CurrentControlSet\\Enum"),
-        QStringLiteral("HKLM\\SYSTEM\\CurrentControlSet\\Control\\DeviceClasses"),
-        QStringLiteral("HKLM\\SYSTEM\\CurrentControlSet\\Hardware Profiles"),
-        QStringLiteral("HKLM\\SYSTEM\\ControlSet001\\Control\\Video"),
-        QStringLiteral("HKLM\\SYSTEM\\ControlSet001\\Enum"),
-        QStringLiteral("HKLM\\SYSTEM\\ControlSet001\\Control\\DeviceClasses"),
+        u"HKCU\\Volatile Environment"_s,
+        u"HKCU\\Software\\Wine\\"_s,
+        u"HKLM\\SYSTEM\\CurrentControlSet\\Control\\Video"_s,
+        u"HKLM\\SYSTEM\\CurrentControlSet\\Enum"_s,
+        u"HKLM\\SYSTEM\\CurrentControlSet\\Control\\DeviceClasses"_s,
+        u"HKLM\\SYSTEM\\CurrentControlSet\\Hardware Profiles"_s,
     };
-    for (const QString& prefix : prefixes) {
-        if (shownAs.startsWith(prefix, Qt::CaseInsensitive))
-            return true;
-    }
-    return false;
+    return std::ranges::any_of(
+        prefixes, [&shownAs](const QString& prefix) { return shownAs.startsWith(prefix, Qt::CaseInsensitive); });
 }
 
 void collect(RootKey root, const QString& path, const QString& shownAs, MachineImage& image)
@@ -64,54 +41,34 @@ void collect(RootKey root, const QString& path, const QString& shownAs, MachineI
     if (isVolatile(shownAs) || RegistryKey::open(root, path, platform::RegistryAccess::Read, key) != codeSuccess)
         return;
     QStringList names;
-    if (key.valueNames(names) == codeSuccess) {
-        for (const QString& name : std::as_const(names)) {
-            MachineValue value{shownAs, name, 0, {}};
-            quint32 sizeBytes = 0;
-            if (key.querySize(name, value.type, sizeBytes) != codeSuccess)
-                continue;
-            std::vector<std::byte> buffer(sizeBytes);
-            if (key.query(name, buffer, value.type, sizeBytes) != codeSuccess)
-                continue;
-            value.data = QByteArray(reinterpret_cast<const char*>(buffer.data()), static_cast<qsizetype>(sizeBytes));
+    std::ignore = key.valueNames(names);
+    for (const QString& name : std::as_const(names)) {
+        MachineValue value{shownAs, name, 0, {}};
+        quint32 sizeBytes = 0;
+        if (key.querySize(name, value.type, sizeBytes) != codeSuccess)
+            continue;
+        value.data.resize(sizeBytes);
+        const auto buffer = std::as_writable_bytes(std::span(value.data.data(), sizeBytes));
+        if (key.query(name, buffer, value.type, sizeBytes) == codeSuccess)
             image.append(value);
-        }
     }
-    QStringList subkeys;
-    if (key.subkeyNames(subkeys) != codeSuccess)
-        return;
-    for (const QString& subkey : std::as_const(subkeys)) {
-        const QString below = path.isEmpty() ? subkey : path + QLatin1Char('\\') + subkey;
-        collect(root, below, shownAs + QLatin1Char('\\') + subkey, image);
-    }
+    names.clear();
+    std::ignore = key.subkeyNames(names);
+    for (const QString& name : std::as_const(names))
+        collect(root, path.isEmpty() ? name : path + u'\\' + name, shownAs + u'\\' + name, image);
 }
 
 } // namespace
 
-TestMachine::TestMachine()
+void TestMachine::enter()
 {
-    closeLogging();
-    Paths::setDataDirOverride(m_dir.filePath(QStringLiteral("Torvelane")));
-    if (!Paths::ensureDataDir())
-        qFatal("The data directory could not be made");
-    initLogging(LogLevel::Debug);
+    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Torvelane");
 }
 
-TestMachine::~TestMachine()
+void TestMachine::leave() const
 {
-    closeLogging();
-    Paths::setDataDirOverride({});
     QDir(childDataDir()).removeRecursively();
-}
-
-QString TestMachine::dataDir() const
-{
-    return Paths::dataDir();
-}
-
-QString TestMachine::scratchFile(const QString& name) const
-{
-    return m_dir.filePath(name);
+    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Torvelane");
 }
 
 QStringList TestMachine::childEnvironment() const
@@ -121,15 +78,17 @@ QStringList TestMachine::childEnvironment() const
 
 QString TestMachine::childDataDir() const
 {
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
-        .filePath(QStringLiteral("Torvelane"));
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)).filePath(u"Torvelane"_s);
 }
 
 MachineImage TestMachine::image()
 {
     MachineImage image;
-    for (const Root& root : roots())
-        collect(root.key, root.path, root.shownAs, image);
+    // What the catalogue reaches. Below SYSTEM only the current control set, since the others alias it.
+    collect(RootKey::LocalMachine, u"SOFTWARE"_s, u"HKLM\\SOFTWARE"_s, image);
+    collect(RootKey::LocalMachine, u"SYSTEM\\CurrentControlSet"_s, u"HKLM\\SYSTEM\\CurrentControlSet"_s, image);
+    collect(RootKey::Users, u".DEFAULT"_s, u"HKU\\.DEFAULT"_s, image);
+    collect(RootKey::CurrentUser, {}, u"HKCU"_s, image);
     return image;
 }
 
