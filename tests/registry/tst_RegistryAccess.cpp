@@ -6,10 +6,11 @@
 #include <QTest>
 
 #include <cmath>
-#include <limits>
+#include <string>
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
+using namespace torvelane::platform;
 using namespace torvelane::test;
 using Kind = RegistryValueKind;
 
@@ -18,28 +19,10 @@ namespace {
 constexpr RegistryHive hkcu = RegistryHive::CurrentUser;
 const QString name = u"Value"_s;
 
-RegistryValue number(Kind kind, quint64 number)
+RegistryValue readBack(const QString& path = scratchKey, RegistryHive hive = hkcu)
 {
-    return {.exists = true, .kind = kind, .number = number, .text = {}, .bytes = {}};
-}
-
-RegistryValue text(Kind kind, const QString& text)
-{
-    return {.exists = true, .kind = kind, .number = 0, .text = text, .bytes = {}};
-}
-
-RegistryValue binary(const QByteArray& bytes)
-{
-    return {.exists = true, .kind = Kind::Binary, .number = 0, .text = {}, .bytes = bytes};
-}
-
-/// Bytes that all differ from their neighbours, so that a shifted or cut copy shows.
-QByteArray pattern(int sizeBytes)
-{
-    QByteArray bytes;
-    for (int i = 0; i < sizeBytes; ++i)
-        bytes.append(static_cast<char>(i % 251));
-    return bytes;
+    RegistryValue value{true, Kind::Qword, 5, {}, {}};
+    return readValue(hive, path, name, value) ? value : RegistryValue{true, Kind::None, 0, u"refused"_s, {}};
 }
 
 } // namespace
@@ -52,174 +35,102 @@ private:
 
 private Q_SLOTS:
     void init() { m_machine.emplace(); }
-    void cleanup()
-    {
-        setHkcuUserSid({});
-        m_machine.reset();
-    }
-
-    void conversions_data()
-    {
-        QTest::addColumn<quint32>("type");
-        QTest::addColumn<QByteArray>("data");
-        QTest::addColumn<RegistryValue>("expected");
-        const auto row = [](const char* title, quint32 type, const QByteArray& data, const RegistryValue& expected) {
-            QTest::newRow(title) << type << data << expected;
-        };
-        using namespace platform;
-        const QString accented = u"\u00c9t\u00e9 \U0001f600"_s;
-        row("sz", regSz, utf16(accented), text(Kind::Sz, accented));
-        row("sz without terminator", regSz, utf16(u"abc"_s, 0), text(Kind::Sz, u"abc"_s));
-        row("sz with three terminators", regSz, utf16(u"abc"_s, 3), text(Kind::Sz, u"abc"_s));
-        row("sz with a NUL inside", regSz, utf16(u"a"_s) + utf16(u"b"_s), text(Kind::Sz, u"a\0b"_s));
-        row("sz of an odd size", regSz, utf16(u"abc"_s, 0) + 'd', text(Kind::Sz, u"abc"_s));
-        row("sz of one byte", regSz, "a", text(Kind::Sz, {}));
-        row("sz of nothing", regSz, {}, text(Kind::Sz, {}));
-        row("sz of a terminator", regSz, utf16({}), text(Kind::Sz, {}));
-        row("sz of 256 bytes", regSz, utf16(QString(127, u'x')), text(Kind::Sz, QString(127, u'x')));
-        row("sz of 70000 bytes", regSz, utf16(QString(34999, u'x')), text(Kind::Sz, QString(34999, u'x')));
-        row("expand_sz", regExpandSz, utf16(u"%TEMP%\\a"_s), text(Kind::ExpandSz, u"%TEMP%\\a"_s));
-        row("dword", regDword, dwordBytes(0xfedcba98), number(Kind::Dword, 0xfedcba98));
-        row("dword of 3 bytes", regDword, "\1\2\3", number(Kind::Dword, 0));
-        row("dword of 8 bytes", regDword, dwordBytes(7) + dwordBytes(9), number(Kind::Dword, 7));
-        row("qword", regQword, dwordBytes(7) + dwordBytes(0x80000000), number(Kind::Qword, 0x80000000'00000007));
-        row("qword of 7 bytes", regQword, "1234567", number(Kind::Qword, 0));
-        for (const int size : {0, 255, 256, 257, 70000})
-            row(qPrintable(u"binary of %1 bytes"_s.arg(size)), regBinary, pattern(size), binary(pattern(size)));
-        const QByteArray several = utf16(u"one"_s) + utf16(u"two"_s, 2);
-        row("multi_sz", regMultiSz, several, binary(several));
-        row("none", regNone, "\1\0"_ba, binary("\1\0"_ba));
-        row("big-endian dword", 5, dwordBytes(1), binary(dwordBytes(1)));
-    }
+    void cleanup() { m_machine.reset(); }
 
     void conversions()
     {
-        QFETCH(quint32, type);
-        QFETCH(QByteArray, data);
-        putRaw(name, {type, data});
-        RegistryValue value = number(Kind::Qword, 5);
-        QVERIFY(readValue(hkcu, scratchKey, name, value));
-        QTEST(value, "expected");
-    }
-
-    void absences_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::newRow("value") << scratchKey;
-        QTest::newRow("key") << scratchKey + u"\\Gone"_s;
-        QTest::newRow("parents") << scratchKey + u"\\Gone\\Further\\Away"_s;
+        const QString accented = u"\u00c9t\u00e9 \U0001f600"_s;
+        const QString longText(34999, u'x');
+        const QByteArray several = utf16(u"one"_s) + utf16(u"two"_s, 2);
+        const struct {
+            RawValue stored;
+            RegistryValue value;
+            bool isWrittenSo = false;
+        } rows[] = {
+            {{regSz, utf16(accented)}, {true, Kind::Sz, 0, accented, {}}, true},
+            {{regSz, utf16({})}, {true, Kind::Sz, 0, {}, {}}, true},
+            {{regSz, utf16(longText)}, {true, Kind::Sz, 0, longText, {}}, true},
+            {{regSz, utf16(u"abc"_s, 0)}, {true, Kind::Sz, 0, u"abc"_s, {}}},
+            {{regSz, utf16(u"a\0b"_s, 3)}, {true, Kind::Sz, 0, u"a\0b"_s, {}}},
+            {{regSz, utf16(u"abc"_s, 0) + 'd'}, {true, Kind::Sz, 0, u"abc"_s, {}}},
+            {{regSz, "a"}, {true, Kind::Sz, 0, {}, {}}},
+            {{regSz, {}}, {true, Kind::Sz, 0, {}, {}}},
+            {{regExpandSz, utf16(u"%A%"_s)}, {true, Kind::ExpandSz, 0, u"%A%"_s, {}}, true},
+            {{regDword, dwordBytes(0xfedcba98)}, {true, Kind::Dword, 0xfedcba98, {}, {}}, true},
+            {{regDword, "\1\2\3"}, {true, Kind::Dword, 0, {}, {}}},
+            {{regDword, dwordBytes(7) + dwordBytes(9)}, {true, Kind::Dword, 7, {}, {}}},
+            {{regQword, dwordBytes(7) + dwordBytes(1U << 31)}, {true, Kind::Qword, (1ULL << 63) + 7, {}, {}}, true},
+            {{regQword, "1234567"}, {true, Kind::Qword, 0, {}, {}}},
+            {{regBinary, {}}, {true, Kind::Binary, 0, {}, {}}, true},
+            {{regBinary, QByteArray(256, 'x')}, {true, Kind::Binary, 0, {}, QByteArray(256, 'x')}, true},
+            {{regBinary, QByteArray(257, 'x')}, {true, Kind::Binary, 0, {}, QByteArray(257, 'x')}, true},
+            {{regMultiSz, several}, {true, Kind::Binary, 0, {}, several}},
+            {{regNone, "\1\0"_ba}, {true, Kind::Binary, 0, {}, "\1\0"_ba}},
+            {{5, dwordBytes(1)}, {true, Kind::Binary, 0, {}, dwordBytes(1)}},
+        };
+        const QString path = scratchKey + u"\\Made\\On\\The Way"_s;
+        for (const auto& row : rows) {
+            const std::string shown = "row " + std::to_string(&row - rows);
+            putRaw(name, row.stored);
+            QVERIFY2(readBack() == row.value, shown.c_str());
+            for (const QString& valueName : {name, QString()}) {
+                if (!row.isWrittenSo)
+                    continue;
+                QVERIFY(writeValue(hkcu, path, valueName, row.value));
+                QVERIFY2(rawValue(valueName.toUpper(), path.toUpper()) == row.stored, shown.c_str());
+                putRaw(valueName, {regMultiSz, "another type"}, path);
+                QVERIFY(writeValue(hkcu, path.toLower(), valueName.toLower(), row.value));
+                QVERIFY2(rawValue(valueName, path) == row.stored, shown.c_str());
+                QVERIFY(deleteValue(hkcu, path, valueName) && !rawValue(valueName, path));
+            }
+        }
     }
 
     void absences()
     {
-        QFETCH(QString, path);
-        putRaw(u"Neighbour"_s, {platform::regDword, dwordBytes(1)});
-        RegistryValue value = number(Kind::Dword, 5);
-        QVERIFY(readValue(hkcu, path, name, value));
-        QCOMPARE(value, RegistryValue());
-        QVERIFY(deleteValue(hkcu, path, name));
-        QVERIFY(writeValue(hkcu, path, name, {}));
-        QCOMPARE(m_machine->log.lines(), QStringList());
-        QCOMPARE(rawValue(u"Neighbour"_s)->data, dwordBytes(1));
-    }
-
-    void writing_data()
-    {
-        QTest::addColumn<RegistryValue>("value");
-        QTest::addColumn<quint32>("type");
-        QTest::addColumn<QByteArray>("data");
-        const auto row = [](const char* title, const RegistryValue& value, quint32 type, const QByteArray& data) {
-            QTest::newRow(title) << value << type << data;
-        };
-        using namespace platform;
-        row("dword keeps the low half", number(Kind::Dword, 0x5'fffffffe), regDword, dwordBytes(0xfffffffe));
-        row("qword", number(Kind::Qword, 0x5'fffffffe), regQword, dwordBytes(0xfffffffe) + dwordBytes(5));
-        row("sz", text(Kind::Sz, u"\u00e9"_s), regSz, "\xe9\0\0\0"_ba);
-        row("empty sz", text(Kind::Sz, {}), regSz, "\0\0"_ba);
-        row("expand_sz", text(Kind::ExpandSz, u"%A%"_s), regExpandSz, utf16(u"%A%"_s));
-        row("binary", binary("\0\1"_ba), regBinary, "\0\1"_ba);
-        row("empty binary", binary({}), regBinary, {});
-    }
-
-    /// Into keys that aren't there yet, under the unnamed value too, and over a value of another type.
-    void writing()
-    {
-        QFETCH(RegistryValue, value);
-        const QString path = scratchKey + u"\\Made\\On\\The Way"_s;
-        for (const QString& valueName : {name, QString()}) {
-            QVERIFY(writeValue(hkcu, path, valueName, value));
-            const auto raw = rawValue(valueName.toUpper(), path.toUpper());
-            QVERIFY(raw);
-            QTEST(raw->type, "type");
-            QTEST(raw->data, "data");
-            RegistryValue again;
-            QVERIFY(writeBinary(hkcu, path, valueName, "another type"));
-            QVERIFY(writeValue(hkcu, path.toLower(), valueName.toLower(), value));
-            QCOMPARE(rawValue(valueName, path), raw);
-            QVERIFY(deleteValue(hkcu, path, valueName));
-            QVERIFY(!rawValue(valueName, path));
+        putRaw(u"Neighbour"_s, {regDword, dwordBytes(1)});
+        for (const QString& gone : {QString(), u"\\Gone"_s, u"\\Gone\\Further\\Away"_s}) {
+            QCOMPARE(readBack(scratchKey + gone), RegistryValue());
+            QVERIFY(deleteValue(hkcu, scratchKey + gone, name));
+            QVERIFY(writeValue(hkcu, scratchKey + gone, name, {}));
         }
-    }
-
-    void valuesThatDelete_data()
-    {
-        QTest::addColumn<RegistryValue>("value");
-        QTest::newRow("absent") << RegistryValue();
-        QTest::newRow("absent with content") << RegistryValue{false, Kind::Dword, 5, {}, {}};
-        QTest::newRow("of no kind") << RegistryValue{true, Kind::None, 5, {}, {}};
-    }
-
-    void valuesThatDelete()
-    {
-        QFETCH(RegistryValue, value);
-        putRaw(name, {platform::regDword, dwordBytes(1)});
-        QVERIFY(!writeValue(hkcu, scratchKey, name, number(static_cast<Kind>(6), 2)));
-        QCOMPARE(rawValue(name)->data, dwordBytes(1));
-        QVERIFY(writeValue(hkcu, scratchKey, name, value));
-        QVERIFY(!rawValue(name));
+        QCOMPARE(m_machine->log.lines(), QStringList());
+        for (const auto& absent : {RegistryValue{false, Kind::Dword, 5, {}, {}}, {true, Kind::None, 5, {}, {}}}) {
+            putRaw(name, {regDword, dwordBytes(1)});
+            QVERIFY(writeValue(hkcu, scratchKey, name, absent));
+            QVERIFY(!rawValue(name));
+        }
+        QCOMPARE(rawValue(u"Neighbour"_s)->data, dwordBytes(1));
     }
 
     void anotherUsersHive()
     {
-        const QString otherPath = u".DEFAULT\\"_s + scratchKey;
+        const QString path = u".DEFAULT\\"_s + scratchKey;
         setHkcuUserSid(u".DEFAULT"_s);
-        QVERIFY(writeDword(hkcu, scratchKey, name, 5));
-        QVERIFY(!rawValue(name));
+        const bool written = writeDword(hkcu, scratchKey, name, 5);
+        const RegistryValue there = readBack(path, RegistryHive::Users);
+        const bool deleted = deleteValue(hkcu, scratchKey, name);
         setHkcuUserSid({});
-        RegistryValue value;
-        QVERIFY(readValue(RegistryHive::Users, otherPath, name, value));
-        QCOMPARE(value, number(Kind::Dword, 5));
-        setHkcuUserSid(u".DEFAULT"_s);
-        QVERIFY(deleteValue(hkcu, scratchKey, name));
-        setHkcuUserSid({});
-        QVERIFY(readValue(RegistryHive::Users, otherPath, name, value));
-        QVERIFY(!value.exists);
+        QVERIFY(written && deleted && !rawValue(name));
+        QCOMPARE(there, (RegistryValue{true, Kind::Dword, 5, {}, {}}));
+        QCOMPARE(readBack(path, RegistryHive::Users), RegistryValue());
     }
 
-    void numbers_data()
+    void numbersFromJson()
     {
-        QTest::addColumn<QJsonValue>("json");
-        QTest::addColumn<quint64>("expected");
         constexpr quint64 twoTo63 = 1ULL << 63;
-        QTest::newRow("32 bits set") << QJsonValue(4294967295.0) << quint64(4294967295);
-        QTest::newRow("fraction") << QJsonValue(1.9) << quint64(1);
-        QTest::newRow("largest below 2^63") << QJsonValue(std::nextafter(0x1p63, 0)) << twoTo63 - 1024;
-        QTest::newRow("2^63") << QJsonValue(0x1p63) << twoTo63;
-        QTest::newRow("largest below 2^64") << QJsonValue(std::nextafter(0x1p64, 0)) << ~quint64(0) - 2047;
-        QTest::newRow("2^64") << QJsonValue(0x1p64) << ~quint64(0);
-        QTest::newRow("far too large") << QJsonValue(1e300) << ~quint64(0);
-        QTest::newRow("minus one") << QJsonValue(-1) << ~quint64(0);
-        QTest::newRow("-2^63") << QJsonValue(-0x1p63) << twoTo63;
-        QTest::newRow("far too small") << QJsonValue(-1e300) << quint64(0);
-        QTest::newRow("string") << QJsonValue(u"1"_s) << quint64(0);
-        QTest::newRow("bool") << QJsonValue(true) << quint64(0);
-        QTest::newRow("none") << QJsonValue(QJsonValue::Undefined) << quint64(0);
-    }
-
-    void numbers()
-    {
-        QFETCH(QJsonValue, json);
-        QTEST(unsignedFromJson(json), "expected");
+        const std::pair<QJsonValue, quint64> rows[] = {
+            {1.9, 1},
+            {0x1p63, twoTo63},
+            {std::nextafter(0x1p64, 0), ~quint64(0) - 2047},
+            {0x1p64, ~quint64(0)},
+            {-1, ~quint64(0)},
+            {-0x1p63, twoTo63},
+            {-1e300, 0},
+            {u"1"_s, 0},
+        };
+        for (const auto& [json, expected] : rows)
+            QCOMPARE(unsignedFromJson(json), expected);
     }
 };
 
