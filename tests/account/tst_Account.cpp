@@ -14,8 +14,6 @@
 #include "tweaks/TweakEngine.h"
 
 #include <QFile>
-#include <QRegularExpression>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -56,121 +54,71 @@ class tst_Account : public QObject {
 
 private:
     std::optional<test::TestMachine> m_machine;
-    std::optional<test::LogCapture> m_log;
 
 private Q_SLOTS:
-    void init()
-    {
-        m_machine.emplace();
-        m_log.emplace();
-    }
+    void init() { m_machine.emplace(); }
 
-    void firstStart()
+    void firstStartAndLogout()
     {
         const QString user = platform::currentUserName();
         QVERIFY(!user.isEmpty());
         LocalAuthService auth;
-        const QSignalSpy changes(&auth, &AuthService::sessionChanged);
         QVERIFY(auth.restoreSession());
-        QCOMPARE(changes.count(), 1);
-        QCOMPARE(auth.profile().userName, user);
-        QCOMPARE(auth.sessionTier(), Tier::Pro);
         QVERIFY(!tokenBytes().contains("userName") && !tokenBytes().contains(user.toUtf8()));
         QCOMPARE(sessionAfterRestart(), user + u" pro"_s);
-        QCOMPARE(m_log->lines(), QStringList(u"[INFO] account: First start: local session for "_s + user));
-    }
-
-    void logoutLasts()
-    {
-        LocalAuthService auth;
-        QVERIFY(auth.restoreSession());
         auth.logout();
-        QVERIFY(!auth.isAuthenticated() && auth.userName().isEmpty());
+        QVERIFY(!auth.isAuthenticated());
         QCOMPARE(sessionAfterRestart(), signedOut);
         QCOMPARE(sessionAfterRestart(), signedOut);
-        QVERIFY(auth.login(u"Ada"_s, Tier::Free, nullptr));
-        QCOMPARE(sessionAfterRestart(), u"Ada free"_s);
     }
 
-    void logins_data()
+    void userNames()
     {
-        QTest::addColumn<QString>("userName");
-        QTest::addColumn<Tier>("tier");
-        QTest::addColumn<QString>("session");
-        QTest::newRow("pro") << u"Ada"_s << Tier::Pro << u"Ada pro"_s;
-        QTest::newRow("premium") << u"Ada"_s << Tier::Premium << u"Ada premium"_s;
-        QTest::newRow("no tier, accents") << u"Zo\u00eb \u65e5"_s << Tier::None << u"Zo\u00eb \u65e5 none"_s;
-        QTest::newRow("trimmed") << u" Ada \n"_s << Tier::Free << u"Ada free"_s;
-        QTest::newRow("longest") << QString(256, u'x') << Tier::Free << QString(QString(256, u'x') + u" free"_s);
-        QTest::newRow("too long") << QString(257, u'x') << Tier::Pro << QString();
-        QTest::newRow("blank") << u" \t"_s << Tier::Pro << QString();
-        QTest::newRow("line break inside") << u"a\nb"_s << Tier::Pro << QString();
-        QTest::newRow("NUL inside") << u"a\0b"_s << Tier::Pro << QString();
-    }
-
-    void logins()
-    {
-        QFETCH(QString, userName);
-        QFETCH(Tier, tier);
-        QFETCH(QString, session);
+        const QString longest(256, u'x');
         LocalAuthService auth;
-        QVERIFY(auth.login(u"before"_s, Tier::Free, nullptr));
-        QString error;
-        QCOMPARE(auth.login(userName, tier, &error), !session.isEmpty());
-        QCOMPARE(error.isEmpty(), !session.isEmpty());
-        QCOMPARE(sessionAfterRestart(), session.isEmpty() ? u"before free"_s : session);
-        QCOMPARE(auth.userName() + u' ' + tierName(auth.sessionTier()), sessionAfterRestart());
-    }
-
-    void damagedTokens_data()
-    {
-        QTest::addColumn<std::function<QByteArray(const QByteArray&)>>("damage");
-        using Bytes = QByteArray;
-        const auto row = [](const char* title, std::function<Bytes(const Bytes&)> damage) {
-            QTest::newRow(title) << std::move(damage);
-        };
-        const auto plain = [](const Bytes& json) {
-            return [json](const Bytes&) {
-                Bytes cipher;
-                return platform::protectSecret(json, cipher) ? cipher : Bytes("failed");
-            };
-        };
-        row("empty", [](const Bytes&) { return Bytes(); });
-        row("not enciphered", [](const Bytes&) {
-            return Bytes(R"({"version":1,"signedIn":true,"userName":"Eve","tier":"pro","startedAtMs":1})");
-        });
-        row("cut short", [](const Bytes& token) { return token.chopped(1); });
-        row("one bit", [](Bytes token) {
-            token[token.size() / 2] = static_cast<char>(token[token.size() / 2] ^ 1);
-            return token;
-        });
-        row("oversized", [](const Bytes&) { return Bytes(64 * 1024 + 1, 'x'); });
-        row("no JSON", plain("{"));
-        row("other version", plain(R"({"version":2,"signedIn":true,"userName":"Eve","tier":"pro"})"));
-        row("no answer whether signed in", plain(R"({"version":1,"signedIn":1,"userName":"Eve","tier":"pro"})"));
+        for (const QString& name : {u"Zo\u00eb \u65e5"_s, u" Zo\u00eb \u65e5\n"_s, longest}) {
+            QVERIFY(auth.login(name, Tier::Premium, nullptr));
+            QCOMPARE(sessionAfterRestart(), name.trimmed() + u" premium"_s);
+        }
+        for (const QString& name : {QString(257, u'x'), u" \t"_s, u"a\nb"_s, u"a\0b"_s}) {
+            QString error;
+            QVERIFY(!auth.login(name, Tier::Pro, &error) && !error.isEmpty());
+            QCOMPARE(auth.userName(), longest);
+            QCOMPARE(sessionAfterRestart(), longest + u" premium"_s);
+        }
     }
 
     void damagedTokens()
     {
-        QFETCH(std::function<QByteArray(const QByteArray&)>, damage);
         QVERIFY(LocalAuthService().login(u"Ada"_s, Tier::Pro, nullptr));
-        const QByteArray damaged = damage(tokenBytes());
-        storeToken(damaged);
-        QCOMPARE(sessionAfterRestart(), signedOut);
-        QCOMPARE(m_log->lines(), QStringList(u"[WARN] account: token.bin is damaged; signed out"_s));
-        QCOMPARE(tokenBytes(), damaged);
+        const QByteArray token = tokenBytes();
+        const QByteArray readable = R"({"version":1,"signedIn":true,"userName":"Eve","tier":"pro","startedAtMs":1})";
+        QByteArrayList damaged{{}, readable, token.chopped(1), token + 'x', QByteArray(64 * 1024 + 1, 'x')};
+        for (qsizetype i = 0; i < token.size(); ++i)
+            damaged.append(QByteArray(token).replace(i, 1, QByteArray(1, static_cast<char>(token[i] ^ 1))));
+        for (const QByteArray& plain : {"{"_ba, R"({"version":2,"signedIn":true,"userName":"Eve","tier":"pro"})"_ba,
+                                        R"({"version":1,"signedIn":1,"userName":"Eve","tier":"pro"})"_ba}) {
+            damaged.emplace_back();
+            QVERIFY(platform::protectSecret(plain, damaged.last()));
+        }
+        for (const QByteArray& bytes : std::as_const(damaged)) {
+            const test::LogCapture log;
+            storeToken(bytes);
+            QVERIFY2(sessionAfterRestart() == signedOut, bytes.toHex().constData());
+            QCOMPARE(log.lines(), QStringList(u"[WARN] account: token.bin is damaged; signed out"_s));
+            QCOMPARE(tokenBytes(), bytes);
+        }
     }
 
     /// The licence follows the session, the context's tier the licence, and the applied tweaks the tier.
     void tierFollowsTheSession()
     {
         TweakCatalog catalog;
-        QByteArrayList entries;
-        for (const QByteArray tier : {"none", "free", "premium", "pro"}) {
-            entries.append("{\"id\": \"" + tier + "\", \"requiredTier\": \"" + tier
-                           + "\", \"type\": \"command\", \"apply\": [\"exit 0\"]}");
-        }
-        QVERIFY(catalog.loadFromJson("{\"tweaks\": [" + entries.join(',') + "]}"));
+        QVERIFY(catalog.loadFromJson(R"({"tweaks": [
+            {"id": "none", "requiredTier": "none", "type": "command", "apply": ["exit 0"]},
+            {"id": "free", "requiredTier": "free", "type": "command", "apply": ["exit 0"]},
+            {"id": "premium", "requiredTier": "premium", "type": "command", "apply": ["exit 0"]},
+            {"id": "pro", "requiredTier": "pro", "type": "command", "apply": ["exit 0"]}]})"));
         StateStore store;
         QVERIFY(store.open(Paths::stateDb()));
         TweakEngine engine(&catalog, &store);
@@ -200,23 +148,15 @@ private Q_SLOTS:
         QCOMPARE(announced,
                  QStringList({u"pro pro with 0"_s, u"free free with 2"_s, u"premium premium with 2"_s,
                               u"none none with 1"_s, u"pro pro with 1"_s, u"none none with 0"_s, u"logged out"_s}));
-        QCOMPARE(m_log->lines().filter(u"account"_s),
-                 QStringList({u"[INFO] account: Tier fell from pro to free"_s,
-                              u"[INFO] account: Tier fell from premium to none"_s,
-                              u"[INFO] account: Tier fell from pro to none"_s}));
-
         QCOMPARE(selected(), QStringList(u"4"_s));
     }
 
     void identityHidesItsSource()
     {
-        static const QRegularExpression format(u"\\A[0-9A-F]{8}(-[0-9A-F]{8}){3}\\z"_s);
         const QString identity = machineIdentity();
-        QVERIFY2(format.match(identity).hasMatch(), qPrintable(identity));
         QCOMPARE(machineIdentity(), identity);
-        const QString digits = QString(identity).remove(u'-');
         for (const QString& group : platform::machineGuid().split(u'-'))
-            QVERIFY(!digits.contains(group, Qt::CaseInsensitive));
+            QVERIFY(!QString(identity).remove(u'-').contains(group, Qt::CaseInsensitive));
     }
 };
 
