@@ -17,17 +17,10 @@ QString shown(const AppConfig& config)
                                 QString::number(config.heartbeatIntervalMs), config.lastEmail);
 }
 
-/// What is loaded over something else than the defaults, so that a load has to set every field.
-QString loaded(AppConfig config = {})
+QString loaded(AppConfig config)
 {
     config.load();
     return shown(config);
-}
-
-bool store(const QByteArray& content)
-{
-    QFile file(Paths::configFile());
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
 }
 
 } // namespace
@@ -35,22 +28,17 @@ bool store(const QByteArray& content)
 class tst_AppConfig : public QObject {
     Q_OBJECT
 
-private:
-    AppConfig m_filled;
-
 private Q_SLOTS:
-    void initTestCase()
+    /// Something else than the defaults stands everywhere before, so that a load has to set every field.
+    void loadingAndSaving()
     {
-        m_filled.apiBaseUrl = u"https://filled.example"_s;
-        m_filled.autoStart = true;
-        m_filled.heartbeatIntervalMs = 61000;
-        m_filled.lastEmail = u"zo\u00eb@filled.example"_s;
-    }
-
-    void contents()
-    {
+        AppConfig filled;
+        filled.apiBaseUrl = u"https://filled.example"_s;
+        filled.autoStart = true;
+        filled.heartbeatIntervalMs = 61000;
+        filled.lastEmail = u"zo\u00eb@filled.example"_s;
         const QString url = AppConfig().apiBaseUrl;
-        const QString defaults = url + u" false 0 "_s;
+        const QString defaults = shown(AppConfig());
         const struct {
             QByteArray content;
             QString config;
@@ -65,22 +53,19 @@ private Q_SLOTS:
             {R"({"heartbeatIntervalMs": "7", "autoStart": 1, "lastEmail": false})", defaults, false},
             {R"({"apiBaseUrl": "", "autoStart": true, "theme": 1})", u" true 0 "_s, false},
         };
+        const test::TestMachine machine;
+        QCOMPARE(loaded(filled), defaults);
+        QVERIFY(!QFile::exists(Paths::configFile()));
         for (const auto& row : rows) {
-            const test::TestMachine machine;
             const test::LogCapture log;
-            QVERIFY(store(row.content));
-            QCOMPARE(loaded(m_filled), row.config);
+            QFile file(Paths::configFile());
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(row.content) == row.content.size());
+            file.close();
+            QCOMPARE(loaded(filled), row.config);
             QCOMPARE(log.lines().filter(u"[WARN] config: Corrupt config.json ("_s).size(), row.isDamaged ? 1 : 0);
         }
-    }
-
-    void savedIsLoaded()
-    {
-        const test::TestMachine machine;
-        QCOMPARE(loaded(m_filled), shown(AppConfig()));
-        QVERIFY(!QFile::exists(Paths::configFile()));
-        QVERIFY(store("{{{") && m_filled.save());
-        QCOMPARE(loaded(), shown(m_filled));
+        QVERIFY(filled.save());
+        QCOMPARE(loaded({}), shown(filled));
         QCOMPARE(QDir(Paths::dataDir()).entryList({u"config*"_s}, QDir::Files), QStringList(u"config.json"_s));
     }
 };

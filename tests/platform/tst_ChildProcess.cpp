@@ -20,17 +20,6 @@ namespace {
 
 constexpr int muchOutput = 300000; // more than a pipe holds
 
-/// What this program does when a test starts it as a child. All but the first are told a folder.
-namespace role {
-
-const QString talk = u"--talk"_s;   ///< Reads its input to the end, then writes much.
-const QString beat = u"--beat"_s;   ///< Lets a file grow while its folder is there.
-const QString leave = u"--leave"_s; ///< Starts one that beats, and ends.
-const QString stay = u"--stay"_s;   ///< Starts one that beats, and stays.
-const QString crash = u"--crash"_s; ///< Runs one that stays, and crashes while it waits for it.
-
-} // namespace role
-
 ChildProcessResult runSelf(const QString& role, const QString& folder = {}, int limitMs = 30000)
 {
     return runChildProcess({QCoreApplication::applicationFilePath(), {role, folder}, {}}, {.finishTimeoutMs = limitMs});
@@ -49,18 +38,20 @@ bool isSilent(const QString& folder)
     return beatsIn(folder) == before;
 }
 
-int play(const QString& wanted, const QString& folder)
+/// What this program does when a test starts it as a child.
+int play(const QString& role, const QString& folder)
 {
-    if (wanted == role::talk) {
+    if (role == u"--talk") { // reads its input to the end, then writes much
         QFile input;
         const bool atEnd = input.open(stdin, QIODevice::ReadOnly) && input.readAll().isEmpty();
         std::fputs("first ", stdout);
         std::fflush(stdout);
         std::fputs("second ", stderr);
+        std::fflush(stderr);
         std::fputs(QByteArray(muchOutput, 'x').constData(), stdout);
         return atEnd ? 7 : 1;
     }
-    if (wanted == role::beat) {
+    if (role == u"--beat") { // lets a file grow while its folder is there
         QFile file(folder + u"/beat"_s);
         constexpr int maximumBeats = 400; // nobody outlives a failed test for long
         for (int i = 0; i < maximumBeats && file.open(QIODevice::Append); ++i) {
@@ -72,16 +63,16 @@ int play(const QString& wanted, const QString& folder)
     }
     QProcess child;
     std::jthread worker;
-    if (wanted == role::crash) {
-        worker = std::jthread([&folder] { std::ignore = runSelf(role::stay, folder); });
-    } else {
+    if (role == u"--crash") { // runs one that stays, and crashes while it waits for it
+        worker = std::jthread([&folder] { std::ignore = runSelf(u"--stay"_s, folder); });
+    } else { // starts one that beats, and ends or stays
         child.setProcessChannelMode(QProcess::ForwardedChannels);
-        child.start(QCoreApplication::applicationFilePath(), {role::beat, folder});
+        child.start(QCoreApplication::applicationFilePath(), {u"--beat"_s, folder});
         child.waitForStarted();
     }
     while (beatsIn(folder) == 0)
         QThread::msleep(10);
-    if (wanted == role::stay)
+    if (role == u"--stay")
         child.waitForFinished(-1);
     std::_Exit(3); // no destructor runs, which would end the child
 }
@@ -94,7 +85,7 @@ class tst_ChildProcess : public QObject {
 private Q_SLOTS:
     void toolsAreHeardOut()
     {
-        const ChildProcessResult result = runSelf(role::talk);
+        const ChildProcessResult result = runSelf(u"--talk"_s);
         QCOMPARE(result.outcome, Outcome::Finished);
         QCOMPARE(result.exitCode, 7);
         QCOMPARE(result.output, "first second " + QByteArray(muchOutput, 'x'));
@@ -104,7 +95,7 @@ private Q_SLOTS:
     void timeoutEndsDescendants()
     {
         const QTemporaryDir dir;
-        QCOMPARE(runSelf(role::stay, dir.path(), 3000).outcome, Outcome::TimedOut);
+        QCOMPARE(runSelf(u"--stay"_s, dir.path(), 3000).outcome, Outcome::TimedOut);
         QVERIFY(beatsIn(dir.path()) > 0);
         QVERIFY(isSilent(dir.path()));
     }
@@ -113,25 +104,26 @@ private Q_SLOTS:
     void whatIsLeftRunningOutlivesANormalEnd()
     {
         const QTemporaryDir dir;
-        QCOMPARE(runSelf(role::leave, dir.path()).outcome, Outcome::Finished);
+        QCOMPARE(runSelf(u"--leave"_s, dir.path()).outcome, Outcome::Finished);
         QVERIFY(!isSilent(dir.path()));
     }
 
     void crashEndsDescendants()
     {
         const QTemporaryDir dir;
-        QCOMPARE(QProcess::execute(QCoreApplication::applicationFilePath(), {role::crash, dir.path()}), 3);
+        QCOMPARE(runSelf(u"--crash"_s, dir.path()).exitCode, 3);
         QVERIFY(beatsIn(dir.path()) > 0);
-        QTRY_VERIFY(isSilent(dir.path()));
+        QTest::qWait(500); // whoever ends them then acts on its own
+        QVERIFY(isSilent(dir.path()));
     }
 };
 
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
-    const QString wanted = QCoreApplication::arguments().value(1);
-    if (QStringList{role::talk, role::beat, role::leave, role::stay, role::crash}.contains(wanted))
-        return play(wanted, QCoreApplication::arguments().value(2));
+    const QStringList arguments = QCoreApplication::arguments();
+    if (QStringList{u"--talk"_s, u"--beat"_s, u"--leave"_s, u"--stay"_s, u"--crash"_s}.contains(arguments.value(1)))
+        return play(arguments[1], arguments.value(2));
     tst_ChildProcess test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,8 +1,6 @@
 #include "platform/ChildProcess.h"
 #include "platform/ProcessSettings.h"
-#include "platform/Registry.h"
 #include "platform/SecretBox.h"
-#include "support/ScratchMachine.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
@@ -21,7 +19,6 @@
 
 using namespace Qt::StringLiterals;
 using namespace torvelane::platform;
-using namespace torvelane::test;
 
 namespace {
 
@@ -63,17 +60,6 @@ private Q_SLOTS:
     void shellKeepsTheCommandsOuterQuotes()
     {
         QCOMPARE(runChildProcess(shellCommand(u"\"cmd\" /c \"echo inner\""_s)).output, QByteArray("inner\r\n"));
-    }
-
-    /// A text whose end is no NUL, with one right behind it in memory.
-    void bytesAreStoredAsTheyAre()
-    {
-        const ScratchMachine machine;
-        for (const quint32 type : {regSz, regExpandSz, regMultiSz}) {
-            const RawValue unended{type, utf16(u"abc"_s, 0)};
-            putRaw(u"Text"_s, unended);
-            QCOMPARE(rawValue(u"Text"_s), unended);
-        }
     }
 
     void secretOfAnotherProgramIsRefused()

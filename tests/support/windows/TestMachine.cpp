@@ -3,9 +3,9 @@
 #include "platform/Registry.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QStandardPaths>
 
-#include <algorithm>
 #include <span>
 
 #include <windows.h>
@@ -14,31 +14,24 @@ using namespace Qt::StringLiterals;
 
 namespace torvelane::test {
 
-using platform::codeSuccess;
-using platform::RegistryKey;
-using platform::RootKey;
+using namespace platform;
 
 namespace {
 
 /// What Wine itself changes while it runs: the desktop windows, adapters and devices of the session.
 bool isVolatile(const QString& shownAs)
 {
-    static const QStringList prefixes{
-        u"HKCU\\Volatile Environment"_s,
-        u"HKCU\\Software\\Wine\\"_s,
-        u"HKLM\\SYSTEM\\CurrentControlSet\\Control\\Video"_s,
-        u"HKLM\\SYSTEM\\CurrentControlSet\\Enum"_s,
-        u"HKLM\\SYSTEM\\CurrentControlSet\\Control\\DeviceClasses"_s,
-        u"HKLM\\SYSTEM\\CurrentControlSet\\Hardware Profiles"_s,
-    };
-    return std::ranges::any_of(
-        prefixes, [&shownAs](const QString& prefix) { return shownAs.startsWith(prefix, Qt::CaseInsensitive); });
+    static const QRegularExpression pattern(
+        uR"(^(HKCU\\(Volatile Environment|Software\\Wine\\)|)"
+        uR"(HKLM\\SYSTEM\\CurrentControlSet\\(Control\\(Video|DeviceClasses)|Enum|Hardware Profiles)))"_s,
+        QRegularExpression::CaseInsensitiveOption);
+    return pattern.match(shownAs).hasMatch();
 }
 
 void collect(RootKey root, const QString& path, const QString& shownAs, MachineImage& image)
 {
     RegistryKey key;
-    if (isVolatile(shownAs) || RegistryKey::open(root, path, platform::RegistryAccess::Read, key) != codeSuccess)
+    if (isVolatile(shownAs) || RegistryKey::open(root, path, RegistryAccess::Read, key) != codeSuccess)
         return;
     QStringList names;
     std::ignore = key.valueNames(names);
