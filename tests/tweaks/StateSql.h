@@ -12,13 +12,13 @@ namespace torvelane::test {
 
 /// Runs a statement on state.db as another process would, beside the store that has it open, and gives its rows with
 /// their columns joined by blanks.
-inline QStringList stateSql(const QString& statement)
+inline QStringList stateSql(const QString& statement, const QString& path = Paths::stateDb())
 {
     const QString connection = QStringLiteral("onlooker");
     QStringList rows;
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
-        database.setDatabaseName(Paths::stateDb());
+        database.setDatabaseName(path);
         database.open();
         QSqlQuery query(database);
         if (!query.exec(statement))

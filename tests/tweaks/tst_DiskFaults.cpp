@@ -8,6 +8,7 @@
 #include "tweaks/TweakEngine.h"
 
 #include <QFile>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <algorithm>
@@ -26,23 +27,6 @@ namespace {
 const QString id = u"selftest.toggle"_s;
 const QString persistFailure = u"selftest.toggle: Could not persist original value (state store)"_s;
 
-/// Takes away, while it lives, what root may do with other people's files.
-class Unprivileged {
-public:
-    Unprivileged() { m_dropped = ::getuid() == 0 && ::setresuid(nobody, nobody, 0) == 0; }
-    ~Unprivileged()
-    {
-        if (m_dropped && ::setresuid(0, 0, 0) != 0)
-            qFatal("could not become root again");
-    }
-    Unprivileged(const Unprivileged&) = delete;
-    Unprivileged& operator=(const Unprivileged&) = delete;
-
-private:
-    static constexpr uid_t nobody = 65534;
-    bool m_dropped = false;
-};
-
 /// Has every write fail that would end behind `freeBytes` of its file, as on a full disk, until it is lifted.
 void fillDisk(rlim_t freeBytes)
 {
@@ -53,21 +37,21 @@ void fillDisk(rlim_t freeBytes)
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-void freeDisk()
-{
-    fillDisk(RLIM_INFINITY);
-}
-
 void setMode(const QString& path, int mode)
 {
     QCOMPARE(::chmod(QFile::encodeName(path).constData(), static_cast<mode_t>(mode)), 0);
 }
 
 /// What the program keeps.
+QStringList files()
+{
+    return {Paths::stateDb(), Paths::configFile(), Paths::tokenFile()};
+}
+
 QList<QByteArray> contents()
 {
     QList<QByteArray> list;
-    for (const QString& path : {Paths::stateDb(), Paths::configFile(), Paths::tokenFile()}) {
+    for (const QString& path : files()) {
         QFile file(path);
         list.append(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
     }
@@ -81,47 +65,41 @@ class tst_DiskFaults : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { freeDisk(); }
-
-    void unwritable_data()
-    {
-        QTest::addColumn<int>("dirMode");
-        QTest::addColumn<int>("fileMode");
-        QTest::newRow("files") << 0777 << 0444;
-        QTest::newRow("folder") << 0555 << 0666;
-    }
+    void cleanup() { fillDisk(RLIM_INFINITY); }
 
     void unwritable()
     {
-        QFETCH(int, dirMode);
-        QFETCH(int, fileMode);
-        const TestMachine machine;
-        {
-            AppContext context;
-            QVERIFY(context.init() && context.save() && context.auth->restoreSession());
+        for (const auto& [dirMode, fileMode] : {std::pair(0777, 0444), std::pair(0555, 0666)}) {
+            const TestMachine machine;
+            {
+                AppContext context;
+                QVERIFY(context.init() && context.save() && context.auth->restoreSession());
+            }
+            const QList<QByteArray> kept = contents();
+            const MachineImage before = TestMachine::image();
+            closeLogging();
+            for (const QString& path : files())
+                setMode(path, fileMode);
+            for (const QString& path : {machine.scratchFile(u"."_s), machine.scratchFile(u"config"_s)})
+                setMode(path, 0755);
+            setMode(machine.dataDir(), dirMode);
+            {
+                // Root may do what it likes with other people's files.
+                constexpr uid_t nobody = 65534;
+                const bool dropped = ::getuid() == 0 && ::setresuid(nobody, nobody, 0) == 0;
+                const auto rise = qScopeGuard([dropped] { QVERIFY(!dropped || ::setresuid(0, 0, 0) == 0); });
+                AppContext context;
+                QVERIFY(context.init() && !context.store.isOpen());
+                QString error;
+                QVERIFY(!context.engine->applyTweak(id, Tier::Pro, &error, false));
+                QCOMPARE(error, persistFailure);
+                QVERIFY(context.auth->login(u"Ada"_s, Tier::Free, nullptr));
+                QVERIFY(context.tier == Tier::Free && !context.save());
+            }
+            QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
+            QCOMPARE(contents(), kept);
+            setMode(machine.dataDir(), 0755);
         }
-        const QList<QByteArray> kept = contents();
-        const MachineImage before = TestMachine::image();
-        closeLogging();
-        for (const QString& path : {Paths::stateDb(), Paths::configFile(), Paths::tokenFile()})
-            setMode(path, fileMode);
-        for (const QString& path : {machine.scratchFile(u"."_s), machine.scratchFile(u"config"_s)})
-            setMode(path, 0755);
-        setMode(machine.dataDir(), dirMode);
-        {
-            const Unprivileged unprivileged;
-            AppContext context;
-            QVERIFY(context.init() && !context.store.isOpen());
-            QString error;
-            QVERIFY(!context.engine->applyTweak(id, Tier::Pro, &error, false));
-            QCOMPARE(error, persistFailure);
-            QVERIFY(context.auth->login(u"Ada"_s, Tier::Free, nullptr));
-            QCOMPARE(context.tier, Tier::Free);
-            QVERIFY(!context.save());
-        }
-        QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
-        QCOMPARE(contents(), kept);
-        setMode(machine.dataDir(), 0755);
     }
 
     void fullForSmallFiles()
@@ -137,7 +115,7 @@ private Q_SLOTS:
         QVERIFY(!context.save());
         QVERIFY(context.auth->login(u"Ada"_s, Tier::Free, nullptr));
         logMessage(LogLevel::Info, u"test"_s, u"lost"_s);
-        freeDisk();
+        fillDisk(RLIM_INFINITY);
 
         QCOMPARE(contents(), kept);
         logMessage(LogLevel::Info, u"test"_s, u"kept"_s);
@@ -173,12 +151,12 @@ private Q_SLOTS:
                     if (commits >= commit)
                         fillDisk(1);
                 });
-                SimulatedPc::setChangeObserver([](auto, const auto&) { freeDisk(); });
+                SimulatedPc::setChangeObserver([](auto, const auto&) { fillDisk(RLIM_INFINITY); });
                 QString error;
                 const bool ok = revert ? context.engine->revertTweak(id, &error, true)
                                        : context.engine->applyTweak(id, Tier::Pro, &error, false);
                 SimulatedPc::setChangeObserver({});
-                freeDisk();
+                fillDisk(RLIM_INFINITY);
                 reached = commits >= commit;
                 // A store that lags behind the truth is no failure of what was done.
                 QCOMPARE(ok, revert || commit > 1);

@@ -5,53 +5,45 @@
 #include "tweaks/TweakCatalog.h"
 
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QLocale>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
-
-namespace {
-
-/// An entry with a good operation in place of each "@".
-QByteArray registryEntry(const QByteArray& id, QByteArray operations = "@")
-{
-    operations.replace("@", R"({"hive": "HKCU", "path": "Software\\A", "name": "B", "desired": 1})");
-    return R"({"id": ")" + id + R"(", "operations": [)" + operations + "]}";
-}
-
-} // namespace
+using namespace torvelane::test;
 
 /// In French: the language is worked out once in a process.
 class tst_TweakCatalog : public QObject {
     Q_OBJECT
 
 private:
-    std::optional<test::TestMachine> m_machine;
-    std::optional<test::LogCapture> m_log;
+    std::optional<TestMachine> m_machine;
 
 private Q_SLOTS:
-    void initTestCase() { QLocale::setDefault(QLocale(QLocale::French)); }
-    void init()
+    void initTestCase()
     {
+        QLocale::setDefault(QLocale(QLocale::French));
         m_machine.emplace();
-        m_log.emplace();
     }
 
     /// A bad entry costs itself alone, and each is told of.
     void badEntries()
     {
-        const QByteArrayList entries{registryEntry("z"),
-                                     R"(1, {"id": "x", "type": "Registry"}, {"id": "a"})",
-                                     registryEntry("a", "{},@,7"),
-                                     R"({"id": "a", "type": "command", "apply": ["", " \t", 5], "applyBoot": ["x"]})",
-                                     registryEntry("a"),
-                                     R"({"id": "a", "type": "command", "apply": ["x"]})",
-                                     registryEntry("A")};
+        QByteArray document = R"({"version": 99, "tweaks": [
+            {"id": "z", "operations": [@]},
+            1,
+            {"id": "x", "type": "Registry", "operations": [@]},
+            {"id": "a"},
+            {"id": "a", "operations": [{}, @, 7]},
+            {"id": "a", "type": "command", "apply": ["", " \t", 5], "applyBoot": ["x"]},
+            {"id": "a", "operations": [@]},
+            {"id": "a", "type": "command", "apply": ["x"]},
+            {"id": "A", "operations": [@]}]})";
+        document.replace("@", R"({"hive": "HKCU", "path": "Software\\A", "name": "B", "desired": 1})");
+        const LogCapture log;
         TweakCatalog catalog;
-        QVERIFY(catalog.loadFromJson(R"({"version": 99, "tweaks": [)" + entries.join(',') + "]}"));
-        QCOMPARE(m_log->lines(),
+        QVERIFY(catalog.loadFromJson(document));
+        QCOMPARE(log.lines(),
                  QStringList({u"[ERROR] registry: Skipping tweak with empty id"_s,
                               u"[WARN] registry: Tweak x has unsupported type 'Registry'; skipped"_s,
                               u"[ERROR] registry: Invalid registry tweak skipped: a"_s,
@@ -67,18 +59,16 @@ private Q_SLOTS:
         QCOMPARE(ids, QStringList({u"z"_s, u"a"_s, u"A"_s}));
     }
 
-    void unusableDocuments()
+    /// None may be used but the empty one and the one that the program ships.
+    void documents()
     {
-        const QString path = m_machine->scratchFile(u"none.json"_s);
-        QVERIFY(!TweakCatalog().load(path));
-        QVERIFY(!TweakCatalog().loadFromJson("{\"tweaks\": }"));
-        QVERIFY(!TweakCatalog().loadFromJson("[]"));
-        QCOMPARE(m_log->lines(),
-                 QStringList({u"[ERROR] registry: Cannot open tweaks.json: "_s + path,
-                              u"[ERROR] registry: tweaks.json parse error: object is missing after a comma"_s,
-                              u"[ERROR] registry: tweaks.json parse error: no error occurred"_s}));
-        QVERIFY(!TweakCatalog().loadFromJson(R"({"tweaks": [{"id": "a"}]})"));
+        QVERIFY(!TweakCatalog().load(m_machine->scratchFile(u"none.json"_s)));
+        for (const char* const document : {"{\"tweaks\": }", "[]", R"({"tweaks": [{"id": "a"}]})"})
+            QVERIFY2(!TweakCatalog().loadFromJson(document), document);
         QVERIFY(TweakCatalog().loadFromJson("{}"));
+        const LogCapture log;
+        QVERIFY(TweakCatalog().load(u":/tweaks.json"_s));
+        QCOMPARE(log.lines(), QStringList(u"[INFO] registry: Loaded 162 of 162 tweak definitions"_s));
     }
 
     void operations()
@@ -100,13 +90,9 @@ private Q_SLOTS:
             const RegistryTweak tweak(u"a"_s, {QJsonDocument::fromJson(json).object()});
             const RegistryOperation& only = tweak.operations().constFirst();
             QVERIFY2(tweak.isValid() == !parsed.isEmpty(), rest.constData());
-            if (!tweak.isValid())
-                continue;
-            QCOMPARE(hiveName(only.hive) + only.path + only.name, u"HKUA\\BC"_s);
-            QCOMPARE(u"%1 %2 %3"_s.arg(valueKindName(only.kind))
-                         .arg(only.number)
-                         .arg(only.text + QString::fromLatin1(only.bytes.toHex())),
-                     parsed);
+            const QString content = only.text + QString::fromLatin1(only.bytes.toHex());
+            const QString shown = u"%1 %2 %3"_s.arg(valueKindName(only.kind)).arg(only.number).arg(content);
+            QVERIFY2(parsed.isEmpty() || (shown == parsed && hiveName(only.hive) == u"HKU"), qPrintable(shown));
         }
     }
 
@@ -128,12 +114,6 @@ private Q_SLOTS:
         const auto tweak = std::dynamic_pointer_cast<CommandTweak>(catalog.implementation(u"full"_s));
         QVERIFY(tweak);
         QCOMPARE(tweak->applyCommands(), QStringList({u"one"_s, u"two"_s}));
-    }
-
-    void shippedCatalogue()
-    {
-        QVERIFY(TweakCatalog().load(u":/tweaks.json"_s));
-        QCOMPARE(m_log->lines(), QStringList(u"[INFO] registry: Loaded 162 of 162 tweak definitions"_s));
     }
 };
 

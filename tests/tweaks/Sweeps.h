@@ -2,8 +2,23 @@
 
 #include "platform/Registry.h"
 #include "support/TestMachine.h"
+#include "tweaks/RegistryTweak.h"
+#include "tweaks/TweakCatalog.h"
 
 namespace torvelane::test {
+
+/// The registry entries of the catalogue compiled in.
+[[nodiscard]] inline QList<std::shared_ptr<RegistryTweak>> registryTweaks(TweakCatalog& catalog)
+{
+    QList<std::shared_ptr<RegistryTweak>> tweaks;
+    if (!catalog.load(QStringLiteral(":/tweaks.json")))
+        qFatal("The catalogue could not be loaded");
+    for (const TweakDefinition& definition : catalog.definitions()) {
+        if (auto tweak = std::dynamic_pointer_cast<RegistryTweak>(catalog.implementation(definition.id)))
+            tweaks.append(std::move(tweak));
+    }
+    return tweaks;
+}
 
 /// The bytes that the registry layer puts back for a value that it has read: numbers of their full size (a short one
 /// counts as 0), texts with one terminator, and every type that it has no kind for as REG_BINARY.

@@ -1,0 +1,288 @@
+#include "core/AppConfig.h"
+#include "core/Paths.h"
+#include "registry/RegistryAccess.h"
+#include "support/ScratchMachine.h"
+#include "tweaks/StateSql.h"
+#include "tweaks/StateStore.h"
+#include "tweaks/Sweeps.h"
+#include "tweaks/TweakEngine.h"
+
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QHash>
+#include <QJsonDocument>
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+
+/// Any order and any input. TORVELANE_RANDOM_SEED repeats a run, TORVELANE_RANDOM_SECONDS lengthens it.
+class tst_AtRandom : public QObject {
+    Q_OBJECT
+
+private:
+    quint32 m_seed = 0;
+    QRandomGenerator m_random;
+    std::optional<ScratchMachine> m_machine;
+
+    /// What is found in files that others can write: no crash, and no touch of anything but what was named, which is in
+    /// the scratch key. As long as its share of the time lasts; some rounds also on a machine that is busy with other things.
+    template <typename Once>
+    void repeat(Once once)
+    {
+        constexpr int minRounds = 20;
+        const QString seconds = qEnvironmentVariable("TORVELANE_RANDOM_SECONDS", fullRun() ? u"60"_s : u"5"_s);
+        const MachineImage before = TestMachine::image();
+        const QDeadlineTimer end(1000 * seconds.toInt() / 5);
+        int rounds = 0;
+        for (; (!end.hasExpired() || rounds < minRounds) && !QTest::currentTestFailed(); ++rounds)
+            once();
+        qInfo("%d inputs", rounds);
+        for (const QString& line : differences(before, TestMachine::image()))
+            QVERIFY2(line.mid(2).startsWith(u"HKCU\\"_s + scratchKey, Qt::CaseInsensitive), qPrintable(line));
+    }
+
+    int below(int limit) { return static_cast<int>(m_random.bounded(limit)); }
+    bool oneIn(int n) { return below(n) == 0; }
+    QJsonValue mostly(const QJsonValue& right) { return oneIn(6) ? json() : right; }
+
+    QByteArray bytes(int limit)
+    {
+        QByteArray data(below(limit), Qt::Uninitialized);
+        std::ranges::generate(data, [this] { return static_cast<char>(below(256)); });
+        return data;
+    }
+
+    QString text(int limit)
+    {
+        static const QString telling = u"\\\\//%\"'[]{}<>.*?\0\n\r\t éÉßİ漢\u202e\xd800\xdc00\xffff"_s;
+        QString string(below(oneIn(50) ? 70000 : limit), Qt::Uninitialized);
+        std::ranges::generate(
+            string, [this] { return oneIn(2) ? telling.at(below(int(telling.size()))) : QChar('a' + below(26)); });
+        return string;
+    }
+
+    QJsonValue json(int depth = 0)
+    {
+        static const QJsonArray telling{QJsonValue::Null, true, -1, 0.5, 4294967296.0, 18446744073709551616.0, 1e308};
+        switch (below(depth < 4 ? 5 : 3)) {
+        case 0:
+            return telling.at(below(int(telling.size())));
+        case 1:
+            return static_cast<double>(m_random.generate64());
+        case 2:
+            return text(12);
+        case 3:
+            return oneIn(3) ? QJsonArray() : QJsonArray{json(depth + 1), json(depth + 1)};
+        default:
+            return oneIn(3) ? QJsonObject() : QJsonObject{{text(8), json(depth + 1)}, {text(8), json(depth + 1)}};
+        }
+    }
+
+    /// Mostly well-formed; sometimes damaged, cut, or no JSON at all.
+    QByteArray document(const QJsonObject& object)
+    {
+        QByteArray data = QJsonDocument(object).toJson(QJsonDocument::Compact);
+        if (oneIn(8))
+            return bytes(400);
+        if (oneIn(4))
+            data.truncate(below(int(data.size()) + 1));
+        for (int i = oneIn(4) ? below(10) : 0; i > 0 && !data.isEmpty(); --i)
+            data[below(int(data.size()))] = static_cast<char>(below(256));
+        return data;
+    }
+
+    QJsonObject operation(const QString& contentKey)
+    {
+        static const QStringList kinds = u"none,dword,QWORD,sz, expandsz ,binary,multi"_s.split(u',');
+        const QString path = scratchKey % (oneIn(2) ? QString() : u'\\' + text(20));
+        const QJsonValue content = oneIn(2) ? json() : QString::fromLatin1(bytes(40).toHex());
+        return {{u"hive"_s, mostly(u"HKCU"_s)},
+                {u"path"_s, oneIn(6) ? QJsonValue(below(9)) : path},
+                {u"name"_s, mostly(text(20))},
+                {u"exists"_s, mostly(true)},
+                {u"valueType"_s, mostly(kinds.at(below(int(kinds.size()))))},
+                {u"number"_s, json()},
+                {u"text"_s, mostly(text(300))},
+                {contentKey, content}};
+    }
+
+    /// Any number of operations, some of them something else.
+    QJsonValue operations(const QString& contentKey)
+    {
+        QJsonArray array;
+        for (int i = below(5); i > 0; --i)
+            array.append(mostly(operation(contentKey)));
+        return mostly(array);
+    }
+
+    QJsonObject capture() { return {{u"type"_s, mostly(u"registry"_s)}, {u"entries"_s, operations(u"binary"_s)}}; }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        bool given = false;
+        m_seed = qEnvironmentVariable("TORVELANE_RANDOM_SEED").toUInt(&given);
+        if (!given)
+            m_seed = QRandomGenerator::system()->generate();
+        qInfo("TORVELANE_RANDOM_SEED=%u", m_seed);
+    }
+
+    void init()
+    {
+        m_machine.emplace();
+        m_random.seed(m_seed);
+    }
+    void cleanup() { m_machine.reset(); }
+
+    /// All registry entries together: applied in one random order and reverted in another. Those that write the same
+    /// value can only be taken back in turn: in every other round by taking back all at once.
+    void anyOrder()
+    {
+        TweakCatalog catalog;
+        QList<std::shared_ptr<RegistryTweak>> order = registryTweaks(catalog);
+        QCOMPARE_GE(order.size(), 150);
+        for (int round = 0; round < (fullRun() ? 40 : 4); ++round) {
+            const bool lastFirst = round % 2 == 1;
+            m_machine.reset();
+            m_machine.emplace();
+            StateStore store;
+            QVERIFY(store.open(Paths::stateDb()));
+            TweakEngine engine(&catalog, &store);
+            QString error;
+            const auto revert = [&](const QString& id) {
+                QVERIFY2(engine.revertTweak(id, &error, true), qPrintable(id + u": "_s + error));
+            };
+            std::ranges::shuffle(order, m_random);
+            QHash<QString, QString> writers; // of each value, the last
+
+            const MachineImage before = TestMachine::image();
+            for (const auto& tweak : std::as_const(order)) {
+                for (const RegistryOperation& operation : tweak->operations()) {
+                    QString& writer =
+                        writers[RegistryTweak::restoreKey(operation.hive, operation.path, operation.name)];
+                    if (!lastFirst && !writer.isEmpty())
+                        revert(writer);
+                    writer = tweak->id();
+                }
+                QVERIFY2(engine.applyTweak(tweak->id(), Tier::Pro, &error, false), qPrintable(error));
+            }
+            const MachineImage applied = TestMachine::image();
+            QCOMPARE_GE(differences(before, applied).size(), 100);
+            if (lastFirst) {
+                engine.revertAll(true);
+            } else {
+                std::ranges::shuffle(order, m_random);
+                for (const auto& tweak : std::as_const(order))
+                    revert(tweak->id());
+            }
+            QCOMPARE(differences(asRestored(before, applied), TestMachine::image()).join(u'\n'), QString());
+        }
+    }
+
+    void catalogues()
+    {
+        repeat([this] {
+            QJsonArray entries;
+            for (int i = below(6); i > 0; --i) {
+                entries.append(mostly(QJsonObject{{u"id"_s, mostly(text(6))},
+                                                  {u"name"_s, json()},
+                                                  {u"requiredTier"_s, mostly(u"pro"_s)},
+                                                  {u"type"_s, mostly(oneIn(4) ? u"command"_s : u"registry"_s)},
+                                                  {u"apply"_s, QJsonArray{json()}},
+                                                  {u"operations"_s, operations(u"desired"_s)}}));
+            }
+            TweakCatalog catalog;
+            std::ignore = catalog.loadFromJson(document({{u"tweaks"_s, mostly(entries)}}));
+            for (const TweakDefinition& definition : catalog.definitions()) {
+                bool ok = false;
+                QString error;
+                const QJsonObject captured = catalog.implementation(definition.id)->capture(&ok, &error);
+                QVERIFY(ok != captured.isEmpty());
+            }
+        });
+    }
+
+    void captures()
+    {
+        repeat([this] { std::ignore = RegistryTweak::revertCapture(capture(), nullptr); });
+    }
+
+    void stateRows()
+    {
+        static const QStringList states = u"capturing,applied,reverting,reverted,gone"_s.split(u',');
+        const auto sqlText = [](const QByteArray& text) {
+            return u"CAST(x'%1' AS TEXT)"_s.arg(QString::fromLatin1(text.toHex()));
+        };
+        TweakCatalog catalog;
+        repeat([&] {
+            StateStore store;
+            QVERIFY(store.open(Paths::stateDb()));
+            QStringList rows;
+            for (int i = 0; i < 8; ++i) {
+                rows.append(u"(%1, 'free', %2, '%3', %4, %4)"_s.arg(sqlText(text(6).toUtf8()),
+                                                                    sqlText(document(capture())), states.at(below(5)),
+                                                                    QString::number(qint64(m_random.generate64()))));
+            }
+            stateSql(u"INSERT OR REPLACE INTO tweak_state VALUES "_s + rows.join(u','));
+            TweakEngine engine(&catalog, &store);
+            engine.recoverInterrupted();
+            engine.revertAboveTier(Tier::None);
+            engine.revertAll(oneIn(2));
+        });
+    }
+
+    void configurations()
+    {
+        repeat([this] {
+            QFile file(Paths::configFile());
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(document({{u"apiBaseUrl"_s, mostly(text(20))},
+                                 {u"autoStart"_s, mostly(true)},
+                                 {u"heartbeatIntervalMs"_s, json()},
+                                 {u"lastEmail"_s, mostly(text(20))}}));
+            file.close();
+            AppConfig loaded;
+            loaded.load();
+            QVERIFY(loaded.save());
+            AppConfig again;
+            again.load();
+            QCOMPARE(again.autoStart, loaded.autoStart);
+            QCOMPARE(again.heartbeatIntervalMs, loaded.heartbeatIntervalMs);
+        });
+    }
+
+    /// Any value, of any type and size, under any tweak: what the registry layer can hold of it is there again afterwards.
+    void valuesComeBack()
+    {
+        repeat([this] {
+            const QString name = u"Value"_s;
+            putRaw(name, {static_cast<quint32>(below(12)), bytes(600)});
+            RegistryValue held;
+            QVERIFY(readValue(RegistryHive::CurrentUser, scratchKey, name, held));
+            held.exists = !oneIn(5);
+            held.number &= (quint64(1) << 53) - 1;
+            QVERIFY(writeValue(RegistryHive::CurrentUser, scratchKey, name, held));
+            const auto before = scratchImage();
+
+            QJsonObject wanted = operation(u"desired"_s);
+            wanted.insert(u"hive"_s, u"HKCU"_s);
+            wanted.insert(u"path"_s, scratchKey);
+            wanted.insert(u"name"_s, name);
+            RegistryTweak tweak(u"random"_s, {wanted});
+            bool ok = false;
+            QString error;
+            const QByteArray captured = QJsonDocument(tweak.capture(&ok, &error)).toJson();
+            QVERIFY(ok && tweak.apply().ok == tweak.isValid());
+            QVERIFY(tweak.revert(QJsonDocument::fromJson(captured).object()).ok);
+            QCOMPARE(scratchImage(), before);
+        });
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_AtRandom)
+#include "tst_AtRandom.moc"
