@@ -63,11 +63,9 @@ private:
         QVERIFY(context.init());
         QCOMPARE(context.store.isOpen(), opens);
         QCOMPARE(log.contains(u"[ERROR] app: State store unavailable; apply/revert disabled"_s), !opens);
-        for (const QString& id : {tweak, u"opt.enable-game-mode"_s}) {
-            QString error;
-            QVERIFY(!context.engine->applyTweak(id, Tier::Pro, &error, false));
-            QCOMPARE(error, id + u": Could not persist original value (state store)"_s);
-        }
+        QString error;
+        QVERIFY(!context.engine->applyTweak(tweak, Tier::Pro, &error, false));
+        QCOMPARE(error, tweak + u": Could not persist original value (state store)"_s);
         // Damage must not be taken for "nothing to undo".
         QCOMPARE(context.engine->revertTweak(tweak, nullptr, true), !opens);
         context.engine->revertAll(true);
@@ -162,43 +160,34 @@ private Q_SLOTS:
     void threadsOneAfterAnother()
     {
         constexpr int threadCount = 40;
-        int failures = 0;
         QStringList seen;
         for (int i = 0; i < threadCount; ++i) {
             std::thread([&] {
                 const QString id = QString::number(i);
-                if (!m_store->beginApply(id, Tier::Free, captureOfAbsent) || !m_store->markApplied(id))
-                    ++failures;
-                seen.append(pragmas());
+                if (m_store->beginApply(id, Tier::Free, captureOfAbsent) && m_store->markApplied(id))
+                    seen.append(pragmas());
             }).join();
         }
-        QCOMPARE(failures, 0);
         QCOMPARE(seen, QStringList(threadCount, u"wal 2 5000"_s));
         QCOMPARE(m_store->listByState(TweakState::Applied).size(), threadCount);
     }
 
     void threadsAtOnce()
     {
-        constexpr int threadCount = 6;
-        std::atomic<int> failures = 0;
+        constexpr int threadCount = 20;
+        std::atomic<int> successes = 0;
         {
             std::vector<std::jthread> threads;
             for (int t = 0; t < threadCount; ++t) {
-                threads.emplace_back([&, t] {
-                    for (int i = 0; i < 10; ++i) {
-                        const QString id = u"%1.%2"_s.arg(t).arg(i);
-                        TweakRecord record;
-                        if (!m_store->beginApply(id, Tier::Free, {{u"id"_s, id}}) || !m_store->markApplied(id)
-                            || !m_store->loadRecord(id, record) || record.capture[u"id"_s] != id) {
-                            ++failures;
-                        }
-                    }
+                threads.emplace_back([&, id = QString::number(t)] {
+                    TweakRecord record;
+                    successes += m_store->beginApply(id, Tier::Free, {{u"id"_s, id}}) && m_store->markApplied(id)
+                        && m_store->loadRecord(id, record) && record.capture[u"id"_s] == id;
                 });
             }
         }
-        QCOMPARE(failures.load(), 0);
-        QCOMPARE(m_store->listByState(TweakState::Applied).size(), threadCount * 10);
-        QCOMPARE(m_machine->log.lines(), QStringList());
+        QCOMPARE(successes.load(), threadCount);
+        QCOMPARE(m_store->listByState(TweakState::Applied).size(), threadCount);
         m_store->close();
         QCOMPARE(QSqlDatabase::connectionNames().filter(u"torvelane.state"_s), QStringList());
     }

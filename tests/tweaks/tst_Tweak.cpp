@@ -1,5 +1,6 @@
 #include "platform/Registry.h"
 #include "support/ScratchMachine.h"
+#include "tweaks/CommandTweak.h"
 #include "tweaks/RegistryTweak.h"
 
 #include <QJsonDocument>
@@ -24,9 +25,16 @@ QJsonObject captureOf(const QByteArray& entries)
     return fromJson(R"({"type": "registry", "entries": [)" + entries + "]}");
 }
 
+/// A command that leaves a value in the scratch key.
+QString store(const QString& name, const QString& text = u"x"_s)
+{
+    return u"reg add \"HKCU\\%1\" /v \"%2\" /t REG_SZ /d \"%3\" /f"_s.arg(scratchKey, name, text);
+}
+
 } // namespace
 
-class tst_RegistryTweak : public QObject {
+/// Both kinds of tweak.
+class tst_Tweak : public QObject {
     Q_OBJECT
 
 private:
@@ -117,19 +125,58 @@ private Q_SLOTS:
             QVERIFY(!RegistryTweak::revertCapture(capture, nullptr).ok);
     }
 
-    /// Held to a list of allowed values, a restore leaves the others alone and tells.
-    void allowedValues()
+    /// In order, up to the first that can't be run, each with the user in place of the placeholder.
+    void commandLists()
     {
-        putRaw(u"Value"_s, {regDword, dwordBytes(1)});
-        putRaw(u"Other"_s, {regDword, dwordBytes(1)});
-        const QSet<QString> allowed{u"HKCU|software\\torvelane\\test|value"_s};
-        QVERIFY(RegistryTweak::revertCapture(captureOf(R"({@, "name": "Value"}, {@, "name": "Other"})"), &allowed).ok);
-        QCOMPARE(scratchImage().keys(), QStringList(u"Other"_s));
-        const QString place = u"HKCU\\%1 [Other]"_s.arg(scratchKey);
-        QCOMPARE(m_machine->log.lines(),
-                 QStringList(u"[WARN] tweak: Rejected out-of-catalog registry restore: "_s + place));
+        setBootContext(false, u"S-1"_s);
+        QStringList run;
+        const auto runner = [&run](const QString& command, QString* error) {
+            run.append(command);
+            *error = u"failed "_s + command;
+            return command != u"bad";
+        };
+        QVERIFY(runCommandList({u"b"_s, u"a %TORV_SID%\\%TORV_SID% %torv_sid%"_s, u"b"_s}, runner).ok);
+        const TweakResult result = runCommandList({u"c"_s, u"bad"_s, u"never"_s}, runner);
+        QVERIFY(!result.ok);
+        QCOMPARE(result.message, u"failed bad"_s);
+        setBootContext(false, {});
+        QCOMPARE(run, QStringList({u"b"_s, u"a S-1\\S-1 %torv_sid%"_s, u"b"_s, u"c"_s, u"bad"_s}));
+    }
+
+    /// What a shell makes of a command is the shell's own: quotes, operators, variables.
+    void shellCommands()
+    {
+        qputenv("TORVELANE_TEST", "from outside");
+        QVERIFY(runShellCommand(store(u"With a blank"_s, u"a & b"_s) + u" & "_s + store(u"B"_s, u"%TORVELANE_TEST%"_s),
+                                nullptr));
+        QCOMPARE(rawValue(u"With a blank"_s), (RawValue{regSz, utf16(u"a & b"_s)}));
+        QCOMPARE(rawValue(u"B"_s), (RawValue{regSz, utf16(u"from outside"_s)}));
+    }
+
+    void failingExitCodesStopNothing()
+    {
+        CommandTweak tweak(u"a"_s, {u"exit 1"_s, store(u"A"_s), u"exit 2"_s, store(u"B"_s)}, {}, {}, {});
+        QVERIFY(tweak.apply().ok);
+        QCOMPARE(scratchImage().keys(), QStringList({u"A"_s, u"B"_s}));
+        QCOMPARE(
+            m_machine->log.lines(),
+            QStringList({u"[WARN] cmdtweak: 'exit 1' exited with 1"_s, u"[WARN] cmdtweak: 'exit 2' exited with 2"_s}));
+    }
+
+    /// The shell is gone as well: its second command would leave a value.
+    void hangingCommandEndsTheList()
+    {
+        if (!fullRun())
+            QSKIP("Takes the two minutes of a command's limit; part of the full run");
+        const QString hanging = u"ping -n 130 127.0.0.1 & "_s + store(u"A"_s);
+        CommandTweak tweak(u"a"_s, {hanging, store(u"B"_s)}, {}, {}, {});
+        const TweakResult result = tweak.apply();
+        QVERIFY(!result.ok);
+        QCOMPARE(result.message, u"Command timed out: "_s + hanging);
+        QTest::qWait(15000);
+        QVERIFY(scratchImage().isEmpty());
     }
 };
 
-QTEST_GUILESS_MAIN(tst_RegistryTweak)
-#include "tst_RegistryTweak.moc"
+QTEST_GUILESS_MAIN(tst_Tweak)
+#include "tst_Tweak.moc"
