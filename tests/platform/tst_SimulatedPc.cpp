@@ -34,11 +34,6 @@ bool read(const QString& path, Hive hive = Hive::CurrentUser)
     return readValue(hive, path, u"V"_s, value);
 }
 
-bool erase(const QString& path)
-{
-    return deleteValue(Hive::CurrentUser, path, u"V"_s);
-}
-
 } // namespace
 
 /// What the verdicts of the other suites rest on.
@@ -98,7 +93,8 @@ private Q_SLOTS:
 
         SimulatedPc::clearFaults();
         SimulatedPc::denyWrites(u"HKCU\\Control Panel\\Mouse"_s);
-        QVERIFY(!write(path) && !write(path + u"\\New"_s) && !erase(path));
+        QVERIFY(!write(path) && !write(path + u"\\New"_s));
+        QVERIFY(!deleteValue(Hive::CurrentUser, path, u"V"_s));
         QVERIFY(!SimulatedPc::keyExists(u"HKCU\\Control Panel\\Mouse\\New"_s));
         QVERIFY(write(path + u'X') && read(path));
     }
@@ -107,12 +103,11 @@ private Q_SLOTS:
     {
         QVERIFY(write(newPath));
         SimulatedPc::failChange(3);
-        QVERIFY(write(newPath));                                     // 1
-        QVERIFY(erase(newPath + u"\\Missing"_s));                    // none
-        QCOMPARE(shell(u"reg add HKCU\\Software\\2"_s).exitCode, 0); // 2, in another process
-        QVERIFY(!erase(newPath));                                    // 3
-        QVERIFY(SimulatedPc::value(newKey, u"V"_s));
-        QVERIFY(erase(newPath));
+        const auto erase = [] { return deleteValue(Hive::CurrentUser, newPath, u"V"_s); };
+        QVERIFY(erase() && erase());                                     // 1, and none
+        QCOMPARE(shell(u"reg add HKCU\\Software\\2"_s).exitCode, 0);     // 2, in another process
+        QVERIFY(!write(newPath) && !SimulatedPc::value(newKey, u"V"_s)); // 3
+        QVERIFY(write(newPath));
 
         SimulatedPc::clearFaults();
         SimulatedPc::failChange(2, codeWriteFault, true);

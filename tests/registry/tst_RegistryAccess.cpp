@@ -109,17 +109,14 @@ private Q_SLOTS:
     void numbersFromJson()
     {
         constexpr quint64 twoTo63 = 1ULL << 63;
-        const std::pair<QJsonValue, quint64> rows[] = {
-            {1.9, 1},
-            {0x1p63, twoTo63},
-            {std::nextafter(0x1p64, 0), ~quint64(0) - 2047},
-            {0x1p64, ~quint64(0)},
-            {-1, ~quint64(0)},
-            {-0x1p63, twoTo63},
-            {-1e300, 0},
-            {u"1"_s, 0},
-        };
-        for (const auto& [json, expected] : rows)
+        for (const auto& [json, expected] : {std::pair<QJsonValue, quint64>(u"1"_s, 0),
+                                             {1.9, 1},
+                                             {0x1p63, twoTo63},
+                                             {std::nextafter(0x1p64, 0), ~quint64(0) - 2047},
+                                             {0x1p64, ~quint64(0)},
+                                             {-1, ~quint64(0)},
+                                             {-0x1p63, twoTo63},
+                                             {-1e300, 0}})
             QCOMPARE(unsignedFromJson(json), expected);
     }
 };

@@ -53,8 +53,7 @@ private Q_SLOTS:
         const QString found = systemToolPath(u"cmd.exe"_s);
         QDir::setCurrent(before);
         qputenv("PATH", path);
-        QVERIFY2(found.endsWith(u"\\system32\\cmd.exe"_s, Qt::CaseInsensitive), qPrintable(found));
-        QCOMPARE(systemToolPath(u"no-such-tool.exe"_s), u"no-such-tool.exe"_s);
+        QCOMPARE(found.toLower(), u"c:\\windows\\system32\\cmd.exe"_s);
     }
 
     void shellKeepsTheCommandsOuterQuotes()
