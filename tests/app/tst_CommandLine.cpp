@@ -12,12 +12,8 @@ using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
 
-namespace {
-
 const QString freeTweak = u"explorer.show-hidden-files"_s;
 const QString proTweak = u"opt.disable-network-throttling"_s;
-
-} // namespace
 
 /// The finished program as scripts and support use it: a process, its text and its exit code.
 class tst_CommandLine : public QObject {
@@ -61,8 +57,7 @@ private Q_SLOTS:
               {u"apply no.such"_s, u"Apply failed: no.such: Unknown tweak id\n0"_s},
               {u"revert no.such"_s, u"Reverted no.such\n0"_s},
               {u"login Ada gold"_s, u"Login failed: unknown tier 'gold'; one of none, free, premium, pro\n2"_s},
-              {u"login  free"_s, u"Login failed: The user name must have 1 to 256 printable characters\n1"_s},
-              {u"restore-all"_s, u"Restored everything.\n0"_s}})
+              {u"login  free"_s, u"Login failed: The user name must have 1 to 256 printable characters\n1"_s}})
             QCOMPARE(run(arguments), answer);
     }
 

@@ -3,8 +3,6 @@
 
 #include <QTest>
 
-#include <cmath>
-
 #include <windows.h>
 
 using namespace torvelane;
@@ -27,8 +25,8 @@ private Q_SLOTS:
                                              {QPoint(300, 36), HTCLIENT},
                                              {QPoint(900, 20), HTCLIENT},
                                              {QPoint(840, 20), HTCAPTION}}) {
-                const QPointF physical = QPointF(point) * window.devicePixelRatioF();
-                POINT place{std::lround(physical.x()), std::lround(physical.y())};
+                const QPoint physical = (QPointF(point) * window.devicePixelRatioF()).toPoint();
+                POINT place{physical.x(), physical.y()};
                 ClientToScreen(handle, &place);
                 QCOMPARE(SendMessageW(handle, WM_NCHITTEST, 0, MAKELPARAM(place.x, place.y)), LRESULT(hit));
             }
