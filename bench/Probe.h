@@ -90,7 +90,7 @@ private:
 
     static void say(const QString& line) { QTextStream(stdout) << line << Qt::endl; }
 
-    static constexpr int settleMs = 1000; ///< For what runs once after a window is shown.
+    static constexpr int settleMs = 4000; ///< For what runs once after a window is shown: the pages are made ready.
 
     QWidget* m_window;
     QWidget m_other;

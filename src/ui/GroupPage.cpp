@@ -2,6 +2,7 @@
 
 #include "tweaks/TierGate.h"
 #include "ui/GateTransition.h"
+#include "ui/PageStack.h"
 #include "ui/Theme.h"
 #include "ui/TierPill.h"
 #include "ui/Translate.h"
@@ -12,7 +13,6 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QStackedLayout>
-#include <QStackedWidget>
 #include <QVBoxLayout>
 
 namespace torvelane {
@@ -53,7 +53,7 @@ GroupPage::GroupPage(IconId icon, const QString& title, const QString& subtitle,
     , m_tabGroup(new QButtonGroup(this))
     , m_tabBar(new QWidget)
     , m_tabLayout(new QHBoxLayout(m_tabBar))
-    , m_stack(new QStackedWidget)
+    , m_stack(new PageStack)
 {
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
@@ -73,7 +73,6 @@ GroupPage::GroupPage(IconId icon, const QString& title, const QString& subtitle,
     m_tabLayout->setContentsMargins(0, 12, 0, 0);
     m_tabLayout->setSpacing(0);
     m_tabLayout->addStretch();
-    m_tabBar->hide();
     column->addWidget(m_tabBar);
     column->addSpacing(18);
     column->addWidget(m_stack, 1);
@@ -88,7 +87,7 @@ void GroupPage::addSection(IconId icon, const QString& label, QWidget* page, Tie
     const int index = sectionCount();
     if (gate != Tier::None)
         wrap(section);
-    m_stack->addWidget(section.wrapper ? section.wrapper : page);
+    m_stack->addPage(section.wrapper ? section.wrapper : page);
 
     section.tab = new QPushButton(QStringLiteral("  ") + label);
     section.tab->setObjectName(QStringLiteral("SubTab"));
@@ -100,24 +99,24 @@ void GroupPage::addSection(IconId icon, const QString& label, QWidget* page, Tie
     m_tabGroup->addButton(section.tab, index);
     m_tabLayout->insertWidget(m_tabLayout->count() - 1, section.tab);
     m_sections.append(section);
-    m_tabBar->setVisible(m_sections.size() > 1);
+    setShown(m_tabBar, m_sections.size() > 1);
     if (index == 0)
         selectSection(0);
 }
 
 int GroupPage::currentSection() const
 {
-    return m_stack->currentIndex();
+    return m_stack->currentPage();
 }
 
 void GroupPage::selectSection(int index)
 {
     if (index < 0 || index >= sectionCount())
         return;
-    const int before = m_stack->currentIndex();
+    const int before = m_stack->currentPage();
     const bool first = !m_tabGroup->checkedButton();
     m_sections.at(index).tab->setChecked(true);
-    m_stack->setCurrentIndex(index);
+    m_stack->setCurrentPage(index);
     refreshTabIcons();
     // The new page at once and not one turn of the event loop later; its fade starts from the next frame.
     window()->repaint();
@@ -182,9 +181,29 @@ void GroupPage::setUserTier(Tier tier)
                               !TierGate::covers(tier, section.required), true);
         setTierPillText(section.pill, pillText(section.required));
     }
-    const auto tweakPages = findChildren<SectionTweaksPage*>();
-    for (SectionTweaksPage* const page : tweakPages)
+    for (SectionTweaksPage* const page : tweakPages())
         page->onTierChanged(tier);
+}
+
+bool GroupPage::prepareNextSection()
+{
+    return m_stack->joinNext() != nullptr;
+}
+
+void GroupPage::finishWork()
+{
+    for (SectionTweaksPage* const page : tweakPages())
+        page->finishWork();
+}
+
+QList<SectionTweaksPage*> GroupPage::tweakPages() const
+{
+    QList<SectionTweaksPage*> pages;
+    for (const Section& section : m_sections) {
+        if (auto* const page = qobject_cast<SectionTweaksPage*>(section.page))
+            pages.append(page);
+    }
+    return pages;
 }
 
 } // namespace torvelane

@@ -10,9 +10,11 @@ class QButtonGroup;
 class QHBoxLayout;
 class QPushButton;
 class QStackedLayout;
-class QStackedWidget;
 
 namespace torvelane {
+
+class PageStack;
+class SectionTweaksPage;
 
 /// What one sidebar row opens: a header, a row of underlined tabs, and a stack of section pages, each locked or open by
 /// the user's tier. GUI thread.
@@ -34,6 +36,13 @@ public:
 
     void setUserTier(Tier tier);
 
+    /// Brings the next page that nobody has opened yet into the window, ahead of its first show.
+    /// @return false if there is none left
+    bool prepareNextSection();
+
+    /// Waits until no section works on the system any more. Blocks.
+    void finishWork();
+
     [[nodiscard]] Tier requiredTier() const { return m_required; }
 
 private:
@@ -53,6 +62,7 @@ private:
     void buildLockedPanel(Section& section);
     [[nodiscard]] QString pillText(Tier required) const;
     void refreshTabIcons();
+    [[nodiscard]] QList<SectionTweaksPage*> tweakPages() const;
 
     Tier m_required;
     QString m_webBase;
@@ -60,7 +70,7 @@ private:
     QButtonGroup* m_tabGroup;
     QWidget* m_tabBar;
     QHBoxLayout* m_tabLayout;
-    QStackedWidget* m_stack;
+    PageStack* m_stack;
     QList<Section> m_sections;
 };
 

@@ -1,5 +1,6 @@
 #include "ui/HeroWindow.h"
 
+#include "ui/FrameTimer.h"
 #include "ui/Theme.h"
 
 #include <QEvent>
@@ -15,14 +16,18 @@ namespace torvelane {
 
 namespace {
 
-constexpr int frameIntervalMs = 33;
-// In this time no glow changes any colour by as much as half a step, so that composing the background, and repainting all
-// that lies on it, more often would show nobody anything. The stars twinkle faster, and repaint their own places.
-constexpr qint64 bakeIntervalMs = 198;
+// In this time no glow changes any colour by more than one step, so that composing the background, and repainting all
+// that lies on it, more often would show nobody anything.
+constexpr qint64 bakeIntervalMs = 396;
+// A star is drawn anew when its light has changed by this much, of 1. Its brightest pixel then changes by four of 255.
+constexpr double twinkleStep = 0.016;
 constexpr int resizeSettleMs = 110;
 constexpr int scrollPauseMs = 150;
 constexpr int movePauseMs = 150;
 constexpr int dotSpacing = 26;
+constexpr int glowShrink = 4;
+
+constexpr QColor night{5, 5, 5};
 
 struct Star {
     double x; // of the window's width
@@ -92,39 +97,44 @@ int dotAlpha(double distance)
     return distance <= 0.3 ? 36 : static_cast<int>((1 - 2 * (distance - 0.3)) * 36);
 }
 
-QPixmap makeDots(const QSize& size, qreal ratio)
+QPixmap makeDot(qreal ratio)
 {
-    QPixmap pixmap(physical(size.width(), ratio), physical(size.height(), ratio));
-    pixmap.fill(QColor(5, 5, 5));
+    constexpr double radius = 0.9;
+    const int side = 2 * physical(radius + 1, ratio);
+    QPixmap pixmap = transparentPixmap(side, side);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.scale(ratio, ratio);
+    painter.setBrush(Qt::white);
+    painter.drawEllipse(QPointF(side / 2.0, side / 2.0), radius * ratio, radius * ratio);
+    return pixmap;
+}
+
+void drawDots(QPainter& painter, const QPixmap& dot, const QSize& size, qreal ratio)
+{
     const double width = size.width();
     const double height = size.height();
+    const QPointF corner(dot.width() / 2.0, dot.height() / 2.0);
     for (int y = 0; y < size.height(); y += dotSpacing) {
         for (int x = 0; x < size.width(); x += dotSpacing) {
             const int alpha =
                 dotAlpha(std::hypot((x - 0.5 * width) / (0.8 * width), (y - 0.35 * height) / (0.7 * height)));
             if (alpha < 4)
                 continue;
-            painter.setBrush(QColor(255, 255, 255, alpha));
-            painter.drawEllipse(QPointF(x, y), 0.9, 0.9);
+            painter.setOpacity(alpha / 255.0);
+            painter.drawPixmap((QPointF(x, y) * ratio - corner).toPoint(), dot);
         }
     }
-    return pixmap;
+    painter.setOpacity(1.0);
 }
 
-QPixmap makeGlow(const Glow& glow, int largerSide, qreal ratio)
+void drawGlow(QPainter& painter, const Glow& glow, const QPointF& centre, int largerSide)
 {
-    const int diameter = static_cast<int>(glow.diameter * largerSide);
-    const int side = std::max(1, static_cast<int>(diameter * ratio));
-    QPixmap pixmap = transparentPixmap(side, side);
-    QRadialGradient gradient(side / 2.0, side / 2.0, side / 2.0);
+    const double radius = static_cast<int>(glow.diameter * largerSide) / 2.0;
+    QRadialGradient gradient(centre, radius);
     gradient.setColorAt(0, withAlpha(glow.color, glow.alpha));
     gradient.setColorAt(1, withAlpha(glow.color, 0));
-    QPainter(&pixmap).fillRect(pixmap.rect(), gradient);
-    return pixmap;
+    painter.fillRect(QRectF(centre - QPointF(radius, radius), QSizeF(2 * radius, 2 * radius)), gradient);
 }
 
 QPixmap makeStar(const Star& star, qreal ratio)
@@ -160,22 +170,27 @@ QPixmap makeStar(const Star& star, qreal ratio)
     return pixmap;
 }
 
-QPixmap makeBottomFade(const QSize& size, qreal ratio)
+void drawBottomFade(QPainter& painter, const QSize& size)
 {
+    const double top = 0.55 * size.height();
     const int height = static_cast<int>(0.45 * size.height());
-    QPixmap pixmap = transparentPixmap(physical(size.width(), ratio), std::max(1, physical(height, ratio)));
-    QLinearGradient gradient(0, 0, 0, pixmap.height());
+    QLinearGradient gradient(0, top, 0, top + height);
     gradient.setColorAt(0, withAlpha(palette::base, 0));
     gradient.setColorAt(0.55, withAlpha(palette::base, 160));
     gradient.setColorAt(1, palette::base);
-    QPainter(&pixmap).fillRect(pixmap.rect(), gradient);
-    return pixmap;
+    painter.fillRect(QRectF(0, top, size.width(), size.height() - top), gradient);
 }
 
 double starOpacity(const Star& star, double seconds)
 {
     const double u = seconds + star.phase;
     return (0.5 * std::sin(2 * std::numbers::pi * u / star.period) + 0.5) * 0.32 + 0.1;
+}
+
+/// The logical pixels that the physical ones touch.
+QRect toLogical(const QRect& place, qreal ratio)
+{
+    return QRectF(place.x() / ratio, place.y() / ratio, place.width() / ratio, place.height() / ratio).toAlignedRect();
 }
 
 QTimer* singleShot(QObject* parent, int intervalMs)
@@ -190,7 +205,7 @@ QTimer* singleShot(QObject* parent, int intervalMs)
 
 HeroWindow::HeroWindow(QWidget* parent)
     : QWidget(parent)
-    , m_repaintTimer(new QTimer(this))
+    , m_repaintTimer(new FrameTimer(this))
     , m_rebuildTimer(singleShot(this, resizeSettleMs))
     , m_scrollTimer(singleShot(this, scrollPauseMs))
     , m_moveTimer(singleShot(this, movePauseMs))
@@ -202,9 +217,7 @@ HeroWindow::HeroWindow(QWidget* parent)
     // The background covers all of it, so that nothing needs to be cleared below.
     setAttribute(Qt::WA_OpaquePaintEvent);
 
-    m_repaintTimer->setInterval(frameIntervalMs);
-    m_repaintTimer->setTimerType(Qt::PreciseTimer);
-    connect(m_repaintTimer, &QTimer::timeout, this, &HeroWindow::advance);
+    connect(m_repaintTimer, &FrameTimer::timeout, this, &HeroWindow::advance);
     connect(m_rebuildTimer, &QTimer::timeout, this, [this] {
         m_resizing = false;
         rebuildStatic();
@@ -261,15 +274,13 @@ void HeroWindow::rebuildStatic()
         return;
     m_ratio = devicePixelRatioF();
     m_builtSize = size();
-    const int largerSide = std::max(width(), height());
-    m_dots = makeDots(size(), m_ratio);
-    std::ranges::transform(glowTable, m_glows.begin(),
-                           [&](const Glow& glow) { return makeGlow(glow, largerSide, m_ratio); });
+    m_dot = makeDot(m_ratio);
+    m_glow = QPixmap(physical(width(), m_ratio / glowShrink), physical(height(), m_ratio / glowShrink));
     m_stars.clear();
     for (const Star& star : starTable)
         m_stars.append(makeStar(star, m_ratio));
-    m_bottomFade = makeBottomFade(size(), m_ratio);
-    m_frame = QPixmap(m_dots.size());
+    placeStars(0);
+    m_frame = QPixmap(physical(width(), m_ratio), physical(height(), m_ratio));
     m_lastBakeMs = -1;
     Q_EMIT backgroundRebuilt();
 }
@@ -288,42 +299,78 @@ void HeroWindow::bakeFrame(double seconds)
     }};
     const double breath = (0.5 * std::sin(t / 3.5) + 0.5) * 0.4 + 0.6;
 
-    QPainter painter(&m_frame);
-    painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.drawPixmap(0, 0, m_dots);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    for (std::size_t i = 0; i < m_glows.size(); ++i) {
-        painter.setOpacity(i + 1 == m_glows.size() ? breath : 1.0);
-        const QPixmap& glow = m_glows[i];
-        painter.drawPixmap(centres[i] * m_ratio - QPointF(glow.width() / 2.0, glow.height() / 2.0), glow);
+    m_glow.fill(Qt::transparent);
+    {
+        QPainter painter(&m_glow);
+        painter.scale(m_ratio / glowShrink, m_ratio / glowShrink);
+        for (std::size_t i = 0; i < glowTable.size(); ++i) {
+            painter.setOpacity(i + 1 == glowTable.size() ? breath : 1.0);
+            drawGlow(painter, glowTable[i], centres[i], static_cast<int>(std::max(w, h)));
+        }
     }
-    painter.setOpacity(1.0);
-    painter.drawPixmap(QPointF(0, 0.55 * h * m_ratio), m_bottomFade);
+    m_frame.fill(night);
+    QPainter painter(&m_frame);
+    drawDots(painter, m_dot, size(), m_ratio);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawPixmap(QRect(QPoint(0, 0), m_glow.size() * glowShrink), m_glow);
+    painter.scale(m_ratio, m_ratio);
+    drawBottomFade(painter, size());
 }
 
-QRectF HeroWindow::starRect(std::size_t index, double seconds) const
+/// The sprites are blitted, so that they stand on whole pixels.
+HeroWindow::StarLook HeroWindow::starLook(std::size_t index, double seconds) const
 {
     const Star& star = starTable[index];
-    const QPixmap& sprite = m_stars[static_cast<qsizetype>(index)];
+    const QSize sprite = m_stars[static_cast<qsizetype>(index)].size();
     const double u = seconds + star.phase;
     const QPointF centre(width() * star.x + 6 * std::sin(u / (1.5 * star.period)),
                          height() * star.y + 6 * std::cos(u / (1.8 * star.period)));
-    const QSizeF spriteSize = QSizeF(sprite.size()) / m_ratio;
-    return {centre - QPointF(spriteSize.width() / 2, spriteSize.height() / 2), spriteSize};
+    const QPointF corner = centre * m_ratio - QPointF(sprite.width() / 2.0, sprite.height() / 2.0);
+    return {QRect(corner.toPoint(), sprite), starOpacity(star, seconds)};
 }
 
 void HeroWindow::advance()
 {
-    if (m_stars.isEmpty() || m_clock.elapsed() - m_lastBakeMs >= bakeIntervalMs) {
+    QRegion changed = placeStars(twinkleStep);
+    if (m_clock.elapsed() - m_lastBakeMs >= bakeIntervalMs) {
         m_lastBakeMs = -1;
-        update();
-        return;
+        changed = rect();
     }
-    QRegion twinkling;
+    update(changed - covered());
+}
+
+/// Gives the stars that have changed by as much their look of now. What is painted goes by these looks, so that a star
+/// painted in parts is still one star.
+QRegion HeroWindow::placeStars(double opacityStep)
+{
+    QRegion changed;
     const double seconds = animationSeconds();
-    for (std::size_t i = 0; i < starTable.size(); ++i)
-        twinkling += starRect(i, seconds).toAlignedRect().adjusted(-1, -1, 1, 1); // also where it was a tick ago
-    update(twinkling);
+    for (std::size_t i = 0; i < starTable.size() && !m_stars.isEmpty(); ++i) {
+        const StarLook look = starLook(i, seconds);
+        StarLook& shown = m_shownStars[i];
+        if (look.place == shown.place && std::abs(look.opacity - shown.opacity) < opacityStep)
+            continue;
+        changed += toLogical(shown.place, m_ratio);
+        changed += toLogical(look.place, m_ratio);
+        shown = look;
+    }
+    return changed;
+}
+
+void HeroWindow::addCover(QWidget* widget)
+{
+    if (!m_covers.contains(widget))
+        m_covers.append(widget);
+}
+
+QRegion HeroWindow::covered() const
+{
+    QRegion region;
+    for (const QPointer<QWidget>& cover : m_covers) {
+        if (cover && cover->isVisible())
+            region += QRect(cover->mapTo(this, QPoint(0, 0)), cover->size());
+    }
+    return region;
 }
 
 void HeroWindow::ensureFrame(double seconds)
@@ -338,8 +385,7 @@ void HeroWindow::ensureFrame(double seconds)
 
 void HeroWindow::paintEvent(QPaintEvent* event)
 {
-    const double seconds = animationSeconds();
-    ensureFrame(seconds);
+    ensureFrame(animationSeconds());
     QPainter painter(this);
     if (m_frame.isNull()) {
         painter.fillRect(event->rect(), palette::base);
@@ -352,11 +398,11 @@ void HeroWindow::paintEvent(QPaintEvent* event)
     if (!m_resizing)
         painter.drawPixmap(0, 0, m_frame);
     for (std::size_t i = 0; i < starTable.size(); ++i) {
-        const QRectF place = starRect(i, seconds);
-        if (!event->region().intersects(place.toAlignedRect()))
+        const StarLook& look = m_shownStars[i];
+        if (!event->region().intersects(toLogical(look.place, m_ratio)))
             continue;
-        painter.setOpacity(starOpacity(starTable[i], seconds));
-        painter.drawPixmap(place.topLeft() * m_ratio, m_stars[static_cast<qsizetype>(i)]);
+        painter.setOpacity(look.opacity);
+        painter.drawPixmap(look.place.topLeft(), m_stars[static_cast<qsizetype>(i)]);
     }
 }
 

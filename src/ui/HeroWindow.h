@@ -5,6 +5,8 @@
 #include <QElapsedTimer>
 #include <QList>
 #include <QPixmap>
+#include <QPointer>
+#include <QRect>
 #include <QWidget>
 
 #include <array>
@@ -12,6 +14,8 @@
 class QTimer;
 
 namespace torvelane {
+
+class FrameTimer;
 
 /// The content of every top-level window: paints the animated background (dots, drifting glows, twinkling stars) and is
 /// the base of the windows themselves. Lies in a ChromeWindow, which is the native window around it. Object name
@@ -31,6 +35,10 @@ public:
     /// The background under a rectangle in this window's coordinates, as it was last composed, without the stars. Null
     /// if the rectangle lies outside or the window is too small to have a background. It is opaque.
     [[nodiscard]] QPixmap backgroundSlice(const QRect& rect);
+
+    /// Says that an opaque widget in this window shows a part of the background by itself: while it is visible, the
+    /// background below it doesn't move.
+    void addCover(QWidget* widget);
 
     /// Starts or stops the animation as the window's state asks for. Called wherever that state changes.
     void syncTimer();
@@ -55,9 +63,17 @@ private:
     void ensureFrame(double seconds);
     void advance();
     [[nodiscard]] double animationSeconds() const;
-    [[nodiscard]] QRectF starRect(std::size_t index, double seconds) const;
 
-    QTimer* m_repaintTimer;
+    struct StarLook {
+        QRect place; ///< In physical pixels.
+        double opacity = 0;
+    };
+
+    [[nodiscard]] StarLook starLook(std::size_t index, double seconds) const;
+    QRegion placeStars(double opacityStep);
+    [[nodiscard]] QRegion covered() const;
+
+    FrameTimer* m_repaintTimer;
     QTimer* m_rebuildTimer;
     QTimer* m_scrollTimer;
     QTimer* m_moveTimer;
@@ -73,10 +89,11 @@ private:
     // All in physical pixels, with a ratio of 1: blits between them then need no resampling at any screen scale.
     qreal m_ratio = 1.0;
     QSize m_builtSize;
-    QPixmap m_dots;
-    std::array<QPixmap, 4> m_glows;
+    QPixmap m_dot;
+    QPixmap m_glow; ///< Of all glows; smaller by glowShrink, since nothing in there is sharp.
     QList<QPixmap> m_stars;
-    QPixmap m_bottomFade;
+    std::array<StarLook, 14> m_shownStars;
+    QList<QPointer<QWidget>> m_covers;
     QPixmap m_frame;
 };
 

@@ -3,6 +3,7 @@
 #include "ui/Theme.h"
 
 #include <QFile>
+#include <QIconEngine>
 #include <QPainter>
 #include <QSvgRenderer>
 
@@ -38,6 +39,44 @@ constexpr std::array<const char*, iconCount> names = {
     "house",       "sparkles",
 };
 
+/// Draws its icon when somebody first looks at it: most of a window's icons are on pages that nobody has opened yet.
+class LazyIcon : public QIconEngine {
+public:
+    LazyIcon(IconId id, const QColor& color, int size) : m_id(id), m_color(color), m_size(size) { }
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override
+    {
+        drawn().paint(painter, rect, Qt::AlignCenter, mode, state);
+    }
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override
+    {
+        return drawn().pixmap(size, 1.0, mode, state);
+    }
+    QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State state, qreal scale) override
+    {
+        QPixmap pixmap = drawn().pixmap(size / scale, scale, mode, state);
+        return pixmap;
+    }
+    QSize actualSize(const QSize& size, QIcon::Mode mode, QIcon::State state) override
+    {
+        return drawn().actualSize(size, mode, state);
+    }
+    QIconEngine* clone() const override { return new LazyIcon(*this); }
+
+private:
+    const QIcon& drawn()
+    {
+        if (m_icon.isNull())
+            m_icon = QIcon(iconPixmap(m_id, m_color, m_size));
+        return m_icon;
+    }
+
+    IconId m_id;
+    QColor m_color;
+    int m_size;
+    QIcon m_icon;
+};
+
 } // namespace
 
 QPixmap iconPixmap(IconId id, const QColor& color, int size)
@@ -58,7 +97,7 @@ QPixmap iconPixmap(IconId id, const QColor& color, int size)
 
 QIcon iconFor(IconId id, const QColor& color, int size)
 {
-    return QIcon(iconPixmap(id, color, size));
+    return QIcon(new LazyIcon(id, color, size));
 }
 
 bool renderSvgIcon(QPainter& painter, IconId id, const QColor& color, int size)

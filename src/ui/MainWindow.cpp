@@ -7,6 +7,7 @@
 #include "core/Deployment.h"
 #include "tweaks/TierGate.h"
 #include "ui/GroupPage.h"
+#include "ui/PageStack.h"
 #include "ui/Sidebar.h"
 #include "ui/Theme.h"
 #include "ui/TierPill.h"
@@ -18,7 +19,7 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QPushButton>
-#include <QStackedWidget>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -28,6 +29,7 @@ namespace torvelane {
 namespace {
 
 constexpr int pageFadeMs = 160;
+constexpr int prepareIntervalMs = 50; ///< Between the pages that are made ready ahead of their first show.
 constexpr int pillHeight = 34;
 constexpr int pillIconSize = 15;
 constexpr int pillMinimumWidth = 150;
@@ -65,8 +67,9 @@ MainWindow::MainWindow(AppContext& context, QWidget* parent)
     , m_context(&context)
     , m_groups(navigationGroups())
     , m_sidebar(new Sidebar(m_groups))
-    , m_stack(new QStackedWidget)
+    , m_stack(new PageStack)
     , m_tierPill(nullptr)
+    , m_prepareTimer(new QTimer(this))
 {
     setWindowTitle(QStringLiteral("Torvelane"));
     resize(1080, 700);
@@ -82,12 +85,17 @@ MainWindow::MainWindow(AppContext& context, QWidget* parent)
     frame->setContentsMargins(16, 16, 16, 16);
     frame->addWidget(m_stack);
     root->addLayout(frame, 1);
+    // Every new widget asks for its style as soon as the event loop runs. What is going to be shown gets it then anyway,
+    // and the pages that wait outside the window would get it only to get it once more when they join.
+    QCoreApplication::removePostedEvents(nullptr, QEvent::PolishRequest);
 
     m_tierPill = makeTierPill(translate("MainWindow", "Upgrade to Pro"), deployment::webBaseUrl, IconId::Sparkles,
                               pillHeight, pillIconSize, this);
     m_tierPill->setFixedHeight(pillHeight);
     m_tierPill->hide();
 
+    m_prepareTimer->setInterval(prepareIntervalMs);
+    connect(m_prepareTimer, &QTimer::timeout, this, &MainWindow::preparePage);
     connect(m_sidebar, &Sidebar::rowClicked, this, &MainWindow::selectGroup);
     connect(m_sidebar, &Sidebar::settingsClicked, this, &MainWindow::showSettingsPage);
     connect(context.tierWatcher.get(), &TierWatcher::tierChanged, this, &MainWindow::onTierChanged);
@@ -112,6 +120,7 @@ void MainWindow::buildGroups()
     for (const NavGroup& group : std::as_const(m_groups)) {
         auto* const page =
             new GroupPage(group.icon, group.title, group.subtitle, group.requiredTier, deployment::webBaseUrl);
+        page->setUserTier(m_context->tier); // first, so that no gate is built shut only to be opened
         for (const NavSection& section : group.sections) {
             QWidget* const sectionPage = createSectionPage(section, group.requiredTier);
             // A page of tweaks locks its own cards.
@@ -120,7 +129,7 @@ void MainWindow::buildGroups()
                              gatesItself ? Tier::None : std::max(section.requiredTier, group.requiredTier));
         }
         m_pages.append(page);
-        m_stack->addWidget(page);
+        m_stack->addPage(page);
     }
 }
 
@@ -132,7 +141,7 @@ void MainWindow::buildSettings()
     auto* const account = new AccountPage(m_context->auth->profile());
     connect(account, &AccountPage::signOutRequested, this, &MainWindow::requestLogout);
     page->addSection(IconId::Settings, translate("Sections", "Settings"), account, Tier::None);
-    m_settingsIndex = m_stack->addWidget(page);
+    m_settingsIndex = m_stack->addPage(page);
 }
 
 QWidget* MainWindow::createSectionPage(const NavSection& section, Tier groupTier)
@@ -162,8 +171,8 @@ void MainWindow::showSettingsPage()
 
 void MainWindow::showStackPage(int index)
 {
-    const int before = m_stack->currentIndex();
-    m_stack->setCurrentIndex(index);
+    const int before = m_stack->currentPage();
+    m_stack->setCurrentPage(index);
     // The new page at once and not one turn of the event loop later; its fade starts from the next frame.
     repaint();
     if (index != before)
@@ -186,14 +195,13 @@ void MainWindow::navigateTo(const QString& sectionKey)
 
 void MainWindow::finishWork()
 {
-    const auto pages = findChildren<SectionTweaksPage*>();
-    for (SectionTweaksPage* const page : pages)
+    for (GroupPage* const page : std::as_const(m_pages))
         page->finishWork();
 }
 
 int MainWindow::currentGroup() const
 {
-    return m_stack->currentIndex();
+    return m_stack->currentPage();
 }
 
 void MainWindow::resizeEvent(QResizeEvent* event)
@@ -204,6 +212,21 @@ void MainWindow::resizeEvent(QResizeEvent* event)
     m_tierPill->setFixedWidth(std::max(m_tierPill->sizeHint().width(), pillMinimumWidth));
     m_tierPill->move(width() - pillRightMargin - m_tierPill->width(), pillTop);
     m_tierPill->raise();
+}
+
+void MainWindow::showEvent(QShowEvent* event)
+{
+    HeroWindow::showEvent(event);
+    m_prepareTimer->start();
+}
+
+/// The window stands, and nobody waits for this.
+void MainWindow::preparePage()
+{
+    if (m_stack->joinNext())
+        return;
+    if (!std::ranges::any_of(m_pages, &GroupPage::prepareNextSection))
+        m_prepareTimer->stop();
 }
 
 void MainWindow::refreshAccount()

@@ -6,12 +6,13 @@
 #include <QList>
 
 class QPushButton;
-class QStackedWidget;
+class QTimer;
 
 namespace torvelane {
 
 class AppContext;
 class GroupPage;
+class PageStack;
 class Sidebar;
 
 /// The signed-in program: a sidebar and, beside it, one GroupPage a row. All pages are built up front; the window lives
@@ -43,12 +44,14 @@ Q_SIGNALS:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void buildGroups();
     void buildSettings();
     [[nodiscard]] QWidget* createSectionPage(const NavSection& section, Tier groupTier);
     void showStackPage(int index);
+    void preparePage();
     void refreshAccount();
     void onTierChanged(Tier tier);
     void applyTierToNav(Tier tier);
@@ -57,9 +60,10 @@ private:
     QList<NavGroup> m_groups;
     QList<GroupPage*> m_pages;
     Sidebar* m_sidebar;
-    QStackedWidget* m_stack;
+    PageStack* m_stack;
     int m_settingsIndex = -1;
     QPushButton* m_tierPill;
+    QTimer* m_prepareTimer; ///< Runs until every page has joined the window.
 };
 
 } // namespace torvelane

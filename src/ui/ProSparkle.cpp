@@ -1,11 +1,12 @@
 #include "ui/ProSparkle.h"
 
+#include "ui/FrameTimer.h"
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
+#include <QEvent>
 #include <QLinearGradient>
 #include <QPainter>
-#include <QTimer>
 
 namespace torvelane {
 
@@ -13,7 +14,6 @@ namespace {
 
 constexpr int badgeSize = 16;
 constexpr int iconSize = 14;
-constexpr int tickMs = 33;
 constexpr double phaseStart = -0.1;
 constexpr double phaseEnd = 1.1;
 constexpr double phaseStep = 0.03;
@@ -25,19 +25,17 @@ constexpr QColor glint{0xB2, 0xB9, 0xFF};
 ProSparkle::ProSparkle(QWidget* parent)
     : QWidget(parent)
     , m_mask(iconPixmap(IconId::Sparkles, palette::ink, iconSize))
-    , m_timer(new QTimer(this))
+    , m_timer(new FrameTimer(this))
     , m_phase(phaseStart)
 {
     setFixedSize(badgeSize, badgeSize);
     setAttribute(Qt::WA_TransparentForMouseEvents);
-    m_timer->setInterval(tickMs);
-    connect(m_timer, &QTimer::timeout, this, &ProSparkle::advance);
+    connect(m_timer, &FrameTimer::timeout, this, &ProSparkle::advance);
 }
 
 void ProSparkle::advance()
 {
-    // The sweep is decoration: it stands still in a window that nobody works in.
-    if (!isActiveWindow())
+    if (window()->isMinimized())
         return;
     m_phase += phaseStep;
     if (m_phase > phaseEnd)
@@ -71,13 +69,29 @@ void ProSparkle::paintEvent(QPaintEvent*)
 void ProSparkle::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    m_timer->start();
+    syncTimer();
 }
 
 void ProSparkle::hideEvent(QHideEvent* event)
 {
-    m_timer->stop();
     QWidget::hideEvent(event);
+    syncTimer();
+}
+
+void ProSparkle::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange)
+        syncTimer();
+}
+
+// The sweep is decoration: it stands still in a window that nobody works in.
+void ProSparkle::syncTimer()
+{
+    if (isVisible() && isActiveWindow())
+        m_timer->start();
+    else
+        m_timer->stop();
 }
 
 } // namespace torvelane

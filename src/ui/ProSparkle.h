@@ -3,9 +3,9 @@
 #include <QPixmap>
 #include <QWidget>
 
-class QTimer;
-
 namespace torvelane {
+
+class FrameTimer;
 
 /// A small badge with a light that sweeps across it, for rows of the highest tier. Costs nothing while hidden.
 class ProSparkle : public QWidget {
@@ -18,12 +18,14 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void advance();
+    void syncTimer();
 
     QPixmap m_mask;
-    QTimer* m_timer;
+    FrameTimer* m_timer;
     double m_phase;
 };
 

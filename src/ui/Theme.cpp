@@ -121,6 +121,13 @@ QString transparentScrollStyle()
     return verticalScrollBarRules() + scrollAreaRules();
 }
 
+void setShown(QWidget* widget, bool shown)
+{
+    const bool hidden = widget->isHidden() && widget->testAttribute(Qt::WA_WState_ExplicitShowHide);
+    if (hidden == shown)
+        widget->setVisible(shown);
+}
+
 void fadeInWidget(QWidget* widget, int durationMs)
 {
     if (!widget->isVisible())

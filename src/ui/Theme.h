@@ -54,6 +54,10 @@ void applyTheme(QApplication& application);
 /// scrollBarStyle() and a scroll area that lets the window's background through.
 [[nodiscard]] QString transparentScrollStyle();
 
+/// Shows or hides a child as QWidget::setVisible does, but leaves one alone that appears with its parent anyway: showing
+/// it would give it its style at once, out of the window.
+void setShown(QWidget* widget, bool shown);
+
 /// Lets a visible widget fade in; one that isn't visible is left alone. Replaces the widget's graphics effect while it
 /// runs.
 void fadeInWidget(QWidget* widget, int durationMs);

@@ -1,15 +1,15 @@
 #include "ui/UsernameLabel.h"
 
+#include "ui/FrameTimer.h"
 #include "ui/Theme.h"
 
+#include <QEvent>
 #include <QPainter>
-#include <QTimer>
 
 namespace torvelane {
 
 namespace {
 
-constexpr int tickMs = 33;
 constexpr double glintWidth = 0.08;
 
 QLinearGradient glint(const QRectF& area, double sheen)
@@ -29,10 +29,9 @@ QLinearGradient glint(const QRectF& area, double sheen)
 
 } // namespace
 
-UsernameLabel::UsernameLabel(QWidget* parent) : QLabel(parent), m_timer(new QTimer(this))
+UsernameLabel::UsernameLabel(QWidget* parent) : QLabel(parent), m_timer(new FrameTimer(this))
 {
-    m_timer->setInterval(tickMs);
-    connect(m_timer, &QTimer::timeout, this, &UsernameLabel::advanceSheen);
+    connect(m_timer, &FrameTimer::timeout, this, &UsernameLabel::advanceSheen);
 }
 
 void UsernameLabel::setStyle(Style style)
@@ -42,16 +41,42 @@ void UsernameLabel::setStyle(Style style)
     m_style = style;
     if (style == Style::Glint) {
         m_sheen = -0.1;
-        m_timer->start();
-    } else {
-        m_timer->stop();
     }
+    syncTimer();
     update();
+}
+
+// Like the window's background, it stands still while nobody works in the window.
+void UsernameLabel::syncTimer()
+{
+    if (m_style == Style::Glint && isVisible() && isActiveWindow())
+        m_timer->start();
+    else
+        m_timer->stop();
+}
+
+void UsernameLabel::showEvent(QShowEvent* event)
+{
+    QLabel::showEvent(event);
+    syncTimer();
+}
+
+void UsernameLabel::hideEvent(QHideEvent* event)
+{
+    QLabel::hideEvent(event);
+    syncTimer();
+}
+
+void UsernameLabel::changeEvent(QEvent* event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange)
+        syncTimer();
 }
 
 void UsernameLabel::advanceSheen()
 {
-    if (!isVisible() || window()->isMinimized())
+    if (window()->isMinimized())
         return;
     m_sheen += 0.03;
     if (m_sheen > 1.1)

@@ -2,9 +2,9 @@
 
 #include <QLabel>
 
-class QTimer;
-
 namespace torvelane {
+
+class FrameTimer;
 
 /// The user's name in the colours of the tier.
 class UsernameLabel : public QLabel {
@@ -21,13 +21,17 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void advanceSheen();
+    void syncTimer();
 
     Style m_style = Style::Plain;
     double m_sheen = -0.3;
-    QTimer* m_timer;
+    FrameTimer* m_timer;
 };
 
 } // namespace torvelane

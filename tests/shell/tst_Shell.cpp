@@ -94,6 +94,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!SimulatedPc::journal().isEmpty());
         const QPointer<MainWindow> first = bench.shell->mainWindow();
         const VisibilityWatch watch;
+        first->showSettingsPage();
         first->findChild<AccountPage*>()->findChild<QPushButton*>()->click();
 
         QVERIFY(bench.shell->loginWindow() && !bench.shell->mainWindow());
@@ -184,6 +185,7 @@ static int printTexts()
     QLocale::setDefault(QLocale(QLocale::English));
     installTranslator();
     ShellBench bench;
+    bench.shell->mainWindow()->navigateTo(u"Taskbar"_s);
     QStringList texts;
     for (const QLabel* const label : bench.shell->mainWindow()->findChildren<QLabel*>())
         texts.append(label->text());

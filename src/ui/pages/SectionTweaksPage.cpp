@@ -80,17 +80,17 @@ void runOn(QThreadPool* pool, QObject* page, Work work, Done done)
     watcher->setFuture(QtConcurrent::run(pool, work));
 }
 
-QLabel* makeLabel(const QString& objectName, const QString& text)
+QLabel* makeLabel(const QString& objectName, const QString& text, QWidget* parent)
 {
-    auto* const label = new QLabel(text);
+    auto* const label = new QLabel(text, parent);
     label->setObjectName(objectName);
     label->setTextFormat(Qt::PlainText);
     return label;
 }
 
-QLabel* makeWrappedLabel(const QString& objectName, const QString& text)
+QLabel* makeWrappedLabel(const QString& objectName, const QString& text, QWidget* parent)
 {
-    QLabel* const label = makeLabel(objectName, text);
+    QLabel* const label = makeLabel(objectName, text, parent);
     label->setWordWrap(true);
     return label;
 }
@@ -110,8 +110,7 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     , m_sectionKey(sectionKey)
     , m_picture(iconPixmap(icon, palette::accent, cardIconSize))
     , m_pageTier(pageTier)
-    , m_scrollArea(new QScrollArea)
-    , m_content(new QWidget)
+    , m_scrollArea(new QScrollArea(this))
     , m_grid(new QGridLayout)
     , m_actionButton(new QPushButton)
     , m_pool(new QThreadPool(this))
@@ -128,8 +127,11 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     m_scrollArea->viewport()->setAutoFillBackground(false);
     outer->addWidget(m_scrollArea);
 
-    m_content->setAutoFillBackground(false);
-    auto* const column = new QVBoxLayout(m_content.get());
+    // From the outside in: a widget that changes its parent takes all below it through the style once more.
+    auto* const content = new QWidget(m_scrollArea->viewport());
+    content->setAutoFillBackground(false);
+    m_scrollArea->setWidget(content);
+    auto* const column = new QVBoxLayout(content);
     column->setContentsMargins(0, 0, 6, 0);
     column->setSpacing(16);
     m_actionButton->setCursor(Qt::PointingHandCursor);
@@ -138,7 +140,7 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     connect(m_actionButton, &QPushButton::clicked, this, &SectionTweaksPage::applyAllRecommended);
     column->addWidget(m_actionButton, 0, Qt::AlignLeft);
 
-    auto* const tiles = new QWidget;
+    auto* const tiles = new QWidget(content);
     tiles->setLayout(m_grid);
     m_grid->setContentsMargins(0, 0, 0, 0);
     m_grid->setSpacing(gridSpacing);
@@ -151,7 +153,8 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
             translate(
                 "SectionTweaksPage",
                 "No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, "
-                "services, file cleanup) are added in their own phase — nothing here is faked.")));
+                "services, file cleanup) are added in their own phase — nothing here is faked."),
+            content));
     }
     column->addStretch();
     refreshActionButton();
@@ -182,8 +185,6 @@ int SectionTweaksPage::columnsFor(int viewportWidth)
 void SectionTweaksPage::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    if (m_content)
-        m_scrollArea->setWidget(m_content.release());
     layOutCards();
 }
 
@@ -248,10 +249,10 @@ TweakCard* SectionTweaksPage::buildCard(const TweakDefinition& tweak, bool appli
     auto* const column = new QVBoxLayout(card);
     column->setContentsMargins(16, 13, 16, 12);
     column->setSpacing(7);
-    QWidget* const content = buildContent(tweak);
+    QWidget* const content = buildContent(card, tweak);
     column->addWidget(content);
     column->addStretch();
-    auto* const divider = new QFrame;
+    auto* const divider = new QFrame(card);
     divider->setObjectName(QStringLiteral("Divider"));
     divider->setFixedHeight(1);
     column->addWidget(divider);
@@ -259,7 +260,7 @@ TweakCard* SectionTweaksPage::buildCard(const TweakDefinition& tweak, bool appli
     row->setContentsMargins(0, 4, 0, 0);
     column->addLayout(row);
     if (isAvailable(tweak)) {
-        addSwitchRow(row, tweak, applied);
+        addSwitchRow(card, row, tweak, applied);
     } else {
         auto* const blur = new QGraphicsBlurEffect(content);
         blur->setBlurRadius(lockedBlurRadius);
@@ -279,19 +280,19 @@ TweakCard* SectionTweaksPage::buildCard(const TweakDefinition& tweak, bool appli
     return card;
 }
 
-QWidget* SectionTweaksPage::buildContent(const TweakDefinition& tweak)
+QWidget* SectionTweaksPage::buildContent(QWidget* card, const TweakDefinition& tweak)
 {
-    auto* const content = new QWidget;
+    auto* const content = new QWidget(card);
     auto* const column = new QVBoxLayout(content);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(7);
     auto* const row = new QHBoxLayout;
     row->setSpacing(9);
-    auto* const picture = new QLabel;
+    auto* const picture = new QLabel(content);
     picture->setFixedWidth(20);
     picture->setPixmap(m_picture);
     row->addWidget(picture, 0, Qt::AlignTop);
-    row->addWidget(makeWrappedLabel(QStringLiteral("TweakTitle"), tweak.name), 1);
+    row->addWidget(makeWrappedLabel(QStringLiteral("TweakTitle"), tweak.name, content), 1);
     column->addLayout(row);
 
     QString text = tweak.description;
@@ -299,18 +300,19 @@ QWidget* SectionTweaksPage::buildContent(const TweakDefinition& tweak)
         text = tweak.warning;
     if (text.isEmpty())
         text = translate("SectionTweaksPage", "Reversible system tweak — apply and revert safely at any time.");
-    column->addWidget(makeWrappedLabel(QStringLiteral("TweakDesc"), text));
+    column->addWidget(makeWrappedLabel(QStringLiteral("TweakDesc"), text, content));
     return content;
 }
 
-void SectionTweaksPage::addSwitchRow(QHBoxLayout* row, const TweakDefinition& tweak, bool applied)
+void SectionTweaksPage::addSwitchRow(QWidget* card, QHBoxLayout* row, const TweakDefinition& tweak, bool applied)
 {
     const bool warns = !tweak.warning.isEmpty();
-    QLabel* const tag = warns ? makeLabel(QStringLiteral("WarnTag"), translate("SectionTweaksPage", "⚠ Warning"))
-                              : makeLabel(QStringLiteral("OkTag"), translate("SectionTweaksPage", "✓ No warnings"));
+    QLabel* const tag = warns
+        ? makeLabel(QStringLiteral("WarnTag"), translate("SectionTweaksPage", "⚠ Warning"), card)
+        : makeLabel(QStringLiteral("OkTag"), translate("SectionTweaksPage", "✓ No warnings"), card);
     if (warns)
         tag->setToolTip(richTooltip(tweak.warning));
-    auto* const toggle = new ToggleSwitch;
+    auto* const toggle = new ToggleSwitch(card);
     toggle->setOn(applied, false);
     toggle->setAccessibleName(tweak.name);
     toggle->setAccessibleDescription(tweak.warning);
@@ -449,7 +451,7 @@ void SectionTweaksPage::refreshActionButton()
 {
     const Division division = divide();
     const bool anything = !division.applied.isEmpty() || !division.notApplied.isEmpty();
-    m_actionButton->setVisible(isBatchOpen() && anything);
+    setShown(m_actionButton, isBatchOpen() && anything);
     const bool allApplied = division.notApplied.isEmpty() && !division.applied.isEmpty();
     m_actionButton->setText(allApplied ? translate("SectionTweaksPage", "Revert all")
                                        : translate("SectionTweaksPage", "Apply all"));
@@ -496,6 +498,7 @@ void SectionTweaksPage::refreshBackdrop()
     viewport->setPalette(colors);
     viewport->setAutoFillBackground(true);
     viewport->update();
+    hero->addCover(viewport);
 }
 
 } // namespace torvelane

@@ -9,8 +9,6 @@
 #include <QSet>
 #include <QWidget>
 
-#include <memory>
-
 class QGridLayout;
 class QHBoxLayout;
 class QPushButton;
@@ -70,8 +68,8 @@ private:
     void buildCards();
     void rebuildCards();
     [[nodiscard]] TweakCard* buildCard(const TweakDefinition& tweak, bool applied);
-    [[nodiscard]] QWidget* buildContent(const TweakDefinition& tweak);
-    void addSwitchRow(QHBoxLayout* row, const TweakDefinition& tweak, bool applied);
+    [[nodiscard]] QWidget* buildContent(QWidget* card, const TweakDefinition& tweak);
+    void addSwitchRow(QWidget* card, QHBoxLayout* row, const TweakDefinition& tweak, bool applied);
     void addLockedRow(QHBoxLayout* row, const TweakDefinition& tweak);
     void layOutCards();
 
@@ -96,9 +94,6 @@ private:
     Tier m_pageTier;
     Tier m_builtTier = Tier::None;
     QScrollArea* m_scrollArea = nullptr;
-    /// What the area scrolls; null once the area has it. It isn't given it before the page is first going to be shown:
-    /// style sheets make it dear to lie in a window, and to get into one step by step.
-    std::unique_ptr<QWidget> m_content;
     QGridLayout* m_grid = nullptr;
     QList<TweakCard*> m_cards;
     QHash<QString, ToggleSwitch*> m_switches; ///< Only of cards that aren't locked.
