@@ -24,23 +24,16 @@ namespace torvelane::test {
 /// counts as 0), texts with one terminator, and every type that it has no kind for as REG_BINARY.
 [[nodiscard]] inline MachineValue asRestored(MachineValue value)
 {
-    switch (value.type) {
-    case platform::regDword:
-    case platform::regQword: {
+    if (value.type == platform::regDword || value.type == platform::regQword) {
         const qsizetype sizeBytes = value.type == platform::regDword ? 4 : 8;
         value.data = value.data.size() < sizeBytes ? QByteArray(sizeBytes, '\0') : value.data.first(sizeBytes);
-        break;
-    }
-    case platform::regSz:
-    case platform::regExpandSz:
+    } else if (value.type == platform::regSz || value.type == platform::regExpandSz) {
         value.data.truncate(value.data.size() / 2 * 2);
         while (value.data.endsWith(QByteArray(2, '\0')))
             value.data.chop(2);
         value.data.append(2, '\0');
-        break;
-    default:
+    } else {
         value.type = platform::regBinary;
-        break;
     }
     return value;
 }

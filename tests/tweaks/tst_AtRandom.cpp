@@ -9,7 +9,6 @@
 
 #include <QDeadlineTimer>
 #include <QFile>
-#include <QHash>
 #include <QJsonDocument>
 #include <QRandomGenerator>
 #include <QTest>
@@ -70,14 +69,12 @@ private:
     QJsonValue json(int depth = 0)
     {
         static const QJsonArray telling{QJsonValue::Null, true, -1, 0.5, 4294967296.0, 18446744073709551616.0, 1e308};
-        switch (below(depth < 4 ? 5 : 3)) {
+        switch (below(depth < 4 ? 4 : 2)) {
         case 0:
             return telling.at(below(int(telling.size())));
         case 1:
-            return static_cast<double>(m_random.generate64());
-        case 2:
             return text(12);
-        case 3:
+        case 2:
             return oneIn(3) ? QJsonArray() : QJsonArray{json(depth + 1), json(depth + 1)};
         default:
             return oneIn(3) ? QJsonObject() : QJsonObject{{text(8), json(depth + 1)}, {text(8), json(depth + 1)}};
@@ -138,7 +135,6 @@ private Q_SLOTS:
     {
         TweakCatalog catalog;
         QList<std::shared_ptr<RegistryTweak>> order = registryTweaks(catalog);
-        QCOMPARE_GE(order.size(), 150);
         for (int round = 0; round < (fullRun() ? 40 : 4); ++round) {
             const bool lastFirst = round % 2 == 1;
             m_machine.reset();
@@ -236,8 +232,7 @@ private Q_SLOTS:
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(document({{u"apiBaseUrl"_s, mostly(text(20))},
                                  {u"autoStart"_s, mostly(true)},
-                                 {u"heartbeatIntervalMs"_s, json()},
-                                 {u"lastEmail"_s, mostly(text(20))}}));
+                                 {u"heartbeatIntervalMs"_s, json()}}));
             file.close();
             AppConfig loaded;
             loaded.load();

@@ -97,7 +97,6 @@ private Q_SLOTS:
         QVERIFY(apply(u"two"_s, Tier::Free));
         QVERIFY(number(u"A"_s) == 1 && number(u"B"_s) == 1);
         QCOMPARE(engine().appliedIds(), QStringList(u"two"_s));
-        QCOMPARE(selection(), u"two"_s);
 
         // Once more is no change of anything but the choice; above all the first capture stays.
         const QStringList row = stateSql(u"SELECT * FROM tweak_state"_s);
@@ -106,21 +105,15 @@ private Q_SLOTS:
         QCOMPARE(stateSql(u"SELECT * FROM tweak_state"_s), row);
         QCOMPARE(selection(), u"two"_s);
 
-        QVERIFY(revert(u"two"_s));
+        QVERIFY(revert(u"two"_s) && revert(u"two"_s));
         QCOMPARE(scratchImage(), before);
-        QCOMPARE(rows(), QStringList(u"two reverted"_s));
-        QCOMPARE(selection(), QString());
-        QVERIFY(revert(u"two"_s));
+        QCOMPARE(rows() + QStringList(selection()), QStringList({u"two reverted"_s, QString()}));
         QCOMPARE(m_signalled, QStringList({u"+ two"_s, u"- two"_s}));
     }
 
     void refusedApplies()
     {
-        const struct {
-            QString id;
-            Tier tier;
-            QString message;
-        } cases[] = {
+        const std::tuple<QString, Tier, QString> cases[] = {
             {u"TWO"_s, Tier::Pro, u"Unknown tweak id"_s},
             {u"pro"_s, Tier::Premium, u"Requires the pro tier"_s},
             {u"two"_s, Tier::None, u"Requires the free tier"_s},
@@ -147,7 +140,7 @@ private Q_SLOTS:
         engine().setClock([&] { return nowMs; });
         engine().setRestorePointMaker([&](const QString& description, QString* error) {
             triedAt.append(nowMs);
-            *error = u"switched off"_s;
+            *error = u"off"_s;
             return triedAt.size() > 1 && description == u"Torvelane: before applying 2 tweak(s)";
         });
         QVERIFY(apply(u"once"_s));
@@ -157,21 +150,7 @@ private Q_SLOTS:
         }
         QCOMPARE(triedAt, QList<qint64>({5000, 605001, 1205002}));
         QCOMPARE(logged().filter(u"restore point"_s),
-                 QStringList(u"[WARN] engine: Proceeding without restore point: switched off"_s));
-    }
-
-    /// Success, unless it can't be told whether there is something.
-    void revertWithoutAnythingToRevert()
-    {
-        m_bench->store.setSelected(u"two"_s, true);
-        QVERIFY(revert(u"two"_s, false));
-        QCOMPARE(selection(), u"two"_s);
-        QVERIFY(revert(u"two"_s));
-        QCOMPARE(selection(), QString());
-        QCOMPARE(m_signalled, QStringList());
-        stateSql(u"ALTER TABLE tweak_state RENAME TO lost"_s);
-        QVERIFY(!revert(u"two"_s));
-        QCOMPARE(m_error, u"Could not read the original value (state store)"_s);
+                 QStringList(u"[WARN] engine: Proceeding without restore point: off"_s));
     }
 
     /// The row may hold the only originals: it is neither captured over nor forgotten.
@@ -227,10 +206,7 @@ private Q_SLOTS:
     {
         QVERIFY(apply(u"one"_s) && apply(u"pro"_s) && apply(u"both"_s) && apply(u"two"_s));
         stateSql(u"UPDATE tweak_state SET tweak_id='dropped', required_tier='premium' WHERE tweak_id='two'"_s);
-        const std::pair<Tier, QString> falls[] = {{Tier::Pro, u"both dropped one pro"_s},
-                                                  {Tier::Premium, u"both dropped one"_s},
-                                                  {Tier::Free, u"both one"_s},
-                                                  {Tier::None, u"both"_s}};
+        const std::pair<Tier, QString> falls[] = {{Tier::Premium, u"both dropped one"_s}, {Tier::None, u"both"_s}};
         for (const auto& [tier, left] : falls) {
             engine().revertAboveTier(tier);
             QStringList applied = engine().appliedIds();
