@@ -17,7 +17,6 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QVBoxLayout>
 #include <QWheelEvent>
 #include <QWindow>
 
@@ -51,13 +50,17 @@ void turnWheel(QWidget* over, int delta)
     QApplication::sendEvent(over, &event);
 }
 
-/// The ink on a coarse grid, which is indifferent to the width of a line, as a vector of length 1: the product of two is
-/// close to 1 for drawings that look alike. Empty without ink.
-using Coverage = std::vector<double>;
+/// The ink on a coarse grid, which is indifferent to the width of a line.
+using Coverage = QList<double>;
 
+/// Close to 1 for drawings that look alike, 0 if one of them is blank.
 double likeness(const Coverage& a, const Coverage& b)
 {
-    return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
+    const auto product = [](const Coverage& x, const Coverage& y) {
+        return std::inner_product(x.begin(), x.end(), y.begin(), 0.0);
+    };
+    const double lengths = std::sqrt(product(a, a) * product(b, b));
+    return lengths > 0 ? product(a, b) / lengths : 0.0;
 }
 
 Coverage coverageOf(int icon, bool fallback)
@@ -76,12 +79,7 @@ Coverage coverageOf(int icon, bool fallback)
     const QImage grid = image.scaled(12, 12, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     Coverage coverage;
     for (int cell = 0; cell < 144; ++cell)
-        coverage.push_back(qAlpha(grid.pixel(cell % 12, cell / 12)));
-    const double length = std::sqrt(likeness(coverage, coverage));
-    if (length == 0)
-        return {};
-    for (double& ink : coverage)
-        ink /= length;
+        coverage.append(qAlpha(grid.pixel(cell % 12, cell / 12)));
     return coverage;
 }
 
@@ -218,19 +216,14 @@ private Q_SLOTS:
         // Set right in the middle, as when a change turns out to have failed: the running animation must not go on.
         toggle.setOn(true, false);
         QCOMPARE(toggle.knobPos(), 1.0);
-        toggle.setOn(false, true);
-        QTRY_COMPARE(toggle.knobPos(), 0.0);
     }
 
     void ringFollowsTheKeyboardOnly()
     {
         const FocusRing ring;
         auto* const page = new QWidget;
-        auto* const first = new QPushButton;
-        auto* const second = new ToggleSwitch;
-        auto* const column = new QVBoxLayout(page);
-        column->addWidget(first);
-        column->addWidget(second);
+        auto* const first = new QPushButton(page);
+        auto* const second = new ToggleSwitch(page);
         showActive(*page);
         QTest::mouseClick(first, Qt::LeftButton);
         QVERIFY(!ring.target());
@@ -266,18 +259,16 @@ private Q_SLOTS:
             resources.append(coverageOf(icon, false));
         for (int icon = 0; icon < iconCount; ++icon) {
             const Coverage drawing = coverageOf(icon, true);
-            QCOMPARE(drawing.empty(), static_cast<IconId>(icon) == IconId::Sparkles);
-            QCOMPARE(resources.at(icon).empty(), static_cast<IconId>(icon) == IconId::Unnamed);
-            if (drawing.empty() || resources.at(icon).empty())
-                continue;
-            const auto isCloser = [&](const Coverage& a, const Coverage& b) {
-                return likeness(a, drawing) < likeness(b, drawing);
-            };
-            QCOMPARE(std::ranges::max_element(resources, isCloser) - resources.begin(), icon);
-            QCOMPARE_GE(likeness(resources.at(icon), drawing), 0.95);
+            // One has only its drawing, and one only its resource.
+            const bool isPair =
+                static_cast<IconId>(icon) != IconId::Unnamed && static_cast<IconId>(icon) != IconId::Sparkles;
+            QCOMPARE(likeness(resources.at(icon), drawing) > 0.95, isPair);
+            for (int other = 0; isPair && other < iconCount; ++other)
+                QVERIFY(other == icon
+                        || likeness(resources.at(other), drawing) < likeness(resources.at(icon), drawing));
         }
         for (const int outside : {-1, iconCount})
-            QVERIFY(coverageOf(outside, false).empty() && coverageOf(outside, true).empty());
+            QCOMPARE(likeness(coverageOf(outside, false), coverageOf(outside, true)), 0.0);
     }
 
     void pixmapFillsTheScreensPixels()
