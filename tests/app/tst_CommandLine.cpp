@@ -6,8 +6,6 @@
 #include <QProcess>
 #include <QTest>
 
-#include <memory>
-
 using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
@@ -22,7 +20,7 @@ class tst_CommandLine : public QObject {
 private Q_SLOTS:
     void init()
     {
-        m_machine = std::make_unique<TestMachine>();
+        m_machine.emplace();
         m_before = TestMachine::image();
     }
 
@@ -117,7 +115,7 @@ private:
         return QString::fromUtf8(program.readAllStandardOutput()).remove(u'\r') + QString::number(program.exitCode());
     }
 
-    std::unique_ptr<TestMachine> m_machine;
+    std::optional<TestMachine> m_machine;
     MachineImage m_before;
 };
 

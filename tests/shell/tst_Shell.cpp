@@ -15,7 +15,6 @@
 #include <QPointer>
 #include <QProcess>
 #include <QPushButton>
-#include <QTest>
 
 #include <cstdio>
 
