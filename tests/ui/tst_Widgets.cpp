@@ -208,7 +208,7 @@ private Q_SLOTS:
         toggle.setOn(true, true);
         QCOMPARE(toggle.knobPos(), 1.0);
 
-        page.show();
+        showActive(page);
         toggle.setOn(false, true);
         QCOMPARE(toggle.knobPos(), 1.0);
         QTRY_VERIFY(toggle.knobPos() > 0.0 && toggle.knobPos() < 1.0);
