@@ -1,8 +1,10 @@
 #include "ui/GroupPage.h"
 #include "ui/MainWindow.h"
 #include "ui/Theme.h"
+#include "ui/ToggleSwitch.h"
 #include "ui/WindowBench.h"
 #include "ui/pages/AccountPage.h"
+#include "ui/pages/SectionTweaksPage.h"
 #include "ui/pages/TweakCard.h"
 
 #include <QAccessible>
@@ -89,6 +91,20 @@ private Q_SLOTS:
             bench.window.navigateTo(tweak.section);
             QVERIFY2(named<TweakCard>(*bench.section(), tweak.name), qPrintable(tweak.id));
         }
+    }
+
+    /// None is in the window when it first stands, all are soon after, and each knows what has happened meanwhile.
+    void pagesJoinTheWindow()
+    {
+        MainBench bench({registryEntry("a", R"(, "requiredTier": "pro")")});
+        const auto pages = [&] { return bench.window.findChildren<SectionTweaksPage*>().size(); };
+        QVERIFY(pages() < 3);
+        bench.setTier(Tier::Free);
+        QTRY_COMPARE(pages(), 21);
+        QCOMPARE(bench.place(), u"Home"_s);
+        bench.window.navigateTo(u"Explorer"_s);
+        QVERIFY(named<TweakCard>(*bench.section(), u"a"_s)->isVisible());
+        QVERIFY(!named<ToggleSwitch>(*bench.section(), u"a"_s));
     }
 
     void tierChangesInQuickSuccession()
