@@ -1,23 +1,27 @@
 #include "ui/FrameTimer.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QPointer>
 #include <QTimer>
+#include <QWidget>
 
 namespace torvelane {
 
 namespace {
 
 int active = 0;
+int beats = 0;
 
 /// Goes with the application.
-QTimer* beat()
+QTimer* commonTimer()
 {
     static QPointer<QTimer> timer;
     if (!timer) {
         timer = new QTimer(QCoreApplication::instance());
         timer->setInterval(FrameTimer::intervalMs);
         timer->setTimerType(Qt::PreciseTimer);
+        QObject::connect(timer, &QTimer::timeout, [] { ++beats; });
     }
     return timer;
 }
@@ -28,8 +32,8 @@ void FrameTimer::start()
 {
     if (isActive())
         return;
-    QTimer* const timer = beat();
-    m_beat = connect(timer, &QTimer::timeout, this, &FrameTimer::timeout);
+    QTimer* const timer = commonTimer();
+    m_beat = connect(timer, &QTimer::timeout, this, &FrameTimer::beat);
     if (++active == 1)
         timer->start();
 }
@@ -41,7 +45,60 @@ void FrameTimer::stop()
     disconnect(m_beat);
     m_beat = {};
     if (--active == 0)
-        beat()->stop();
+        commonTimer()->stop();
+}
+
+void FrameTimer::follow(QWidget* widget)
+{
+    unfollow();
+    m_followed = widget;
+    widget->installEventFilter(this);
+    adapt();
+}
+
+void FrameTimer::unfollow()
+{
+    if (m_followed)
+        m_followed->removeEventFilter(this);
+    m_followed = nullptr;
+    stop();
+}
+
+bool FrameTimer::eventFilter(QObject*, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::Show:
+    case QEvent::WindowActivate:
+    case QEvent::WindowDeactivate:
+    case QEvent::Paint: // of a window that was minimised
+        adapt();
+        break;
+    case QEvent::Hide:
+        stop();
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+void FrameTimer::beat()
+{
+    if (beats % m_everyNth != 0)
+        return;
+    // Not every system deactivates what it minimises.
+    if (m_followed && m_followed->window()->isMinimized())
+        stop();
+    else
+        Q_EMIT timeout();
+}
+
+void FrameTimer::adapt()
+{
+    if (m_followed->isVisible() && m_followed->isActiveWindow())
+        start();
+    else
+        stop();
 }
 
 } // namespace torvelane

@@ -19,8 +19,8 @@ namespace {
 // In this time no glow changes any colour by more than one step, so that composing the background, and repainting all
 // that lies on it, more often would show nobody anything.
 constexpr qint64 bakeIntervalMs = 396;
-// A star is drawn anew when its light has changed by this much, of 1. Its brightest pixel then changes by four of 255.
-constexpr double twinkleStep = 0.016;
+// A star is drawn anew when its light has changed by this much, of 1. Its brightest pixel then changes by six of 255.
+constexpr double twinkleStep = 0.024;
 constexpr int resizeSettleMs = 110;
 constexpr int scrollPauseMs = 150;
 constexpr int movePauseMs = 150;
@@ -205,7 +205,7 @@ QTimer* singleShot(QObject* parent, int intervalMs)
 
 HeroWindow::HeroWindow(QWidget* parent)
     : QWidget(parent)
-    , m_repaintTimer(new FrameTimer(this))
+    , m_repaintTimer(new FrameTimer(this, 2)) // stars move by a pixel a second
     , m_rebuildTimer(singleShot(this, resizeSettleMs))
     , m_scrollTimer(singleShot(this, scrollPauseMs))
     , m_moveTimer(singleShot(this, movePauseMs))

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QIconEngine>
 #include <QPainter>
+#include <QPixmapCache>
 #include <QSvgRenderer>
 
 #include <array>
@@ -82,6 +83,12 @@ private:
 QPixmap iconPixmap(IconId id, const QColor& color, int size)
 {
     const qreal ratio = screenRatio();
+    // Rows and tabs ask for theirs again at each click.
+    const QString key = QStringLiteral("icon %1 %2 %3 %4")
+                            .arg(static_cast<int>(id))
+                            .arg(color.name(), QString::number(size), QString::number(ratio));
+    if (QPixmap known; QPixmapCache::find(key, &known))
+        return known;
     const int side = static_cast<int>(std::round(size * ratio));
     QPixmap pixmap(side, side);
     pixmap.fill(Qt::transparent);
@@ -92,6 +99,8 @@ QPixmap iconPixmap(IconId id, const QColor& color, int size)
         painter.scale(size / 24.0, size / 24.0);
         drawFallbackIcon(painter, id, QColor(color.rgb()));
     }
+    painter.end();
+    QPixmapCache::insert(key, pixmap);
     return pixmap;
 }
 

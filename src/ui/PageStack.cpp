@@ -1,8 +1,24 @@
 #include "ui/PageStack.h"
 
+#include <QPixmap>
+#include <QRegion>
+
 #include <algorithm>
 
 namespace torvelane {
+
+namespace {
+
+/// Lays out a page that isn't shown. Qt does that for whoever wants a picture of it, be it one of a single pixel; left
+/// undone, it would fall on the first frame of somebody's fade.
+void layOut(QWidget& page)
+{
+    page.resize(page.parentWidget()->size());
+    QPixmap pixel(1, 1);
+    page.render(&pixel, QPoint(), QRegion(0, 0, 1, 1), QWidget::RenderFlags());
+}
+
+} // namespace
 
 PageStack::PageStack(QWidget* parent) : QStackedWidget(parent) { }
 
@@ -31,6 +47,7 @@ QWidget* PageStack::joinNext()
     if (waiting == m_pages.end())
         return nullptr;
     join(*waiting);
+    layOut(*waiting->widget);
     return waiting->widget;
 }
 

@@ -4,7 +4,6 @@
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
-#include <QEvent>
 #include <QLinearGradient>
 #include <QPainter>
 
@@ -16,7 +15,7 @@ constexpr int badgeSize = 16;
 constexpr int iconSize = 14;
 constexpr double phaseStart = -0.1;
 constexpr double phaseEnd = 1.1;
-constexpr double phaseStep = 0.03;
+constexpr double phaseStep = 0.06; // a pixel
 constexpr double glintHalfWidth = 0.18;
 constexpr QColor glint{0xB2, 0xB9, 0xFF};
 
@@ -25,18 +24,17 @@ constexpr QColor glint{0xB2, 0xB9, 0xFF};
 ProSparkle::ProSparkle(QWidget* parent)
     : QWidget(parent)
     , m_mask(iconPixmap(IconId::Sparkles, palette::ink, iconSize))
-    , m_timer(new FrameTimer(this))
+    , m_timer(new FrameTimer(this, 2))
     , m_phase(phaseStart)
 {
     setFixedSize(badgeSize, badgeSize);
     setAttribute(Qt::WA_TransparentForMouseEvents);
     connect(m_timer, &FrameTimer::timeout, this, &ProSparkle::advance);
+    m_timer->follow(this);
 }
 
 void ProSparkle::advance()
 {
-    if (window()->isMinimized())
-        return;
     m_phase += phaseStep;
     if (m_phase > phaseEnd)
         m_phase = phaseStart;
@@ -64,34 +62,6 @@ void ProSparkle::paintEvent(QPaintEvent*)
     }
     QPainter painter(this);
     painter.drawPixmap(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), tinted);
-}
-
-void ProSparkle::showEvent(QShowEvent* event)
-{
-    QWidget::showEvent(event);
-    syncTimer();
-}
-
-void ProSparkle::hideEvent(QHideEvent* event)
-{
-    QWidget::hideEvent(event);
-    syncTimer();
-}
-
-void ProSparkle::changeEvent(QEvent* event)
-{
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange)
-        syncTimer();
-}
-
-// The sweep is decoration: it stands still in a window that nobody works in.
-void ProSparkle::syncTimer()
-{
-    if (isVisible() && isActiveWindow())
-        m_timer->start();
-    else
-        m_timer->stop();
 }
 
 } // namespace torvelane

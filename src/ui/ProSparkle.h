@@ -16,13 +16,9 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
 private:
     void advance();
-    void syncTimer();
 
     QPixmap m_mask;
     FrameTimer* m_timer;

@@ -10,8 +10,10 @@
 
 #include <QButtonGroup>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QStyleOption>
 #include <QVBoxLayout>
 
 namespace torvelane {
@@ -148,6 +150,32 @@ QWidget* Sidebar::makeAccountCard()
     connect(gear, &QPushButton::clicked, this, &Sidebar::settingsClicked);
     row->addWidget(gear);
     return card;
+}
+
+bool Sidebar::event(QEvent* event)
+{
+    const bool handled = QFrame::event(event);
+    if (event->type() == QEvent::Polish || event->type() == QEvent::StyleChange) {
+        setAttribute(Qt::WA_StyledBackground, false); // paintEvent() does it
+        m_backdrop = {};
+    }
+    return handled;
+}
+
+/// As the style sheet says, but from a picture: else its gradient would be worked out for every star that twinkles behind.
+void Sidebar::paintEvent(QPaintEvent*)
+{
+    const qreal ratio = devicePixelRatioF();
+    if (const QSize wanted = (QSizeF(size()) * ratio).toSize(); m_backdrop.size() != wanted) {
+        m_backdrop = QPixmap(wanted);
+        m_backdrop.setDevicePixelRatio(ratio);
+        m_backdrop.fill(Qt::transparent);
+        QPainter painter(&m_backdrop);
+        QStyleOption option;
+        option.initFrom(this);
+        style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, this);
+    }
+    QPainter(this).drawPixmap(0, 0, m_backdrop);
 }
 
 void Sidebar::setCurrentRow(int index)

@@ -4,6 +4,7 @@
 
 #include <QFrame>
 #include <QList>
+#include <QPixmap>
 
 class QBoxLayout;
 class QButtonGroup;
@@ -35,6 +36,10 @@ Q_SIGNALS:
     void rowClicked(int index);
     void settingsClicked();
 
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
 private:
     [[nodiscard]] QWidget* makeNavigation();
     void addRow(QVBoxLayout* column, const NavGroup& group, int index);
@@ -47,6 +52,7 @@ private:
     AvatarLabel* m_avatar = nullptr;
     UsernameLabel* m_userName = nullptr;
     QLabel* m_email = nullptr;
+    QPixmap m_backdrop;
 };
 
 } // namespace torvelane

@@ -3,7 +3,6 @@
 #include "ui/FrameTimer.h"
 #include "ui/Theme.h"
 
-#include <QEvent>
 #include <QPainter>
 
 namespace torvelane {
@@ -41,43 +40,15 @@ void UsernameLabel::setStyle(Style style)
     m_style = style;
     if (style == Style::Glint) {
         m_sheen = -0.1;
+        m_timer->follow(this);
+    } else {
+        m_timer->unfollow();
     }
-    syncTimer();
     update();
-}
-
-// Like the window's background, it stands still while nobody works in the window.
-void UsernameLabel::syncTimer()
-{
-    if (m_style == Style::Glint && isVisible() && isActiveWindow())
-        m_timer->start();
-    else
-        m_timer->stop();
-}
-
-void UsernameLabel::showEvent(QShowEvent* event)
-{
-    QLabel::showEvent(event);
-    syncTimer();
-}
-
-void UsernameLabel::hideEvent(QHideEvent* event)
-{
-    QLabel::hideEvent(event);
-    syncTimer();
-}
-
-void UsernameLabel::changeEvent(QEvent* event)
-{
-    QLabel::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange)
-        syncTimer();
 }
 
 void UsernameLabel::advanceSheen()
 {
-    if (window()->isMinimized())
-        return;
     m_sheen += 0.03;
     if (m_sheen > 1.1)
         m_sheen = -0.1;

@@ -21,13 +21,9 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
 private:
     void advanceSheen();
-    void syncTimer();
 
     Style m_style = Style::Plain;
     double m_sheen = -0.3;
