@@ -2,9 +2,11 @@
 #include "ui/AppDialog.h"
 #include "ui/ChromeWindow.h"
 #include "ui/FocusRing.h"
+#include "ui/FrameTimer.h"
 #include "ui/HeroWindow.h"
 #include "ui/Icons.h"
 #include "ui/SmoothScroller.h"
+#include "ui/UsernameLabel.h"
 #include "ui/WindowBench.h"
 #include "ui/WindowButton.h"
 
@@ -93,17 +95,23 @@ private Q_SLOTS:
     void animationRunsOnlyWhileLookedAt()
     {
         ShownWindow shown;
+        auto* const name = new UsernameLabel(shown.hero);
+        name->setStyle(UsernameLabel::Style::Glint);
+        name->show();
+        const auto* const glint = name->findChild<FrameTimer*>();
         QWidget other;
-        const std::function<void()> waysToLookAway[] = {
-            [&] { shown.window.hide(); },
-            [&] { shown.window.showMinimized(); },
-            [&] { showActive(other); },
-            [&] { shown.window.move(shown.window.pos() + QPoint(30, 20)); },
+        // A window that is only being moved is still looked at: just its background waits.
+        const std::pair<std::function<void()>, bool> waysToLookAway[] = {
+            {[&] { shown.window.hide(); }, true},
+            {[&] { shown.window.showMinimized(); }, true},
+            {[&] { showActive(other); }, true},
+            {[&] { shown.window.move(shown.window.pos() + QPoint(30, 20)); }, false},
         };
-        for (const auto& lookAway : waysToLookAway) {
-            QTRY_VERIFY(shown.hero->isAnimating());
+        for (const auto& [lookAway, stopsAll] : waysToLookAway) {
+            QTRY_VERIFY(shown.hero->isAnimating() && glint->isActive());
             lookAway();
             QTRY_VERIFY(!shown.hero->isAnimating());
+            QTRY_COMPARE(glint->isActive(), !stopsAll);
             showActive(other);
             other.close();
             shown.window.showNormal();
