@@ -165,6 +165,8 @@ bool run(QWidget* parent, const Content& content)
     fade->setEasingCurve(QEasingCurve::OutCubic);
     fade->setStartValue(0.0);
     fade->setEndValue(1.0);
+    // Wine takes a new opacity into account only when the window is painted anew.
+    QObject::connect(fade, &QAbstractAnimation::finished, dialog, qOverload<>(&QWidget::update));
     fade->start(QAbstractAnimation::DeleteWhenStopped);
     const bool accepted = dialog->exec() == QDialog::Accepted;
     delete dialog;

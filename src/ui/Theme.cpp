@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QPropertyAnimation>
 #include <QScreen>
+#include <QToolTip>
 #include <QWidget>
 
 namespace torvelane {
@@ -79,6 +80,7 @@ void applyTheme(QApplication& application)
 {
     QApplication::setPalette(applicationPalette());
     QApplication::setFont(bodyFont(14, QFont::Normal));
+    QToolTip::setFont(bodyFont(13, QFont::Normal)); // The system has one of its own for them.
     QApplication::setEffectEnabled(Qt::UI_FadeTooltip, true);
     QApplication::setEffectEnabled(Qt::UI_AnimateTooltip, false);
     application.setStyleSheet(globalStyleSheet(families().body, families().display));
