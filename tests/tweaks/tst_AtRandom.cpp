@@ -81,16 +81,29 @@ private:
         }
     }
 
-    /// Mostly well-formed; sometimes damaged, cut, or no JSON at all.
+    /// Mostly well-formed; sometimes damaged, cut, or no JSON at all. Where the values are stays what it was, or the damage
+    /// would name a neighbour of the scratch key.
     QByteArray document(const QJsonObject& object)
     {
         QByteArray data = QJsonDocument(object).toJson(QJsonDocument::Compact);
+        const QByteArray key = scratchKey.toUtf8().replace("\\", "\\\\");
+        const auto isPlace = [&](qsizetype at) {
+            for (const QByteArray& place : {key, QByteArray("HKCU")}) {
+                const qsizetype found = data.indexOf(place, std::max<qsizetype>(0, at - place.size() + 1));
+                if (found >= 0 && found <= at)
+                    return true;
+            }
+            return false;
+        };
         if (oneIn(8))
             return bytes(400);
         if (oneIn(4))
             data.truncate(below(int(data.size()) + 1));
-        for (int i = oneIn(4) ? below(10) : 0; i > 0 && !data.isEmpty(); --i)
-            data[below(int(data.size()))] = static_cast<char>(below(256));
+        for (int i = oneIn(4) ? below(10) : 0; i > 0 && !data.isEmpty(); --i) {
+            const int at = below(int(data.size()));
+            if (!isPlace(at))
+                data[at] = static_cast<char>(below(256));
+        }
         return data;
     }
 
