@@ -6,12 +6,12 @@
 #include "account/AuthService.h"
 #include "app/AppContext.h"
 #include "platform/simulated/SimulatedPc.h"
-#include "ui/ChromeWindow.h"
-#include "ui/MainWindow.h"
-#include "ui/Navigation.h"
-#include "ui/SmoothScroller.h"
-#include "ui/Theme.h"
+#include "ui/main/MainWindow.h"
+#include "ui/main/Navigation.h"
 #include "ui/pages/SectionTweaksPage.h"
+#include "ui/theme/Theme.h"
+#include "ui/windows/ChromeWindow.h"
+#include "ui/windows/SmoothScroller.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>

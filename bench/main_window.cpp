@@ -3,13 +3,13 @@
 #include "Probe.h"
 #include "account/AuthService.h"
 #include "app/AppContext.h"
+#include "core/Translate.h"
 #include "platform/ProcessSettings.h"
-#include "ui/ChromeWindow.h"
-#include "ui/FocusRing.h"
-#include "ui/MainWindow.h"
-#include "ui/SmoothScroller.h"
-#include "ui/Theme.h"
-#include "ui/Translate.h"
+#include "ui/controls/FocusRing.h"
+#include "ui/main/MainWindow.h"
+#include "ui/theme/Theme.h"
+#include "ui/windows/ChromeWindow.h"
+#include "ui/windows/SmoothScroller.h"
 
 using namespace torvelane;
 

@@ -1,6 +1,6 @@
 #include "FuzzMachine.h"
-#include "registry/RegistryAccess.h"
-#include "registry/RegistryJson.h"
+#include "system/RegistryAccess.h"
+#include "system/RegistryJson.h"
 #include "tweaks/RegistryTweak.h"
 
 #include <QJsonDocument>

@@ -11,22 +11,15 @@ import re
 import sys
 from pathlib import Path
 
-# What each room may use directly. What those use, it may use as well.
-MAY_USE = {
-    "core": [],
-    "platform": ["core"],
-    "registry": ["platform"],
-    "restore": ["registry"],
-    "tweaks": ["restore"],
-    "optimizers": ["registry"],
-    "measure": ["platform"],
-    "net": ["core"],
-    "account": ["net", "tweaks"],
-    "app": ["account", "optimizers", "measure"],
-    "ui": ["app"],
-    "update": ["ui"],
-    "shell": ["update"],
-}
+TABLE = Path("src", "rooms.txt")
+ROW = re.compile(r"^([a-z]+(?:/[a-z]+)?)\s*\|([^|]*)\|")
+
+
+def read_rooms(root):
+    """What each room, and each folder of a room that has an order of its own, may use directly."""
+    rows = (ROW.match(line) for line in (root / TABLE).read_text(encoding="utf-8").splitlines())
+    return {row.group(1): re.findall(r"[a-z/]+", row.group(2)) for row in rows if row}
+
 
 # Headers with one of these names, or of the families below, belong to Windows.
 WINDOWS_HEADERS = set(
@@ -49,15 +42,26 @@ STRING = re.compile(r'"(?:\\.|[^"\\])*"')
 SUFFIXES = {".h", ".hpp", ".cpp", ".cc", ".mm", ".in"}
 
 
-def reachable(room):
+def reachable(rooms, room):
     """The room itself and everything that it may include from."""
     found, open_rooms = set(), [room]
     while open_rooms:
         current = open_rooms.pop()
         if current not in found:
             found.add(current)
-            open_rooms += MAY_USE[current]
+            open_rooms += rooms[current]
     return found
+
+
+def place_of(rooms, parts):
+    """The room that a file or an include lies in, or the folder of it that the table names; None for neither."""
+    if len(parts) < 2 or parts[0] not in rooms:
+        return None
+    folder = "/".join(parts[:2])
+    if folder in rooms:
+        return folder
+    # A room whose folders have an order keeps its sources in them.
+    return None if len(parts) > 2 and any(room.startswith(parts[0] + "/") for room in rooms) else parts[0]
 
 
 def without_comments(text):
@@ -76,13 +80,32 @@ def is_windows_header(name):
     return lowered.startswith(WINDOWS_FOLDERS) or (lowered.endswith(".h") and lowered[:-2] in WINDOWS_HEADERS)
 
 
-def check_file(path, source_root):
+def check_include(rooms, place, name):
+    """What is wrong with including `name`, a file of the sources, in `place`; None for nothing."""
+    parts = Path(name).parts
+    target = place_of(rooms, parts)
+    room = place.split("/")[0]
+    if target is None:
+        return f'"{name}" lies in a folder that is not in {TABLE}'
+    allowed = reachable(rooms, place)
+    if place != room:
+        allowed |= reachable(rooms, room)
+    # From outside, a room is one: whoever may use it may use all its folders.
+    inside = target.split("/")[0] == room
+    if target not in allowed and (inside or target.split("/")[0] not in allowed):
+        return f'"{name}": {place} may not use {target}'
+    if parts[0] == "platform" and len(parts) > 2 and room != "platform":
+        return f'"{name}" belongs to one machine; the rooms above include the headers of src/platform'
+    return None
+
+
+def check_file(path, source_root, rooms):
     parts = path.relative_to(source_root).parts
     room = parts[0]
-    if room not in MAY_USE:
-        yield 1, f"'{room}' is no room; add it to the table in tools/check_includes.py"
+    place = place_of(rooms, parts)
+    if place is None:
+        yield 1, f"'{'/'.join(parts[:-1])}' is no room; add it to {TABLE}"
         return
-    allowed = reachable(room)
     in_windows = parts[:2] == ("platform", "windows")
     for number, line in enumerate(without_comments(path.read_text(encoding="utf-8")).splitlines(), 1):
         include = INCLUDE.match(line)
@@ -96,24 +119,37 @@ def check_file(path, source_root):
             yield number, f"<{name}> is a Windows header; only src/platform/windows includes those"
         elif quoted and ".." in Path(name).parts:
             yield number, f'"{name}" leaves its folder; name the room instead'
-        elif Path(name).parts[0] in MAY_USE and len(Path(name).parts) > 1:
-            target = Path(name).parts[0]
-            if target not in allowed:
-                yield number, f'"{name}": {room} may not use {target}'
-            elif target == "platform" and len(Path(name).parts) > 2 and room != "platform":
-                yield number, f'"{name}" belongs to one machine; the rooms above include the headers of src/platform'
+        elif Path(name).parts[0] in rooms and len(Path(name).parts) > 1:
+            finding = check_include(rooms, place, name)
+            if finding:
+                yield number, finding
         elif quoted and not name.endswith(".moc") and not (path.parent / name).exists() and not (source_root / name).exists():
             yield number, f'"{name}" names no file of the sources; generated and outside headers are written <...>'
+
+
+def check_page(root):
+    """The table of rooms in docs/architecture.md has the rooms of src/rooms.txt, with the same sentences."""
+    page = root / "docs" / "architecture.md"
+    if not page.exists():
+        return
+    text = page.read_text(encoding="utf-8")
+    for line in (root / TABLE).read_text(encoding="utf-8").splitlines():
+        if ROW.match(line):
+            name, _, sentence = (cell.strip() for cell in line.split("|"))
+            if f"| `{name}` | {sentence} |" not in text:
+                yield f"docs/architecture.md: the row of '{name}' isn't the one of {TABLE}"
 
 
 def main():
     root = Path(sys.argv[1] if len(sys.argv) > 1 else Path(__file__).parent.parent).resolve()
     source_root = root / "src"
     files = sorted(p for p in source_root.rglob("*") if p.suffix in SUFFIXES and p.is_file())
-    if not files:
-        print(f"no sources below {source_root}")
+    if not files or not (root / TABLE).exists():
+        print(f"no sources below {source_root}, or no {TABLE}")
         return 1
-    findings = [f"{p.relative_to(root)}:{n}: {text}" for p in files for n, text in check_file(p, source_root)]
+    rooms = read_rooms(root)
+    findings = [f"{p.relative_to(root)}:{n}: {text}" for p in files for n, text in check_file(p, source_root, rooms)]
+    findings += check_page(root)
     print("\n".join(findings) if findings else f"{len(files)} files: every include goes down")
     return 1 if findings else 0
 

@@ -1,7 +1,7 @@
 // Reading a value through readValue against the bare system calls that it makes: open the key, ask for the size, read,
 // close. Both take turns in one run; printed is the median of the ratios of neighbours.
 
-#include "registry/RegistryAccess.h"
+#include "system/RegistryAccess.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tweaks/Tier.h"
+#include "core/Tier.h"
 
 #include <QDateTime>
 #include <QString>

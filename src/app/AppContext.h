@@ -1,8 +1,8 @@
 #pragma once
 
 #include "core/AppConfig.h"
+#include "core/Tier.h"
 #include "tweaks/StateStore.h"
-#include "tweaks/Tier.h"
 #include "tweaks/TweakCatalog.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/SystemCode.h"
+#include "platform/Win32Error.h"
 
 #include <QString>
 #include <QStringList>
@@ -14,7 +14,7 @@ namespace torvelane::platform {
 enum class RootKey { LocalMachine, CurrentUser, ClassesRoot, Users, CurrentConfig };
 
 /// What a key is opened for.
-enum class RegistryAccess {
+enum class KeyAccess {
     Read,     ///< KEY_READ: query values, enumerate
     SetValue, ///< KEY_SET_VALUE: set and delete values
 };
@@ -37,7 +37,7 @@ enum RegistryType : quint32 {
 /// Any thread may use its own objects; one object belongs to one thread at a time. Every call may block on the disk.
 /// Names and paths are case-insensitive and keep the case that they were created with; an empty value name addresses
 /// the key's unnamed default value. The native 64-bit view is the only one. A name or path with an embedded NUL is
-/// refused with codeInvalidParameter, since the system would silently cut it short.
+/// refused with Win32Error::InvalidParameter, since the system would silently cut it short.
 class RegistryKey {
 public:
     RegistryKey() = default;
@@ -48,29 +48,29 @@ public:
     RegistryKey& operator=(const RegistryKey&) = delete;
 
     /// RegOpenKeyExW. `out` is replaced on success and left closed otherwise.
-    [[nodiscard]] static SystemCode open(RootKey root, const QString& path, RegistryAccess access, RegistryKey& out);
+    [[nodiscard]] static Win32Error open(RootKey root, const QString& path, KeyAccess access, RegistryKey& out);
 
     /// RegCreateKeyExW with options 0 and KEY_SET_VALUE: opens the key, creating it and missing parents.
-    [[nodiscard]] static SystemCode create(RootKey root, const QString& path, RegistryKey& out);
+    [[nodiscard]] static Win32Error create(RootKey root, const QString& path, RegistryKey& out);
 
     /// RegQueryValueExW without a buffer: type and size of a value.
-    [[nodiscard]] SystemCode querySize(const QString& name, quint32& type, quint32& sizeBytes) const;
+    [[nodiscard]] Win32Error querySize(const QString& name, quint32& type, quint32& sizeBytes) const;
 
-    /// RegQueryValueExW into `buffer`. `sizeBytes` becomes the value's size; codeMoreData if that is above the buffer's.
-    [[nodiscard]] SystemCode query(const QString& name, std::span<std::byte> buffer, quint32& type,
+    /// RegQueryValueExW into `buffer`. `sizeBytes` becomes the value's size; Win32Error::MoreData if that is above the buffer's.
+    [[nodiscard]] Win32Error query(const QString& name, std::span<std::byte> buffer, quint32& type,
                                    quint32& sizeBytes) const;
 
     /// RegSetValueExW: creates or replaces a value. `data` holds the bytes as stored, terminators included.
-    [[nodiscard]] SystemCode setValue(const QString& name, quint32 type, std::span<const std::byte> data);
+    [[nodiscard]] Win32Error setValue(const QString& name, quint32 type, std::span<const std::byte> data);
 
-    /// RegDeleteValueW. codeFileNotFound if there is no such value.
-    [[nodiscard]] SystemCode deleteValue(const QString& name);
+    /// RegDeleteValueW. Win32Error::FileNotFound if there is no such value.
+    [[nodiscard]] Win32Error deleteValue(const QString& name);
 
     /// Names of the direct subkeys, in the system's order. Replaces `out`.
-    [[nodiscard]] SystemCode subkeyNames(QStringList& out) const;
+    [[nodiscard]] Win32Error subkeyNames(QStringList& out) const;
 
     /// Names of the key's values, in the system's order; the unnamed default value, if set, is an empty string.
-    [[nodiscard]] SystemCode valueNames(QStringList& out) const;
+    [[nodiscard]] Win32Error valueNames(QStringList& out) const;
 
     [[nodiscard]] bool isOpen() const { return m_handle != nullptr; }
 

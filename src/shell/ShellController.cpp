@@ -7,10 +7,10 @@
 #include "core/Log.h"
 #include "platform/ProcessSettings.h"
 #include "tweaks/TweakEngine.h"
-#include "ui/AppDialog.h"
-#include "ui/ChromeWindow.h"
-#include "ui/LoginWindow.h"
-#include "ui/MainWindow.h"
+#include "ui/controls/AppDialog.h"
+#include "ui/main/MainWindow.h"
+#include "ui/windows/ChromeWindow.h"
+#include "ui/windows/LoginWindow.h"
 
 #include <QLocale>
 

@@ -1,6 +1,6 @@
 #include "shell/UrlProtocol.h"
 
-#include "registry/RegistryAccess.h"
+#include "system/RegistryAccess.h"
 
 #include <QCoreApplication>
 #include <QDir>

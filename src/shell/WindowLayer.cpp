@@ -2,13 +2,13 @@
 
 #include "core/Deployment.h"
 #include "core/Log.h"
+#include "core/Translate.h"
 #include "shell/ShellController.h"
 #include "shell/SingleInstance.h"
 #include "shell/UrlProtocol.h"
-#include "ui/FocusRing.h"
-#include "ui/SmoothScroller.h"
-#include "ui/Theme.h"
-#include "ui/Translate.h"
+#include "ui/controls/FocusRing.h"
+#include "ui/theme/Theme.h"
+#include "ui/windows/SmoothScroller.h"
 
 #include <QApplication>
 

@@ -1,8 +1,8 @@
 #include "tweaks/RegistryTweak.h"
 
 #include "core/Log.h"
-#include "registry/RegistryAccess.h"
-#include "registry/RegistryJson.h"
+#include "system/RegistryAccess.h"
+#include "system/RegistryJson.h"
 
 #include <QStringList>
 

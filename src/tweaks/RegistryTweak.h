@@ -1,6 +1,6 @@
 #pragma once
 
-#include "registry/RegistryValue.h"
+#include "system/RegistryValue.h"
 #include "tweaks/Tweak.h"
 
 #include <QJsonArray>

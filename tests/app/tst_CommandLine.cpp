@@ -1,5 +1,5 @@
-#include "registry/RegistryAccess.h"
 #include "support/TestMachine.h"
+#include "system/RegistryAccess.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,8 +1,8 @@
 #include "platform/ChildProcess.h"
 #include "platform/Registry.h"
 #include "platform/simulated/SimulatedPc.h"
-#include "registry/RegistryAccess.h"
 #include "support/ScratchMachine.h"
+#include "system/RegistryAccess.h"
 
 #include <QTest>
 
@@ -110,7 +110,7 @@ private Q_SLOTS:
         QVERIFY(write(newPath));
 
         SimulatedPc::clearFaults();
-        SimulatedPc::failChange(2, codeWriteFault, true);
+        SimulatedPc::failChange(2, Win32Error::WriteFault, true);
         QVERIFY(write(newPath) && !write(newPath) && !write(u"Software\\Another"_s));
         QVERIFY(!SimulatedPc::keyExists(u"HKCU\\Software\\Another"_s));
         SimulatedPc::clearFaults();

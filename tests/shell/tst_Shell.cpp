@@ -1,15 +1,15 @@
 #include "account/LicenseService.h"
+#include "core/Translate.h"
 #include "platform/simulated/SimulatedPc.h"
 #include "shell/ShellController.h"
 #include "shell/UrlProtocol.h"
 #include "tweaks/StateSql.h"
-#include "ui/ChromeWindow.h"
-#include "ui/LoginWindow.h"
-#include "ui/MainWindow.h"
-#include "ui/Theme.h"
-#include "ui/Translate.h"
 #include "ui/WindowBench.h"
+#include "ui/main/MainWindow.h"
 #include "ui/pages/AccountPage.h"
+#include "ui/theme/Theme.h"
+#include "ui/windows/ChromeWindow.h"
+#include "ui/windows/LoginWindow.h"
 
 #include <QLineEdit>
 #include <QPointer>

@@ -12,8 +12,8 @@ void putRaw(const QString& name, const RawValue& value, const QString& path)
 {
     RegistryKey key;
     const auto data = std::as_bytes(std::span(value.data.constData(), static_cast<std::size_t>(value.data.size())));
-    if (RegistryKey::create(RootKey::CurrentUser, path, key) != codeSuccess
-        || key.setValue(name, value.type, data) != codeSuccess) {
+    if (RegistryKey::create(RootKey::CurrentUser, path, key) != Win32Error::Success
+        || key.setValue(name, value.type, data) != Win32Error::Success) {
         qFatal("A value could not be stored in the scratch key");
     }
 }
@@ -23,20 +23,20 @@ std::optional<RawValue> rawValue(const QString& name, const QString& path)
     RegistryKey key;
     RawValue value;
     quint32 sizeBytes = 0;
-    if (RegistryKey::open(RootKey::CurrentUser, path, RegistryAccess::Read, key) != codeSuccess
-        || key.querySize(name, value.type, sizeBytes) != codeSuccess) {
+    if (RegistryKey::open(RootKey::CurrentUser, path, KeyAccess::Read, key) != Win32Error::Success
+        || key.querySize(name, value.type, sizeBytes) != Win32Error::Success) {
         return std::nullopt;
     }
     value.data.resize(sizeBytes);
     const auto buffer = std::as_writable_bytes(std::span(value.data.data(), sizeBytes));
-    return key.query(name, buffer, value.type, sizeBytes) == codeSuccess ? std::optional(value) : std::nullopt;
+    return key.query(name, buffer, value.type, sizeBytes) == Win32Error::Success ? std::optional(value) : std::nullopt;
 }
 
 QMap<QString, RawValue> scratchImage()
 {
     RegistryKey key;
     QStringList names;
-    if (RegistryKey::open(RootKey::CurrentUser, scratchKey, RegistryAccess::Read, key) == codeSuccess)
+    if (RegistryKey::open(RootKey::CurrentUser, scratchKey, KeyAccess::Read, key) == Win32Error::Success)
         std::ignore = key.valueNames(names);
     QMap<QString, RawValue> image;
     for (const QString& name : std::as_const(names))

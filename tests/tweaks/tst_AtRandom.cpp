@@ -1,7 +1,7 @@
 #include "core/AppConfig.h"
 #include "core/Paths.h"
-#include "registry/RegistryAccess.h"
 #include "support/ScratchMachine.h"
+#include "system/RegistryAccess.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/Sweeps.h"

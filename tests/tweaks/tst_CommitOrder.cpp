@@ -114,7 +114,7 @@ private Q_SLOTS:
             const QString original = captured(tweak);
             const MachineImage before = TestMachine::image();
             for (int n = 1;; ++n, ++refusals) {
-                SimulatedPc::failChange(n, platform::codeWriteFault, forGood);
+                SimulatedPc::failChange(n, platform::Win32Error::WriteFault, forGood);
                 const bool applied = apply(id);
                 SimulatedPc::clearFaults();
                 if (applied)
@@ -129,7 +129,7 @@ private Q_SLOTS:
                 QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
             }
             for (int n = 1;; ++n, ++refusals) {
-                SimulatedPc::failChange(n, platform::codeWriteFault, forGood);
+                SimulatedPc::failChange(n, platform::Win32Error::WriteFault, forGood);
                 if (revert(id))
                     break;
                 QVERIFY2(m_error.startsWith(u"Failed to restore: "_s), qPrintable(m_error));

@@ -4,7 +4,7 @@
 #include "app/AppContext.h"
 #include "support/ScratchMachine.h"
 #include "tweaks/TweakEngine.h"
-#include "ui/ToggleSwitch.h"
+#include "ui/controls/ToggleSwitch.h"
 
 #include <QApplication>
 #include <QDialog>

@@ -1,11 +1,11 @@
-#include "ui/GroupPage.h"
-#include "ui/MainWindow.h"
-#include "ui/Theme.h"
-#include "ui/ToggleSwitch.h"
 #include "ui/WindowBench.h"
+#include "ui/controls/ToggleSwitch.h"
+#include "ui/main/GroupPage.h"
+#include "ui/main/MainWindow.h"
 #include "ui/pages/AccountPage.h"
 #include "ui/pages/SectionTweaksPage.h"
 #include "ui/pages/TweakCard.h"
+#include "ui/theme/Theme.h"
 
 #include <QAccessible>
 #include <QGraphicsBlurEffect>

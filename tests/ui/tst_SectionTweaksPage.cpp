@@ -1,10 +1,10 @@
 #include "account/TierWatcher.h"
 #include "platform/simulated/SimulatedPc.h"
 #include "tweaks/StateSql.h"
-#include "ui/Theme.h"
 #include "ui/WindowBench.h"
 #include "ui/pages/SectionTweaksPage.h"
 #include "ui/pages/TweakCard.h"
+#include "ui/theme/Theme.h"
 
 #include <QAccessible>
 #include <QDesktopServices>

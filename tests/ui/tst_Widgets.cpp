@@ -1,14 +1,14 @@
 #include "platform/WindowFrame.h"
-#include "ui/AppDialog.h"
-#include "ui/ChromeWindow.h"
-#include "ui/FocusRing.h"
-#include "ui/FrameTimer.h"
-#include "ui/HeroWindow.h"
-#include "ui/Icons.h"
-#include "ui/SmoothScroller.h"
-#include "ui/UsernameLabel.h"
 #include "ui/WindowBench.h"
-#include "ui/WindowButton.h"
+#include "ui/controls/AppDialog.h"
+#include "ui/controls/FocusRing.h"
+#include "ui/controls/FrameTimer.h"
+#include "ui/controls/UsernameLabel.h"
+#include "ui/controls/WindowButton.h"
+#include "ui/theme/Icons.h"
+#include "ui/windows/ChromeWindow.h"
+#include "ui/windows/HeroWindow.h"
+#include "ui/windows/SmoothScroller.h"
 
 #include <QAccessible>
 #include <QComboBox>

@@ -5,17 +5,17 @@
 
 #include "account/AuthService.h"
 #include "app/AppContext.h"
+#include "core/Translate.h"
 #include "platform/ProcessSettings.h"
-#include "ui/AppDialog.h"
-#include "ui/ChromeWindow.h"
-#include "ui/LoginWindow.h"
-#include "ui/MainWindow.h"
-#include "ui/Navigation.h"
-#include "ui/Theme.h"
-#include "ui/ToggleSwitch.h"
-#include "ui/Translate.h"
+#include "ui/controls/AppDialog.h"
+#include "ui/controls/ToggleSwitch.h"
+#include "ui/main/MainWindow.h"
+#include "ui/main/Navigation.h"
 #include "ui/pages/SectionTweaksPage.h"
 #include "ui/pages/TweakCard.h"
+#include "ui/theme/Theme.h"
+#include "ui/windows/ChromeWindow.h"
+#include "ui/windows/LoginWindow.h"
 
 #include <QApplication>
 #include <QDir>

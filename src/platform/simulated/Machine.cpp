@@ -117,13 +117,13 @@ bool Conditions::denies(FaultKind kind, const QString& foldedPath) const
         faults, [&](const Fault& fault) { return fault.kind == kind && isSameOrBelow(foldedPath, fault.subject); });
 }
 
-std::optional<SystemCode> Conditions::queryFailure(QueryStage stage, const QString& foldedPath,
+std::optional<Win32Error> Conditions::queryFailure(QueryStage stage, const QString& foldedPath,
                                                    const QString& foldedName) const
 {
     const FaultKind kind = stage == QueryStage::Size ? FaultKind::FailQuerySize : FaultKind::FailQueryData;
     for (const Fault& fault : faults) {
         if (fault.kind == kind && fault.subject == foldedPath && fault.name == foldedName)
-            return static_cast<SystemCode>(fault.code);
+            return static_cast<Win32Error>(fault.code);
     }
     return std::nullopt;
 }
@@ -387,7 +387,7 @@ void Machine::setElevated(bool elevated)
 struct Machine::Strike {
     bool killBefore = false;
     bool killAfter = false;
-    SystemCode code = codeSuccess;
+    Win32Error code = Win32Error::Success;
 };
 
 Machine::Strike Machine::countChange()
@@ -405,35 +405,35 @@ Machine::Strike Machine::countChange()
             strike.killAfter = true;
             break;
         default:
-            strike.code = faults.value(1).toUInt();
+            strike.code = static_cast<Win32Error>(faults.value(1).toUInt());
         }
     }
     return strike;
 }
 
-SystemCode Machine::change(const RegistryChange& what, const std::function<SystemCode()>& write)
+Win32Error Machine::change(const RegistryChange& what, const std::function<Win32Error()>& write)
 {
     notifyObserver(ChangeMoment::Before, what);
 
     WriteTransaction transaction(m_database);
     if (!transaction.isOpen())
-        return codeRegistryIoFailed;
+        return Win32Error::RegistryIoFailed;
     const Strike strike = countChange();
     // The count is kept in each of these cases, so that the same fault doesn't strike again after a new start.
     if (strike.killBefore) {
         (void)transaction.commit();
         killThisProcess();
     }
-    const SystemCode code = strike.code != codeSuccess ? strike.code : write();
-    if (code == codeRegistryIoFailed || !transaction.commit())
-        return codeRegistryIoFailed;
-    if (code != codeSuccess)
+    const Win32Error code = strike.code != Win32Error::Success ? strike.code : write();
+    if (code == Win32Error::RegistryIoFailed || !transaction.commit())
+        return Win32Error::RegistryIoFailed;
+    if (code != Win32Error::Success)
         return code;
     if (strike.killAfter)
         killThisProcess();
 
     notifyObserver(ChangeMoment::After, what);
-    return codeSuccess;
+    return Win32Error::Success;
 }
 
 qint64 Machine::findKey(const QString& path)

@@ -48,7 +48,7 @@ struct Conditions {
 
     [[nodiscard]] bool countsChanges() const;
     [[nodiscard]] bool denies(FaultKind kind, const QString& foldedPath) const;
-    [[nodiscard]] std::optional<SystemCode> queryFailure(QueryStage stage, const QString& foldedPath,
+    [[nodiscard]] std::optional<Win32Error> queryFailure(QueryStage stage, const QString& foldedPath,
                                                          const QString& foldedName) const;
 };
 
@@ -140,7 +140,7 @@ public:
 
     /// Makes one registry change: the observer, the counting faults and the change itself, in one transaction. `write`
     /// runs inside it.
-    [[nodiscard]] SystemCode change(const RegistryChange& what, const std::function<SystemCode()>& write);
+    [[nodiscard]] Win32Error change(const RegistryChange& what, const std::function<Win32Error()>& write);
 
     /// Number of a key, made with its missing parents. To be called inside a transaction. 0 on failure.
     [[nodiscard]] qint64 ensureKey(const QString& path);

@@ -43,7 +43,7 @@ std::optional<QByteArray> seedData(quint32 type, const QJsonValue& json)
 bool readKey(const QString& keyName, const QJsonObject& values, MachineSeed& seed)
 {
     const auto key = parseKeyName(keyName);
-    if (!key || checkKeyPath(key->root, key->path) != codeSuccess)
+    if (!key || checkKeyPath(key->root, key->path) != Win32Error::Success)
         return false;
     const StoredPaths paths = storedPaths(key->root, key->path, seed.userSid);
     // A class in the seed is one of the machine, unless it is written below HKCU.

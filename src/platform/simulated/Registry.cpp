@@ -18,7 +18,7 @@ namespace {
 /// What a handle points to. HKCR can show two keys at once; every other root has one.
 struct OpenKey {
     quint64 epoch = 0;
-    RegistryAccess access = RegistryAccess::Read;
+    KeyAccess access = KeyAccess::Read;
     qint64 id = 0;
     qint64 mergedId = 0; ///< The machine's key behind the user's, 0 if there is none.
     QString path;
@@ -87,7 +87,7 @@ bool wouldCreateHive(Machine& machine, const QString& path)
 }
 
 struct FoundValue {
-    SystemCode code = codeFileNotFound;
+    Win32Error code = Win32Error::FileNotFound;
     quint32 type = 0;
     QByteArray data;
 };
@@ -99,12 +99,12 @@ FoundValue findValue(Machine& machine, qint64 keyId, const QString& path, const 
     {
         Execution found(machine.prepared(Statement::FindValue), {keyId, foldedName});
         if (!found.next())
-            return {codeRegistryIoFailed, 0, {}};
+            return {Win32Error::RegistryIoFailed, 0, {}};
         (void)machine.isUpToDate(found.value(3).toLongLong());
         if (found.value(0).isNull())
-            return {codeKeyDeleted, 0, {}};
+            return {Win32Error::KeyDeleted, 0, {}};
         if (!found.value(1).isNull())
-            value = {codeSuccess, found.value(1).toUInt(), found.value(2).toByteArray()};
+            value = {Win32Error::Success, found.value(1).toUInt(), found.value(2).toByteArray()};
     }
     if (const auto failure = machine.conditions().queryFailure(stage, folded(path), foldedName))
         value.code = *failure;
@@ -112,25 +112,25 @@ FoundValue findValue(Machine& machine, qint64 keyId, const QString& path, const 
 }
 
 /// Common beginning of every call on an open key.
-SystemCode enter(const OpenKey* key, RegistryAccess access, Machine*& machine)
+Win32Error enter(const OpenKey* key, KeyAccess access, Machine*& machine)
 {
     if (!key || key->epoch != Machine::epoch())
-        return codeInvalidHandle;
+        return Win32Error::InvalidHandle;
     if (key->access != access)
-        return codeAccessDenied;
+        return Win32Error::AccessDenied;
     machine = Machine::current();
-    return machine ? codeSuccess : codeRegistryIoFailed;
+    return machine ? Win32Error::Success : Win32Error::RegistryIoFailed;
 }
 
-SystemCode queryValue(const OpenKey* key, const QString& name, QueryStage stage, FoundValue& out)
+Win32Error queryValue(const OpenKey* key, const QString& name, QueryStage stage, FoundValue& out)
 {
     Machine* machine = nullptr;
-    if (const SystemCode code = enter(key, RegistryAccess::Read, machine); code != codeSuccess)
+    if (const Win32Error code = enter(key, KeyAccess::Read, machine); code != Win32Error::Success)
         return code;
-    if (const SystemCode code = checkValueName(name); code != codeSuccess)
+    if (const Win32Error code = checkValueName(name); code != Win32Error::Success)
         return code;
     out = findValue(*machine, key->id, key->path, name, stage);
-    if (out.code == codeFileNotFound && key->mergedId != 0)
+    if (out.code == Win32Error::FileNotFound && key->mergedId != 0)
         out = findValue(*machine, key->mergedId, key->mergedPath, name, stage);
     return out.code;
 }
@@ -141,11 +141,11 @@ bool isPlain(const Machine& machine)
     return !Machine::hasObserver() && !machine.conditions().countsChanges();
 }
 
-SystemCode codeForRows(int affectedRows, SystemCode codeForNone)
+Win32Error codeForRows(int affectedRows, Win32Error codeForNone)
 {
     if (affectedRows < 0)
-        return codeRegistryIoFailed;
-    return affectedRows == 0 ? codeForNone : codeSuccess;
+        return Win32Error::RegistryIoFailed;
+    return affectedRows == 0 ? codeForNone : Win32Error::Success;
 }
 
 } // namespace
@@ -171,42 +171,42 @@ void RegistryKey::close()
     delete openKey(std::exchange(m_handle, nullptr));
 }
 
-SystemCode RegistryKey::open(RootKey root, const QString& path, RegistryAccess access, RegistryKey& out)
+Win32Error RegistryKey::open(RootKey root, const QString& path, KeyAccess access, RegistryKey& out)
 {
     out.close();
-    if (const SystemCode code = checkKeyPath(root, path); code != codeSuccess)
+    if (const Win32Error code = checkKeyPath(root, path); code != Win32Error::Success)
         return code;
     Machine* const machine = Machine::current();
     if (!machine)
-        return codeRegistryIoFailed;
+        return Win32Error::RegistryIoFailed;
 
     Lookup found = lookUp(*machine, root, path);
     const bool denied = std::ranges::any_of(std::array{found.paths.first, found.paths.second}, [&](const QString& p) {
-        const FaultKind kind = access == RegistryAccess::Read ? FaultKind::DenyReads : FaultKind::DenyWrites;
+        const FaultKind kind = access == KeyAccess::Read ? FaultKind::DenyReads : FaultKind::DenyWrites;
         return !p.isEmpty() && machine->conditions().denies(kind, folded(p));
     });
     if (denied)
-        return codeAccessDenied;
+        return Win32Error::AccessDenied;
     if (found.first.id == 0)
         std::swap(found.first, found.second);
     if (found.first.id == 0)
-        return codeFileNotFound;
-    if (access == RegistryAccess::SetValue && deniesWrites(machine->conditions(), folded(found.first.path)))
-        return codeAccessDenied;
+        return Win32Error::FileNotFound;
+    if (access == KeyAccess::SetValue && deniesWrites(machine->conditions(), folded(found.first.path)))
+        return Win32Error::AccessDenied;
 
     out.m_handle =
         new OpenKey{Machine::epoch(), access, found.first.id, found.second.id, found.first.path, found.second.path};
-    return codeSuccess;
+    return Win32Error::Success;
 }
 
-SystemCode RegistryKey::create(RootKey root, const QString& path, RegistryKey& out)
+Win32Error RegistryKey::create(RootKey root, const QString& path, RegistryKey& out)
 {
     out.close();
-    if (const SystemCode code = checkKeyPath(root, path); code != codeSuccess)
+    if (const Win32Error code = checkKeyPath(root, path); code != Win32Error::Success)
         return code;
     Machine* const machine = Machine::current();
     if (!machine)
-        return codeRegistryIoFailed;
+        return Win32Error::RegistryIoFailed;
 
     const Lookup found = lookUp(*machine, root, path);
     FoundKey target = found.first;
@@ -217,54 +217,56 @@ SystemCode RegistryKey::create(RootKey root, const QString& path, RegistryKey& o
     if (target.path.isEmpty())
         target.path = found.paths.second.isEmpty() ? found.paths.first : found.paths.second;
     if (deniesWrites(machine->conditions(), folded(target.path)))
-        return codeAccessDenied;
+        return Win32Error::AccessDenied;
 
     if (target.id == 0) {
         if (wouldCreateHive(*machine, target.path))
-            return codeInvalidParameter;
+            return Win32Error::InvalidParameter;
         const RegistryChange what{RegistryChange::Kind::CreateKey, target.path, {}, 0, {}};
-        const SystemCode code = machine->change(what, [&] {
+        const Win32Error code = machine->change(what, [&] {
             target.id = machine->ensureKey(target.path);
-            return target.id == 0 ? codeRegistryIoFailed : codeSuccess;
+            return target.id == 0 ? Win32Error::RegistryIoFailed : Win32Error::Success;
         });
-        if (code != codeSuccess)
+        if (code != Win32Error::Success)
             return code;
     }
-    out.m_handle = new OpenKey{Machine::epoch(), RegistryAccess::SetValue, target.id, 0, target.path, {}};
-    return codeSuccess;
+    out.m_handle = new OpenKey{Machine::epoch(), KeyAccess::SetValue, target.id, 0, target.path, {}};
+    return Win32Error::Success;
 }
 
-SystemCode RegistryKey::querySize(const QString& name, quint32& type, quint32& sizeBytes) const
+Win32Error RegistryKey::querySize(const QString& name, quint32& type, quint32& sizeBytes) const
 {
     FoundValue value;
-    if (const SystemCode code = queryValue(openKey(m_handle), name, QueryStage::Size, value); code != codeSuccess)
+    if (const Win32Error code = queryValue(openKey(m_handle), name, QueryStage::Size, value);
+        code != Win32Error::Success)
         return code;
     type = value.type;
     sizeBytes = static_cast<quint32>(value.data.size());
-    return codeSuccess;
+    return Win32Error::Success;
 }
 
-SystemCode RegistryKey::query(const QString& name, std::span<std::byte> buffer, quint32& type, quint32& sizeBytes) const
+Win32Error RegistryKey::query(const QString& name, std::span<std::byte> buffer, quint32& type, quint32& sizeBytes) const
 {
     FoundValue value;
-    if (const SystemCode code = queryValue(openKey(m_handle), name, QueryStage::Data, value); code != codeSuccess)
+    if (const Win32Error code = queryValue(openKey(m_handle), name, QueryStage::Data, value);
+        code != Win32Error::Success)
         return code;
     type = value.type;
     sizeBytes = static_cast<quint32>(value.data.size());
     if (sizeBytes > buffer.size())
-        return codeMoreData;
+        return Win32Error::MoreData;
     if (sizeBytes > 0)
         std::memcpy(buffer.data(), value.data.constData(), sizeBytes);
-    return codeSuccess;
+    return Win32Error::Success;
 }
 
-SystemCode RegistryKey::setValue(const QString& name, quint32 type, std::span<const std::byte> data)
+Win32Error RegistryKey::setValue(const QString& name, quint32 type, std::span<const std::byte> data)
 {
     const OpenKey* const key = openKey(m_handle);
     Machine* machine = nullptr;
-    if (const SystemCode code = enter(key, RegistryAccess::SetValue, machine); code != codeSuccess)
+    if (const Win32Error code = enter(key, KeyAccess::SetValue, machine); code != Win32Error::Success)
         return code;
-    if (const SystemCode code = checkValueName(name); code != codeSuccess)
+    if (const Win32Error code = checkValueName(name); code != Win32Error::Success)
         return code;
 
     const QByteArray bytes(reinterpret_cast<const char*>(data.data()), static_cast<qsizetype>(data.size()));
@@ -276,19 +278,19 @@ SystemCode RegistryKey::setValue(const QString& name, quint32 type, std::span<co
     };
 
     if (isPlain(*machine) && store(machine->conditions().generation) == 1)
-        return codeSuccess;
+        return Win32Error::Success;
     machine->refreshConditions();
     const RegistryChange what{RegistryChange::Kind::SetValue, key->path, name, type, bytes};
-    return machine->change(what, [&] { return codeForRows(store(-1), codeKeyDeleted); });
+    return machine->change(what, [&] { return codeForRows(store(-1), Win32Error::KeyDeleted); });
 }
 
-SystemCode RegistryKey::deleteValue(const QString& name)
+Win32Error RegistryKey::deleteValue(const QString& name)
 {
     const OpenKey* const key = openKey(m_handle);
     Machine* machine = nullptr;
-    if (const SystemCode code = enter(key, RegistryAccess::SetValue, machine); code != codeSuccess)
+    if (const Win32Error code = enter(key, KeyAccess::SetValue, machine); code != Win32Error::Success)
         return code;
-    if (const SystemCode code = checkValueName(name); code != codeSuccess)
+    if (const Win32Error code = checkValueName(name); code != Win32Error::Success)
         return code;
 
     const QString foldedName = folded(name);
@@ -297,27 +299,27 @@ SystemCode RegistryKey::deleteValue(const QString& name)
     };
 
     if (isPlain(*machine) && erase(machine->conditions().generation) == 1)
-        return codeSuccess;
+        return Win32Error::Success;
     machine->refreshConditions();
     {
         Execution found(machine->prepared(Statement::FindValue), {key->id, foldedName});
         if (!found.next())
-            return codeRegistryIoFailed;
+            return Win32Error::RegistryIoFailed;
         if (found.value(0).isNull())
-            return codeKeyDeleted;
+            return Win32Error::KeyDeleted;
         if (found.value(1).isNull())
-            return codeFileNotFound;
+            return Win32Error::FileNotFound;
     }
     const RegistryChange what{RegistryChange::Kind::DeleteValue, key->path, name, 0, {}};
-    return machine->change(what, [&] { return codeForRows(erase(-1), codeFileNotFound); });
+    return machine->change(what, [&] { return codeForRows(erase(-1), Win32Error::FileNotFound); });
 }
 
-SystemCode RegistryKey::subkeyNames(QStringList& out) const
+Win32Error RegistryKey::subkeyNames(QStringList& out) const
 {
     out.clear();
     const OpenKey* const key = openKey(m_handle);
     Machine* machine = nullptr;
-    if (const SystemCode code = enter(key, RegistryAccess::Read, machine); code != codeSuccess)
+    if (const Win32Error code = enter(key, KeyAccess::Read, machine); code != Win32Error::Success)
         return code;
 
     const auto add = [&](const QString& name) {
@@ -342,15 +344,15 @@ SystemCode RegistryKey::subkeyNames(QStringList& out) const
     }
     // Windows keeps subkeys sorted, and values in the order of their making.
     std::ranges::sort(out, {}, [](const QString& name) { return folded(name); });
-    return codeSuccess;
+    return Win32Error::Success;
 }
 
-SystemCode RegistryKey::valueNames(QStringList& out) const
+Win32Error RegistryKey::valueNames(QStringList& out) const
 {
     out.clear();
     const OpenKey* const key = openKey(m_handle);
     Machine* machine = nullptr;
-    if (const SystemCode code = enter(key, RegistryAccess::Read, machine); code != codeSuccess)
+    if (const Win32Error code = enter(key, KeyAccess::Read, machine); code != Win32Error::Success)
         return code;
 
     for (const qint64 id : {key->id, key->mergedId}) {
@@ -363,32 +365,33 @@ SystemCode RegistryKey::valueNames(QStringList& out) const
                 out << name;
         }
     }
-    return codeSuccess;
+    return Win32Error::Success;
 }
 
 namespace simulated {
 
-SystemCode deleteKeyTree(RootKey root, const QString& path)
+Win32Error deleteKeyTree(RootKey root, const QString& path)
 {
-    if (const SystemCode code = checkKeyPath(root, path); code != codeSuccess)
+    if (const Win32Error code = checkKeyPath(root, path); code != Win32Error::Success)
         return code;
     Machine* const machine = Machine::current();
     if (!machine)
-        return codeRegistryIoFailed;
+        return Win32Error::RegistryIoFailed;
 
     const Lookup found = lookUp(*machine, root, path);
     const FoundKey target = found.first.id != 0 ? found.first : found.second;
     const QString stored = target.id != 0 ? target.path : found.paths.first;
     if (deniesWrites(machine->conditions(), folded(stored)))
-        return codeAccessDenied;
+        return Win32Error::AccessDenied;
     if (target.id == 0)
-        return codeFileNotFound;
+        return Win32Error::FileNotFound;
     // A hive and a root stay where they are.
     if (target.path.count(u'\\') < (isUserPath(folded(target.path)) ? 1 : 2))
-        return codeAccessDenied;
+        return Win32Error::AccessDenied;
 
     const RegistryChange what{RegistryChange::Kind::DeleteKey, target.path, {}, 0, {}};
-    return machine->change(what, [&] { return machine->eraseKeyTree(target.id) ? codeSuccess : codeRegistryIoFailed; });
+    return machine->change(
+        what, [&] { return machine->eraseKeyTree(target.id) ? Win32Error::Success : Win32Error::RegistryIoFailed; });
 }
 
 } // namespace simulated

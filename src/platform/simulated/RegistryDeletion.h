@@ -5,6 +5,6 @@
 namespace torvelane::platform::simulated {
 
 /// RegDeleteTreeW: a key with everything below it. Only the simulated tools delete keys; Torvelane never does.
-[[nodiscard]] SystemCode deleteKeyTree(RootKey root, const QString& path);
+[[nodiscard]] Win32Error deleteKeyTree(RootKey root, const QString& path);
 
 } // namespace torvelane::platform::simulated

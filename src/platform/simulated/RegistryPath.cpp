@@ -132,21 +132,22 @@ StoredPaths storedPaths(RootKey root, const QString& path, const QString& userSi
     Q_UNREACHABLE();
 }
 
-SystemCode checkKeyPath(RootKey root, const QString& path)
+Win32Error checkKeyPath(RootKey root, const QString& path)
 {
     if (path.contains(QChar::Null))
-        return codeInvalidParameter;
+        return Win32Error::InvalidParameter;
     // Windows lets a leading backslash pass below HKCR only.
     if (path.startsWith(u'\\') && root != RootKey::ClassesRoot)
-        return codeBadPathname;
+        return Win32Error::BadPathname;
     const bool tooLong =
         std::ranges::any_of(components(path), [](QStringView part) { return part.size() > maxKeyNameLength; });
-    return tooLong ? codeInvalidParameter : codeSuccess;
+    return tooLong ? Win32Error::InvalidParameter : Win32Error::Success;
 }
 
-SystemCode checkValueName(const QString& name)
+Win32Error checkValueName(const QString& name)
 {
-    return name.contains(QChar::Null) || name.size() > maxValueNameLength ? codeInvalidParameter : codeSuccess;
+    return name.contains(QChar::Null) || name.size() > maxValueNameLength ? Win32Error::InvalidParameter
+                                                                          : Win32Error::Success;
 }
 
 } // namespace torvelane::platform::simulated

@@ -13,10 +13,6 @@ namespace torvelane::platform::simulated {
 inline constexpr qsizetype maxKeyNameLength = 255;
 inline constexpr qsizetype maxValueNameLength = 16383;
 
-inline constexpr SystemCode codeBadPathname = 161;       ///< ERROR_BAD_PATHNAME
-inline constexpr SystemCode codeRegistryIoFailed = 1016; ///< ERROR_REGISTRY_IO_FAILED
-inline constexpr SystemCode codeKeyDeleted = 1018;       ///< ERROR_KEY_DELETED
-
 /// The form in which names are compared: upper case, character by character, so that the length never changes.
 [[nodiscard]] QString folded(QStringView name);
 
@@ -47,8 +43,8 @@ struct StoredPaths {
 
 [[nodiscard]] StoredPaths storedPaths(RootKey root, const QString& path, const QString& userSid);
 
-/// codeSuccess, or why Windows refuses the path as such.
-[[nodiscard]] SystemCode checkKeyPath(RootKey root, const QString& path);
-[[nodiscard]] SystemCode checkValueName(const QString& name);
+/// Win32Error::Success, or why Windows refuses the path as such.
+[[nodiscard]] Win32Error checkKeyPath(RootKey root, const QString& path);
+[[nodiscard]] Win32Error checkValueName(const QString& name);
 
 } // namespace torvelane::platform::simulated

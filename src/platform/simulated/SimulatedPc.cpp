@@ -42,10 +42,11 @@ void addFault(const Fault& fault)
         machine->addFault(fault);
 }
 
-void addPathFault(FaultKind kind, const QString& keyPath, const QString& name = {}, SystemCode code = codeAccessDenied)
+void addPathFault(FaultKind kind, const QString& keyPath, const QString& name = {},
+                  Win32Error code = Win32Error::AccessDenied)
 {
     if (Machine* const machine = Machine::current())
-        machine->addFault({kind, faultPath(*machine, keyPath), folded(name), 0, code, false});
+        machine->addFault({kind, faultPath(*machine, keyPath), folded(name), 0, static_cast<int>(code), false});
 }
 
 /// The order of a snapshot, and what makes two values the same one.
@@ -291,9 +292,9 @@ void SimulatedPc::denyWrites(const QString& keyPath)
     addPathFault(FaultKind::DenyWrites, keyPath);
 }
 
-void SimulatedPc::failChange(int n, SystemCode code, bool andAllAfter)
+void SimulatedPc::failChange(int n, Win32Error code, bool andAllAfter)
 {
-    addFault({FaultKind::FailChange, {}, {}, n, code, andAllAfter});
+    addFault({FaultKind::FailChange, {}, {}, n, static_cast<int>(code), andAllAfter});
 }
 
 void SimulatedPc::killAtChange(int n, ChangeMoment moment)
@@ -302,7 +303,7 @@ void SimulatedPc::killAtChange(int n, ChangeMoment moment)
     addFault({isBefore ? FaultKind::KillBeforeChange : FaultKind::KillAfterChange, {}, {}, n, 0, false});
 }
 
-void SimulatedPc::failQuery(const QString& keyPath, const QString& name, QueryStage stage, SystemCode code)
+void SimulatedPc::failQuery(const QString& keyPath, const QString& name, QueryStage stage, Win32Error code)
 {
     addPathFault(stage == QueryStage::Size ? FaultKind::FailQuerySize : FaultKind::FailQueryData, keyPath, name, code);
 }

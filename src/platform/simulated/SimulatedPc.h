@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/SystemCode.h"
+#include "platform/Win32Error.h"
 
 #include <QByteArray>
 #include <QList>
@@ -73,7 +73,7 @@ public:
 
     /// Switches this process, and the children that it starts from now on, to another machine. The file is made and
     /// seeded when it is first used; a file that exists is used as it stands. Open registry keys become invalid
-    /// (codeInvalidHandle). Call it while no other thread uses the machine.
+    /// (Win32Error::InvalidHandle). Call it while no other thread uses the machine.
     static void setMachineFile(const QString& path);
 
     /// Puts the machine back to its seed, without faults and with an empty journal; a file that is missing is made.
@@ -117,21 +117,21 @@ public:
     // counted in every process, from 1, beginning when the fault is set; a call that doesn't reach the registry
     // (a denied key, a value that isn't there to be deleted) is none.
 
-    /// Opening the key, or one below it, for reading answers codeAccessDenied.
+    /// Opening the key, or one below it, for reading answers Win32Error::AccessDenied.
     static void denyReads(const QString& keyPath);
 
-    /// Opening the key, or one below it, for setting values answers codeAccessDenied, and so does creating one.
+    /// Opening the key, or one below it, for setting values answers Win32Error::AccessDenied, and so does creating one.
     static void denyWrites(const QString& keyPath);
 
     /// The n-th change from now is refused with `code`; with `andAllAfter`, every later one too.
-    static void failChange(int n, SystemCode code = codeWriteFault, bool andAllAfter = false);
+    static void failChange(int n, Win32Error code = Win32Error::WriteFault, bool andAllAfter = false);
 
     /// The process that makes the n-th change from now is ended by SIGKILL, before or after that change. Happens once.
     static void killAtChange(int n, ChangeMoment moment);
 
     /// Asking for the size or the data of this value fails with `code`.
     static void failQuery(const QString& keyPath, const QString& name, QueryStage stage,
-                          SystemCode code = codeAccessDenied);
+                          Win32Error code = Win32Error::AccessDenied);
 
     /// A tool whose command line ("cmd.exe /c echo hello") contains `part`, without regard to case, waits that long
     /// before it does anything.

@@ -11,10 +11,13 @@ namespace torvelane::platform {
 
 namespace {
 
-static_assert(ERROR_SUCCESS == codeSuccess && ERROR_FILE_NOT_FOUND == codeFileNotFound
-              && ERROR_ACCESS_DENIED == codeAccessDenied && ERROR_INVALID_HANDLE == codeInvalidHandle
-              && ERROR_WRITE_FAULT == codeWriteFault && ERROR_INVALID_PARAMETER == codeInvalidParameter
-              && ERROR_MORE_DATA == codeMoreData);
+static_assert(ERROR_SUCCESS == toNumber(Win32Error::Success)
+              && ERROR_FILE_NOT_FOUND == toNumber(Win32Error::FileNotFound)
+              && ERROR_ACCESS_DENIED == toNumber(Win32Error::AccessDenied)
+              && ERROR_INVALID_HANDLE == toNumber(Win32Error::InvalidHandle)
+              && ERROR_WRITE_FAULT == toNumber(Win32Error::WriteFault)
+              && ERROR_INVALID_PARAMETER == toNumber(Win32Error::InvalidParameter)
+              && ERROR_MORE_DATA == toNumber(Win32Error::MoreData));
 static_assert(REG_NONE == regNone && REG_SZ == regSz && REG_EXPAND_SZ == regExpandSz && REG_BINARY == regBinary
               && REG_DWORD == regDword && REG_MULTI_SZ == regMultiSz && REG_QWORD == regQword);
 
@@ -45,9 +48,9 @@ HKEY keyOf(void* handle)
     return static_cast<HKEY>(handle);
 }
 
-SystemCode codeOf(LSTATUS status)
+Win32Error codeOf(LSTATUS status)
 {
-    return static_cast<SystemCode>(status);
+    return static_cast<Win32Error>(status);
 }
 
 // The system reads up to the first NUL and would address another key or value than the one that was named.
@@ -58,7 +61,7 @@ bool isCutShort(const QString& text)
 
 // RegEnumKeyExW and RegEnumValueW in one shape: `next` is called with a running index, a buffer and its length.
 template <typename Next>
-SystemCode enumerate(DWORD maximumLength, QStringList& out, Next next)
+Win32Error enumerate(DWORD maximumLength, QStringList& out, Next next)
 {
     out.clear();
     std::vector<wchar_t> name(maximumLength + 1);
@@ -66,7 +69,7 @@ SystemCode enumerate(DWORD maximumLength, QStringList& out, Next next)
         auto length = static_cast<DWORD>(name.size());
         const LSTATUS status = next(index, name.data(), &length);
         if (status == ERROR_NO_MORE_ITEMS)
-            return codeSuccess;
+            return Win32Error::Success;
         if (status != ERROR_SUCCESS) {
             out.clear();
             return codeOf(status);
@@ -99,12 +102,12 @@ void RegistryKey::close()
         RegCloseKey(keyOf(std::exchange(m_handle, nullptr)));
 }
 
-SystemCode RegistryKey::open(RootKey root, const QString& path, RegistryAccess access, RegistryKey& out)
+Win32Error RegistryKey::open(RootKey root, const QString& path, KeyAccess access, RegistryKey& out)
 {
     out.close();
     if (isCutShort(path))
-        return codeInvalidParameter;
-    const REGSAM rights = access == RegistryAccess::Read ? KEY_READ : KEY_SET_VALUE;
+        return Win32Error::InvalidParameter;
+    const REGSAM rights = access == KeyAccess::Read ? KEY_READ : KEY_SET_VALUE;
     HKEY key = nullptr;
     const LSTATUS status = RegOpenKeyExW(systemRoot(root), wide(path), 0, rights, &key);
     if (status == ERROR_SUCCESS)
@@ -112,11 +115,11 @@ SystemCode RegistryKey::open(RootKey root, const QString& path, RegistryAccess a
     return codeOf(status);
 }
 
-SystemCode RegistryKey::create(RootKey root, const QString& path, RegistryKey& out)
+Win32Error RegistryKey::create(RootKey root, const QString& path, RegistryKey& out)
 {
     out.close();
     if (isCutShort(path))
-        return codeInvalidParameter;
+        return Win32Error::InvalidParameter;
     HKEY key = nullptr;
     const LSTATUS status = RegCreateKeyExW(systemRoot(root), wide(path), 0, nullptr, REG_OPTION_NON_VOLATILE,
                                            KEY_SET_VALUE, nullptr, &key, nullptr);
@@ -125,10 +128,10 @@ SystemCode RegistryKey::create(RootKey root, const QString& path, RegistryKey& o
     return codeOf(status);
 }
 
-SystemCode RegistryKey::querySize(const QString& name, quint32& type, quint32& sizeBytes) const
+Win32Error RegistryKey::querySize(const QString& name, quint32& type, quint32& sizeBytes) const
 {
     if (isCutShort(name))
-        return codeInvalidParameter;
+        return Win32Error::InvalidParameter;
     DWORD systemType = REG_NONE;
     DWORD size = 0;
     const LSTATUS status = RegQueryValueExW(keyOf(m_handle), wide(name), nullptr, &systemType, nullptr, &size);
@@ -137,10 +140,10 @@ SystemCode RegistryKey::querySize(const QString& name, quint32& type, quint32& s
     return codeOf(status);
 }
 
-SystemCode RegistryKey::query(const QString& name, std::span<std::byte> buffer, quint32& type, quint32& sizeBytes) const
+Win32Error RegistryKey::query(const QString& name, std::span<std::byte> buffer, quint32& type, quint32& sizeBytes) const
 {
     if (isCutShort(name))
-        return codeInvalidParameter;
+        return Win32Error::InvalidParameter;
     // Without a buffer the call only tells the size, and says that it succeeded whatever the size is.
     BYTE none = 0;
     BYTE* const data = buffer.empty() ? &none : reinterpret_cast<BYTE*>(buffer.data());
@@ -152,10 +155,10 @@ SystemCode RegistryKey::query(const QString& name, std::span<std::byte> buffer, 
     return codeOf(status);
 }
 
-SystemCode RegistryKey::setValue(const QString& name, quint32 type, std::span<const std::byte> data)
+Win32Error RegistryKey::setValue(const QString& name, quint32 type, std::span<const std::byte> data)
 {
     if (isCutShort(name) || data.size() > std::numeric_limits<DWORD>::max())
-        return codeInvalidParameter;
+        return Win32Error::InvalidParameter;
     // Where a text doesn't end in a NUL the call looks behind it, and stores one more character if a NUL happens to
     // lie there. Behind this copy none does, so that the bytes are stored as they are.
     std::vector<std::byte> guarded;
@@ -168,21 +171,21 @@ SystemCode RegistryKey::setValue(const QString& name, quint32 type, std::span<co
                                  static_cast<DWORD>(data.size())));
 }
 
-SystemCode RegistryKey::deleteValue(const QString& name)
+Win32Error RegistryKey::deleteValue(const QString& name)
 {
     if (isCutShort(name))
-        return codeInvalidParameter;
+        return Win32Error::InvalidParameter;
     return codeOf(RegDeleteValueW(keyOf(m_handle), wide(name)));
 }
 
-SystemCode RegistryKey::subkeyNames(QStringList& out) const
+Win32Error RegistryKey::subkeyNames(QStringList& out) const
 {
     return enumerate(maximumKeyNameLength, out, [this](DWORD index, wchar_t* name, DWORD* length) {
         return RegEnumKeyExW(keyOf(m_handle), index, name, length, nullptr, nullptr, nullptr, nullptr);
     });
 }
 
-SystemCode RegistryKey::valueNames(QStringList& out) const
+Win32Error RegistryKey::valueNames(QStringList& out) const
 {
     return enumerate(maximumValueNameLength, out, [this](DWORD index, wchar_t* name, DWORD* length) {
         return RegEnumValueW(keyOf(m_handle), index, name, length, nullptr, nullptr, nullptr, nullptr);

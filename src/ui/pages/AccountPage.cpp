@@ -2,9 +2,9 @@
 
 #include "account/AuthService.h"
 #include "core/Deployment.h"
-#include "ui/Icons.h"
-#include "ui/Theme.h"
-#include "ui/Translate.h"
+#include "core/Translate.h"
+#include "ui/theme/Icons.h"
+#include "ui/theme/Theme.h"
 
 #include <QFrame>
 #include <QLabel>

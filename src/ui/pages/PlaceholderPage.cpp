@@ -1,7 +1,7 @@
 #include "ui/pages/PlaceholderPage.h"
 
-#include "ui/Theme.h"
-#include "ui/Translate.h"
+#include "core/Translate.h"
+#include "ui/theme/Theme.h"
 
 #include <QFrame>
 #include <QLabel>

@@ -2,16 +2,16 @@
 
 #include "app/AppContext.h"
 #include "core/Deployment.h"
+#include "core/Translate.h"
 #include "tweaks/TierGate.h"
 #include "tweaks/TweakEngine.h"
-#include "ui/AppDialog.h"
-#include "ui/HeroWindow.h"
-#include "ui/Theme.h"
-#include "ui/TierPill.h"
-#include "ui/ToggleSwitch.h"
-#include "ui/Translate.h"
+#include "ui/controls/AppDialog.h"
+#include "ui/controls/TierPill.h"
+#include "ui/controls/ToggleSwitch.h"
 #include "ui/pages/TweakCard.h"
 #include "ui/pages/TweakSummary.h"
+#include "ui/theme/Theme.h"
+#include "ui/windows/HeroWindow.h"
 
 #include <QFutureWatcher>
 #include <QGraphicsBlurEffect>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tweaks/Tweak.h"
-#include "ui/Icons.h"
+#include "ui/theme/Icons.h"
 
 #include <QHash>
 #include <QList>

@@ -1,6 +1,6 @@
 #include "ui/pages/TweakCard.h"
 
-#include "ui/Theme.h"
+#include "ui/theme/Theme.h"
 
 #include <QCursor>
 #include <QHelpEvent>

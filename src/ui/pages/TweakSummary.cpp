@@ -1,8 +1,8 @@
 #include "ui/pages/TweakSummary.h"
 
+#include "core/Translate.h"
 #include "tweaks/CommandTweak.h"
 #include "tweaks/RegistryTweak.h"
-#include "ui/Translate.h"
 
 #include <QStringList>
 

@@ -31,18 +31,18 @@ bool isVolatile(const QString& shownAs)
 void collect(RootKey root, const QString& path, const QString& shownAs, MachineImage& image)
 {
     RegistryKey key;
-    if (isVolatile(shownAs) || RegistryKey::open(root, path, RegistryAccess::Read, key) != codeSuccess)
+    if (isVolatile(shownAs) || RegistryKey::open(root, path, KeyAccess::Read, key) != Win32Error::Success)
         return;
     QStringList names;
     std::ignore = key.valueNames(names);
     for (const QString& name : std::as_const(names)) {
         MachineValue value{shownAs, name, 0, {}};
         quint32 sizeBytes = 0;
-        if (key.querySize(name, value.type, sizeBytes) != codeSuccess)
+        if (key.querySize(name, value.type, sizeBytes) != Win32Error::Success)
             continue;
         value.data.resize(sizeBytes);
         const auto buffer = std::as_writable_bytes(std::span(value.data.data(), sizeBytes));
-        if (key.query(name, buffer, value.type, sizeBytes) == codeSuccess)
+        if (key.query(name, buffer, value.type, sizeBytes) == Win32Error::Success)
             image.append(value);
     }
     names.clear();

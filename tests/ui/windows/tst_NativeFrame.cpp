@@ -1,5 +1,5 @@
-#include "ui/ChromeWindow.h"
-#include "ui/HeroWindow.h"
+#include "ui/windows/ChromeWindow.h"
+#include "ui/windows/HeroWindow.h"
 
 #include <QTest>
 

@@ -120,13 +120,14 @@ bool setFault(const QString& kind, const QStringList& arguments)
         SimulatedPc::denyWrites(first);
     } else if (kind == u"fail-change" && number && arguments.size() <= 3) {
         const auto code = positive(arguments.value(1));
-        SimulatedPc::failChange(*number, code ? static_cast<SystemCode>(*code) : codeWriteFault, last == u"all-after");
+        SimulatedPc::failChange(*number, code ? static_cast<Win32Error>(*code) : Win32Error::WriteFault,
+                                last == u"all-after");
     } else if (kind == u"kill" && number && arguments.size() == 2 && (last == u"before" || last == u"after")) {
         SimulatedPc::killAtChange(*number, last == u"before" ? ChangeMoment::Before : ChangeMoment::After);
     } else if (kind == u"fail-query" && isKey && (arguments.size() == 3 || arguments.size() == 4)) {
         const auto code = positive(arguments.value(3));
         SimulatedPc::failQuery(first, arguments[1], arguments[2] == u"size" ? QueryStage::Size : QueryStage::Data,
-                               code ? static_cast<SystemCode>(*code) : codeAccessDenied);
+                               code ? static_cast<Win32Error>(*code) : Win32Error::AccessDenied);
     } else if (kind == u"hang-tool" && arguments.size() == 2 && positive(last)) {
         SimulatedPc::hangTool(first, *positive(last));
     } else if (kind == u"fail-tool" && arguments.size() == 2 && positive(last)) {

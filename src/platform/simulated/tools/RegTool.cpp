@@ -35,14 +35,14 @@ int failSyntax(const QString& operation, const QString& what, const ToolOutput& 
     return 1;
 }
 
-int failWith(SystemCode code, const ToolOutput& output)
+int failWith(Win32Error code, const ToolOutput& output)
 {
-    if (code == codeFileNotFound)
+    if (code == Win32Error::FileNotFound)
         output.error(u"ERROR: The system was unable to find the specified registry key or value."_s);
-    else if (code == codeAccessDenied)
+    else if (code == Win32Error::AccessDenied)
         output.error(u"ERROR: Access is denied."_s);
     else
-        output.error(u"ERROR: The registry answered with code %1."_s.arg(code));
+        output.error(u"ERROR: The registry answered with code %1."_s.arg(toNumber(code)));
     return 1;
 }
 
@@ -110,7 +110,7 @@ bool confirm(const QString& question, const ToolOutput& output)
 }
 
 struct Value {
-    SystemCode code = codeFileNotFound;
+    Win32Error code = Win32Error::FileNotFound;
     quint32 type = 0;
     QByteArray data;
 };
@@ -120,7 +120,7 @@ Value readValue(const RegistryKey& key, const QString& name)
     Value value;
     quint32 sizeBytes = 0;
     value.code = key.querySize(name, value.type, sizeBytes);
-    if (value.code != codeSuccess)
+    if (value.code != Win32Error::Success)
         return value;
     value.data.resize(sizeBytes);
     value.code =
@@ -134,16 +134,17 @@ void printValue(const QString& name, const Value& value, const ToolOutput& outpu
 }
 
 /// Prints one key's values and goes down into its subkeys if asked to.
-SystemCode printKey(const KeyName& name, bool recurse, const ToolOutput& output)
+Win32Error printKey(const KeyName& name, bool recurse, const ToolOutput& output)
 {
     RegistryKey key;
-    if (const SystemCode code = RegistryKey::open(name.root, name.path, RegistryAccess::Read, key); code != codeSuccess)
+    if (const Win32Error code = RegistryKey::open(name.root, name.path, KeyAccess::Read, key);
+        code != Win32Error::Success)
         return code;
     QStringList values;
     QStringList subkeys;
-    if (const SystemCode code = key.valueNames(values); code != codeSuccess)
+    if (const Win32Error code = key.valueNames(values); code != Win32Error::Success)
         return code;
-    if (const SystemCode code = key.subkeyNames(subkeys); code != codeSuccess)
+    if (const Win32Error code = key.subkeyNames(subkeys); code != Win32Error::Success)
         return code;
 
     if (!recurse || !values.isEmpty())
@@ -152,7 +153,7 @@ SystemCode printKey(const KeyName& name, bool recurse, const ToolOutput& output)
         output.line(longKeyName(name));
         for (const QString& valueName : values) {
             const Value value = readValue(key, valueName);
-            if (value.code == codeSuccess)
+            if (value.code == Win32Error::Success)
                 printValue(valueName, value, output);
         }
         if (!recurse)
@@ -166,23 +167,23 @@ SystemCode printKey(const KeyName& name, bool recurse, const ToolOutput& output)
         else
             (void)printKey(below, true, output);
     }
-    return codeSuccess;
+    return Win32Error::Success;
 }
 
 int query(const Options& options, const ToolOutput& output)
 {
     if (!options.valueName) {
-        const SystemCode code = printKey(options.key, options.recurse, output);
-        return code == codeSuccess ? 0 : failWith(code, output);
+        const Win32Error code = printKey(options.key, options.recurse, output);
+        return code == Win32Error::Success ? 0 : failWith(code, output);
     }
 
     RegistryKey key;
-    const SystemCode code = RegistryKey::open(options.key.root, options.key.path, RegistryAccess::Read, key);
-    if (code != codeSuccess)
+    const Win32Error code = RegistryKey::open(options.key.root, options.key.path, KeyAccess::Read, key);
+    if (code != Win32Error::Success)
         return failWith(code, output);
     const Value value = readValue(key, *options.valueName);
-    const bool isUnsetDefault = value.code == codeFileNotFound && options.valueName->isEmpty();
-    if (value.code != codeSuccess && !isUnsetDefault)
+    const bool isUnsetDefault = value.code == Win32Error::FileNotFound && options.valueName->isEmpty();
+    if (value.code != Win32Error::Success && !isUnsetDefault)
         return failWith(value.code, output);
     output.line();
     output.line(longKeyName(options.key));
@@ -204,46 +205,47 @@ int add(const Options& options, const ToolOutput& output)
     const QString name = options.valueName.value_or(QString());
     if (setsValue && !options.force) {
         RegistryKey key;
-        if (RegistryKey::open(options.key.root, options.key.path, RegistryAccess::Read, key) == codeSuccess
-            && readValue(key, name).code == codeSuccess
+        if (RegistryKey::open(options.key.root, options.key.path, KeyAccess::Read, key) == Win32Error::Success
+            && readValue(key, name).code == Win32Error::Success
             && !confirm(u"Value %1 exists, overwrite"_s.arg(shownName(name)), output))
             return 0;
     }
 
     RegistryKey key;
-    if (const SystemCode code = RegistryKey::create(options.key.root, options.key.path, key); code != codeSuccess)
+    if (const Win32Error code = RegistryKey::create(options.key.root, options.key.path, key);
+        code != Win32Error::Success)
         return failWith(code, output);
     if (setsValue) {
         const auto bytes = std::as_bytes(std::span(data->constData(), static_cast<std::size_t>(data->size())));
-        if (const SystemCode code = key.setValue(name, options.type, bytes); code != codeSuccess)
+        if (const Win32Error code = key.setValue(name, options.type, bytes); code != Win32Error::Success)
             return failWith(code, output);
     }
     return succeed(output);
 }
 
-SystemCode removeAllValues(const KeyName& name)
+Win32Error removeAllValues(const KeyName& name)
 {
     RegistryKey readable;
-    if (const SystemCode code = RegistryKey::open(name.root, name.path, RegistryAccess::Read, readable);
-        code != codeSuccess)
+    if (const Win32Error code = RegistryKey::open(name.root, name.path, KeyAccess::Read, readable);
+        code != Win32Error::Success)
         return code;
     QStringList values;
-    if (const SystemCode code = readable.valueNames(values); code != codeSuccess)
+    if (const Win32Error code = readable.valueNames(values); code != Win32Error::Success)
         return code;
     RegistryKey key;
-    SystemCode code = RegistryKey::open(name.root, name.path, RegistryAccess::SetValue, key);
+    Win32Error code = RegistryKey::open(name.root, name.path, KeyAccess::SetValue, key);
     for (const QString& value : values) {
-        if (code == codeSuccess)
+        if (code == Win32Error::Success)
             code = key.deleteValue(value);
     }
     return code;
 }
 
-SystemCode removeValue(const KeyName& name, const QString& valueName)
+Win32Error removeValue(const KeyName& name, const QString& valueName)
 {
     RegistryKey key;
-    const SystemCode code = RegistryKey::open(name.root, name.path, RegistryAccess::SetValue, key);
-    return code == codeSuccess ? key.deleteValue(valueName) : code;
+    const Win32Error code = RegistryKey::open(name.root, name.path, KeyAccess::SetValue, key);
+    return code == Win32Error::Success ? key.deleteValue(valueName) : code;
 }
 
 int remove(const Options& options, const ToolOutput& output)
@@ -254,14 +256,14 @@ int remove(const Options& options, const ToolOutput& output)
     if (!options.force && !confirm(question, output))
         return 0;
 
-    SystemCode code = codeSuccess;
+    Win32Error code = Win32Error::Success;
     if (options.allValues)
         code = removeAllValues(options.key);
     else if (options.valueName)
         code = removeValue(options.key, *options.valueName);
     else
         code = deleteKeyTree(options.key.root, options.key.path);
-    return code == codeSuccess ? succeed(output) : failWith(code, output);
+    return code == Win32Error::Success ? succeed(output) : failWith(code, output);
 }
 
 } // namespace

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QtGlobal>
+
+namespace torvelane::platform {
+
+/// A Win32 error code, as the registry, file and process calls return it; every 32-bit number is a value, the ones that
+/// the program names are listed. The simulated PC answers with the same numbers.
+/// Values: https://learn.microsoft.com/windows/win32/debug/system-error-codes
+enum class Win32Error : quint32 {
+    Success = 0,
+    FileNotFound = 2, ///< No such file, key or value.
+    AccessDenied = 5,
+    InvalidHandle = 6,
+    WriteFault = 29,
+    InvalidParameter = 87,
+    BadPathname = 161,
+    MoreData = 234, ///< The buffer is too small.
+    RegistryIoFailed = 1016,
+    KeyDeleted = 1018,
+};
+
+/// The number, for a text or a log line.
+[[nodiscard]] constexpr quint32 toNumber(Win32Error error)
+{
+    return static_cast<quint32>(error);
+}
+
+} // namespace torvelane::platform

@@ -1,0 +1,79 @@
+#include "ui/controls/UsernameLabel.h"
+
+#include "ui/controls/FrameTimer.h"
+#include "ui/theme/Theme.h"
+
+#include <QPainter>
+
+namespace torvelane {
+
+namespace {
+
+constexpr double glintWidth = 0.08;
+
+QLinearGradient glint(const QRectF& area, double sheen)
+{
+    QLinearGradient gradient(area.topLeft(), area.topRight());
+    gradient.setColorAt(0, palette::accent);
+    const auto addInside = [&gradient](double at, const QColor& color) {
+        if (at > 0.0 && at < 1.0)
+            gradient.setColorAt(at, color);
+    };
+    addInside(sheen - glintWidth, palette::accent);
+    addInside(sheen, palette::ink);
+    addInside(sheen + glintWidth, palette::accent);
+    gradient.setColorAt(1, palette::accent);
+    return gradient;
+}
+
+} // namespace
+
+UsernameLabel::UsernameLabel(QWidget* parent) : QLabel(parent), m_timer(new FrameTimer(this))
+{
+    connect(m_timer, &FrameTimer::timeout, this, &UsernameLabel::advanceSheen);
+}
+
+void UsernameLabel::setStyle(Style style)
+{
+    if (m_style == style)
+        return;
+    m_style = style;
+    if (style == Style::Glint) {
+        m_sheen = -0.1;
+        m_timer->follow(this);
+    } else {
+        m_timer->unfollow();
+    }
+    update();
+}
+
+void UsernameLabel::advanceSheen()
+{
+    m_sheen += 0.03;
+    if (m_sheen > 1.1)
+        m_sheen = -0.1;
+    update();
+}
+
+void UsernameLabel::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    painter.setFont(font());
+    const QRect area = contentsRect();
+    switch (m_style) {
+    case Style::Plain:
+        painter.setPen(palette::ink);
+        break;
+    case Style::Accent:
+        painter.setPen(palette::accent);
+        break;
+    case Style::Glint:
+        painter.setPen(QPen(QBrush(glint(area, m_sheen)), 0));
+        break;
+    }
+    painter.drawText(area, static_cast<int>(alignment()),
+                     fontMetrics().elidedText(text(), Qt::ElideRight, area.width()));
+}
+
+} // namespace torvelane

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "core/Tier.h"
+#include "ui/theme/Icons.h"
+
+#include <QList>
+#include <QWidget>
+
+class QButtonGroup;
+class QHBoxLayout;
+class QPushButton;
+class QStackedLayout;
+
+namespace torvelane {
+
+class PageStack;
+class SectionTweaksPage;
+
+/// What one sidebar row opens: a header, a row of underlined tabs, and a stack of section pages, each locked or open by
+/// the user's tier. GUI thread.
+class GroupPage : public QWidget {
+    Q_OBJECT
+
+public:
+    GroupPage(IconId icon, const QString& title, const QString& subtitle, Tier required, const QString& webBase,
+              QWidget* parent = nullptr);
+
+    /// Appends a tab and takes the page over. With a gate other than none the page is locked for users whose tier
+    /// doesn't cover it. The first tab selects itself.
+    void addSection(IconId icon, const QString& label, QWidget* page, Tier gate);
+
+    /// Ignored when out of range.
+    void selectSection(int index);
+    [[nodiscard]] int currentSection() const;
+    [[nodiscard]] int sectionCount() const { return static_cast<int>(m_sections.size()); }
+
+    void setUserTier(Tier tier);
+
+    /// Brings the next page that nobody has opened yet into the window, ahead of its first show.
+    /// @return false if there is none left
+    bool prepareNextSection();
+
+    /// Waits until no section works on the system any more. Blocks.
+    void finishWork();
+
+    [[nodiscard]] Tier requiredTier() const { return m_required; }
+
+private:
+    struct Section {
+        IconId icon;
+        QPushButton* tab = nullptr;
+        Tier required = Tier::None;
+        // Null for a section without a gate.
+        QWidget* wrapper = nullptr;
+        QStackedLayout* stack = nullptr;
+        QWidget* page = nullptr;
+        QWidget* panel = nullptr;
+        QPushButton* pill = nullptr;
+    };
+
+    void wrap(Section& section);
+    void buildLockedPanel(Section& section);
+    [[nodiscard]] QString pillText(Tier required) const;
+    void refreshTabIcons();
+    [[nodiscard]] QList<SectionTweaksPage*> tweakPages() const;
+
+    Tier m_required;
+    QString m_webBase;
+    Tier m_userTier = Tier::None;
+    QButtonGroup* m_tabGroup;
+    QWidget* m_tabBar;
+    QHBoxLayout* m_tabLayout;
+    PageStack* m_stack;
+    QList<Section> m_sections;
+};
+
+} // namespace torvelane

@@ -1,0 +1,221 @@
+#include "ui/main/Sidebar.h"
+
+#include "account/AuthService.h"
+#include "core/Translate.h"
+#include "ui/controls/AvatarLabel.h"
+#include "ui/controls/BrandZone.h"
+#include "ui/controls/ProSparkle.h"
+#include "ui/controls/UsernameLabel.h"
+#include "ui/theme/Theme.h"
+
+#include <QButtonGroup>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QStyleOption>
+#include <QVBoxLayout>
+
+namespace torvelane {
+
+namespace {
+
+constexpr int sidebarWidth = 280;
+constexpr int rowIconSize = 20; ///< Drawn at this size; the button's icon size scales it down.
+
+QFrame* makeDivider()
+{
+    auto* const divider = new QFrame;
+    divider->setObjectName(QStringLiteral("Divider"));
+    divider->setFixedHeight(1);
+    return divider;
+}
+
+UsernameLabel::Style nameStyle(Tier tier)
+{
+    switch (tier) {
+    case Tier::Pro:
+        return UsernameLabel::Style::Glint;
+    case Tier::Premium:
+        return UsernameLabel::Style::Accent;
+    default:
+        return UsernameLabel::Style::Plain;
+    }
+}
+
+} // namespace
+
+Sidebar::Sidebar(const QList<NavGroup>& groups, QWidget* parent)
+    : QFrame(parent)
+    , m_groups(groups)
+    , m_buttons(new QButtonGroup(this))
+{
+    setObjectName(QStringLiteral("Sidebar"));
+    setFixedWidth(sidebarWidth);
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(14, 0, 14, 14);
+    column->setSpacing(0);
+    column->addWidget(new BrandZone);
+    column->addWidget(makeDivider());
+    column->addSpacing(18);
+    column->addWidget(makeNavigation(), 1);
+    column->addSpacing(10);
+    column->addWidget(makeDivider());
+    column->addSpacing(10);
+    column->addWidget(makeAccountCard());
+    m_buttons->setExclusive(true);
+    connect(m_buttons, &QButtonGroup::idClicked, this, &Sidebar::rowClicked);
+}
+
+QWidget* Sidebar::makeNavigation()
+{
+    auto* const area = new QScrollArea;
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->viewport()->setAutoFillBackground(false);
+    area->setStyleSheet(transparentScrollStyle());
+    area->setFocusPolicy(Qt::NoFocus);
+    auto* const content = new QWidget;
+    content->setAutoFillBackground(false);
+    auto* const column = new QVBoxLayout(content);
+    column->setContentsMargins(0, 0, 8, 0);
+    column->setSpacing(2);
+    QString category;
+    int index = 0;
+    for (const NavGroup& group : std::as_const(m_groups)) {
+        if (group.category != category && !group.category.isEmpty()) {
+            if (index > 0)
+                column->addSpacing(10);
+            auto* const heading = new QLabel(group.category.toUpper());
+            heading->setObjectName(QStringLiteral("NavCategory"));
+            column->addWidget(heading);
+        }
+        category = group.category;
+        addRow(column, group, index++);
+    }
+    column->addStretch();
+    area->setWidget(content);
+    return area;
+}
+
+void Sidebar::addRow(QVBoxLayout* column, const NavGroup& group, int index)
+{
+    auto* const row = new QPushButton(QStringLiteral("  ") + group.title);
+    row->setObjectName(QStringLiteral("NavItem"));
+    row->setAccessibleName(group.title);
+    row->setCheckable(true);
+    row->setCursor(Qt::PointingHandCursor);
+    row->setIconSize(QSize(18, 18));
+    row->setMinimumHeight(38);
+    m_buttons->addButton(row, index);
+    m_rows.append(row);
+    if (group.requiredTier == Tier::Pro) {
+        auto* const overlay = new QHBoxLayout(row);
+        overlay->setContentsMargins(0, 0, 12, 0);
+        overlay->addStretch();
+        overlay->addWidget(new ProSparkle);
+    }
+    column->addWidget(row);
+}
+
+QWidget* Sidebar::makeAccountCard()
+{
+    auto* const card = new QFrame;
+    card->setObjectName(QStringLiteral("AccountCard"));
+    auto* const row = new QHBoxLayout(card);
+    row->setContentsMargins(8, 8, 8, 8);
+    row->setSpacing(10);
+    m_avatar = new AvatarLabel;
+    row->addWidget(m_avatar);
+    auto* const names = new QVBoxLayout;
+    names->setSpacing(0);
+    m_userName = new UsernameLabel;
+    m_userName->setFont(bodyFont(13, QFont::DemiBold));
+    m_email = new QLabel;
+    m_email->setObjectName(QStringLiteral("Faint"));
+    m_email->setTextFormat(Qt::PlainText);
+    names->addWidget(m_userName);
+    names->addWidget(m_email);
+    row->addLayout(names, 1);
+
+    auto* const gear = new QPushButton;
+    gear->setObjectName(QStringLiteral("WinBtn"));
+    gear->setFixedSize(34, 34);
+    gear->setIcon(iconFor(IconId::Settings, palette::muted, 18));
+    gear->setIconSize(QSize(18, 18));
+    gear->setCursor(Qt::PointingHandCursor);
+    gear->setToolTip(translate("MainWindow", "Settings"));
+    gear->setAccessibleName(translate("MainWindow", "Settings"));
+    connect(gear, &QPushButton::clicked, this, &Sidebar::settingsClicked);
+    row->addWidget(gear);
+    return card;
+}
+
+bool Sidebar::event(QEvent* event)
+{
+    const bool handled = QFrame::event(event);
+    if (event->type() == QEvent::Polish || event->type() == QEvent::StyleChange) {
+        setAttribute(Qt::WA_StyledBackground, false); // paintEvent() does it
+        m_backdrop = {};
+    }
+    return handled;
+}
+
+/// As the style sheet says, but from a picture: else its gradient would be worked out for every star that twinkles behind.
+void Sidebar::paintEvent(QPaintEvent*)
+{
+    const qreal ratio = devicePixelRatioF();
+    if (const QSize wanted = (QSizeF(size()) * ratio).toSize(); m_backdrop.size() != wanted) {
+        m_backdrop = QPixmap(wanted);
+        m_backdrop.setDevicePixelRatio(ratio);
+        m_backdrop.fill(Qt::transparent);
+        QPainter painter(&m_backdrop);
+        QStyleOption option;
+        option.initFrom(this);
+        style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, this);
+    }
+    QPainter(this).drawPixmap(0, 0, m_backdrop);
+}
+
+void Sidebar::setCurrentRow(int index)
+{
+    if (QAbstractButton* const button = m_buttons->button(index)) {
+        button->setChecked(true);
+    } else if (QAbstractButton* const checked = m_buttons->checkedButton()) {
+        // An exclusive group always keeps one lit.
+        m_buttons->setExclusive(false);
+        checked->setChecked(false);
+        m_buttons->setExclusive(true);
+    }
+    refreshIcons();
+}
+
+void Sidebar::refreshIcons()
+{
+    for (qsizetype i = 0; i < m_rows.size(); ++i) {
+        QPushButton* const row = m_rows.at(i);
+        const QColor color = row->isChecked() ? palette::accent : palette::muted;
+        row->setIcon(iconFor(m_groups.at(i).icon, color, rowIconSize));
+    }
+}
+
+void Sidebar::setRowTooltip(int index, const QString& text)
+{
+    m_rows.at(index)->setToolTip(text);
+}
+
+void Sidebar::setUser(const UserProfile& profile)
+{
+    m_userName->setText(profile.userName.isEmpty() ? translate("MainWindow", "Account") : profile.userName);
+    m_email->setText(profile.email);
+    m_email->setVisible(!profile.email.isEmpty());
+    m_avatar->setUser(profile.userName, profile.avatarUrl);
+}
+
+void Sidebar::setTier(Tier tier)
+{
+    m_userName->setStyle(nameStyle(tier));
+}
+
+} // namespace torvelane
