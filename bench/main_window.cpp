@@ -4,7 +4,7 @@
 #include "account/AuthService.h"
 #include "app/AppContext.h"
 #include "core/Translate.h"
-#include "platform/ProcessSettings.h"
+#include "platform/Hardening.h"
 #include "ui/controls/FocusRing.h"
 #include "ui/main/MainWindow.h"
 #include "ui/theme/Theme.h"

@@ -1,7 +1,7 @@
 #include "account/LocalAuthService.h"
 
 #include "core/Log.h"
-#include "platform/ProcessSettings.h"
+#include "platform/Elevation.h"
 
 #include <algorithm>
 

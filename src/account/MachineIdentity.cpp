@@ -1,15 +1,32 @@
 #include "account/MachineIdentity.h"
 
-#include "platform/MachineId.h"
+#include "system/RegistryAccess.h"
 
 #include <QCryptographicHash>
 #include <QStringList>
 
 namespace torvelane {
 
+namespace {
+
+/// The identifier that Windows draws at installation: stable across updates and restarts, and no serial number of a
+/// part. Empty if it can't be read.
+QString machineGuid()
+{
+    RegistryValue value;
+    if (!readValue(RegistryHive::LocalMachine, QStringLiteral("SOFTWARE\\Microsoft\\Cryptography"),
+                   QStringLiteral("MachineGuid"), value)
+        || value.kind != RegistryValueKind::Sz) {
+        return {};
+    }
+    return value.text.trimmed().toLower();
+}
+
+} // namespace
+
 QString machineIdentity()
 {
-    const QString guid = platform::machineGuid().trimmed().toLower();
+    const QString guid = machineGuid();
     if (guid.isEmpty())
         return QStringLiteral("unavailable");
     // The prefix keeps this apart from whatever else may be derived from the same identifier by others.

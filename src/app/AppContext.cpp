@@ -5,7 +5,7 @@
 #include "account/TierWatcher.h"
 #include "core/Log.h"
 #include "core/Paths.h"
-#include "platform/ProcessSettings.h"
+#include "platform/DirectoryProtection.h"
 #include "tweaks/TweakEngine.h"
 
 namespace torvelane {

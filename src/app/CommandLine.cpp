@@ -5,7 +5,7 @@
 #include "account/MachineIdentity.h"
 #include "app/AppContext.h"
 #include "core/Deployment.h"
-#include "platform/ProcessSettings.h"
+#include "platform/Elevation.h"
 #include "tweaks/TierGate.h"
 #include "tweaks/TweakEngine.h"
 

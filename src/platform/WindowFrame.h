@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QPoint>
+#include <QString>
 
 namespace torvelane::platform {
 
@@ -29,5 +30,9 @@ inline constexpr qintptr captionHit = 2;
 /// Asks the compositor for rounded corners (DWMWCP_ROUND, Windows 11) and the shadow of a one pixel frame around a
 /// window (its WId) that has no frame. A system that can't do it leaves the window square; that is no error.
 void dressFramelessWindow(quintptr window);
+
+/// SetCurrentProcessExplicitAppUserModelID: the identity under which the taskbar groups the windows. Before the first
+/// window.
+void setAppUserModelId(const QString& id);
 
 } // namespace torvelane::platform

@@ -5,7 +5,7 @@
 #include "account/TierWatcher.h"
 #include "app/AppContext.h"
 #include "core/Log.h"
-#include "platform/ProcessSettings.h"
+#include "platform/Elevation.h"
 #include "tweaks/TweakEngine.h"
 #include "ui/controls/AppDialog.h"
 #include "ui/main/MainWindow.h"

@@ -2,7 +2,10 @@
 #include "app/AppContext.h"
 #include "app/CommandLine.h"
 #include "core/Deployment.h"
-#include "platform/ProcessSettings.h"
+#include "platform/Console.h"
+#include "platform/Hardening.h"
+#include "platform/TimerPeriod.h"
+#include "platform/WindowFrame.h"
 #include "shell/WindowLayer.h"
 
 #include <QApplication>

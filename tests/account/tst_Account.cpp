@@ -3,11 +3,11 @@
 #include "account/MachineIdentity.h"
 #include "account/TierWatcher.h"
 #include "core/Paths.h"
-#include "platform/MachineId.h"
-#include "platform/ProcessSettings.h"
+#include "platform/Elevation.h"
 #include "platform/SecretBox.h"
 #include "support/LogCapture.h"
 #include "support/TestMachine.h"
+#include "system/RegistryAccess.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TweakCatalog.h"
@@ -141,7 +141,10 @@ private Q_SLOTS:
     {
         const QString identity = machineIdentity();
         QCOMPARE(machineIdentity(), identity);
-        for (const QString& group : platform::machineGuid().split(u'-'))
+        RegistryValue guid;
+        QVERIFY(readValue(RegistryHive::LocalMachine, u"SOFTWARE\\Microsoft\\Cryptography"_s, u"MachineGuid"_s, guid));
+        QCOMPARE(guid.text.count(u'-'), 4);
+        for (const QString& group : guid.text.split(u'-'))
             QVERIFY(!QString(identity).remove(u'-').contains(group, Qt::CaseInsensitive));
     }
 };

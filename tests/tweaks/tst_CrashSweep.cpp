@@ -1,6 +1,6 @@
 #include "app/AppContext.h"
 #include "core/Paths.h"
-#include "platform/ProcessSettings.h"
+#include "platform/Hardening.h"
 #include "support/TestMachine.h"
 #include "system/RegistryAccess.h"
 #include "tweaks/RegistryWatch.h"

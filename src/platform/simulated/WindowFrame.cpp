@@ -17,4 +17,6 @@ void dressFramelessWindow(quintptr)
     // What a window looks like at its edges is the desktop's business here.
 }
 
+void setAppUserModelId(const QString&) { }
+
 } // namespace torvelane::platform

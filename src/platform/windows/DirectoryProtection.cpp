@@ -1,10 +1,11 @@
-#include "platform/ProcessSettings.h"
+#include "platform/DirectoryProtection.h"
 
 #include "platform/windows/Owners.h"
 
 #include <QDir>
 #include <QFileInfo>
 
+#include <tuple>
 #include <vector>
 
 #include <aclapi.h>
@@ -16,8 +17,9 @@ namespace {
 
 OwnedHandle processToken(DWORD access)
 {
-    HANDLE handle = nullptr;
-    return OwnedHandle(OpenProcessToken(GetCurrentProcess(), access, &handle) ? handle : nullptr);
+    OwnedHandle token;
+    std::ignore = OpenProcessToken(GetCurrentProcess(), access, token.put());
+    return token;
 }
 
 // The current user as a string such as S-1-5-21-..., empty if it can't be told.
@@ -29,10 +31,9 @@ QString userSid()
     std::vector<std::byte> buffer(sizeBytes);
     if (!token || !GetTokenInformation(token.get(), TokenUser, buffer.data(), sizeBytes, &sizeBytes))
         return {};
-    wchar_t* text = nullptr;
-    ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(buffer.data())->User.Sid, &text);
-    const OwnedLocal<wchar_t> owner(text);
-    return QString::fromWCharArray(text ? text : L"");
+    OwnedLocal<wchar_t> text;
+    ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(buffer.data())->User.Sid, text.put());
+    return QString::fromWCharArray(text ? text.get() : L"");
 }
 
 // Administrators may give away and take over what others own, once the privilege that they have is switched on.
@@ -71,24 +72,23 @@ OwnedHandle openForProtection(const QString& path)
     BY_HANDLE_FILE_INFORMATION information{};
     if (!file || !GetFileInformationByHandle(file.get(), &information)
         || (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
-        return nullptr;
+        return {};
     }
     return file;
 }
 
 bool applyDescriptor(const QString& path, const QString& sddl)
 {
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(wide(sddl), SDDL_REVISION_1, &descriptor, nullptr))
+    OwnedLocal<void> descriptor;
+    if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(wide(sddl), SDDL_REVISION_1, descriptor.put(), nullptr))
         return false;
-    const OwnedLocal<void> owner(descriptor);
     PSID newOwner = nullptr;
     PACL accessList = nullptr;
     BOOL present = FALSE;
     BOOL defaulted = FALSE;
     const OwnedHandle file = openForProtection(path);
-    return file && GetSecurityDescriptorOwner(descriptor, &newOwner, &defaulted)
-        && GetSecurityDescriptorDacl(descriptor, &present, &accessList, &defaulted) && present
+    return file && GetSecurityDescriptorOwner(descriptor.get(), &newOwner, &defaulted)
+        && GetSecurityDescriptorDacl(descriptor.get(), &present, &accessList, &defaulted) && present
         && SetSecurityInfo(file.get(), SE_FILE_OBJECT,
                            OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
                            newOwner, nullptr, accessList, nullptr)

@@ -1,9 +1,11 @@
 #include "platform/WindowFrame.h"
 
-#include <windows.h>
+#include "platform/windows/Owners.h"
+
 #include <windowsx.h>
 
 #include <dwmapi.h>
+#include <shlobj.h>
 
 namespace torvelane::platform {
 
@@ -49,6 +51,11 @@ void dressFramelessWindow(quintptr window)
     DwmSetWindowAttribute(handle, cornerPreference, &roundCorners, sizeof(roundCorners));
     const MARGINS onePixel{1, 1, 1, 1};
     DwmExtendFrameIntoClientArea(handle, &onePixel);
+}
+
+void setAppUserModelId(const QString& id)
+{
+    SetCurrentProcessExplicitAppUserModelID(wide(id));
 }
 
 } // namespace torvelane::platform

@@ -1,5 +1,5 @@
 #include "platform/ChildProcess.h"
-#include "platform/ProcessSettings.h"
+#include "platform/Hardening.h"
 #include "platform/SecretBox.h"
 
 #include <QCoreApplication>

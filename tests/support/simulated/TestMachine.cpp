@@ -1,6 +1,6 @@
 #include "support/TestMachine.h"
 
-#include "platform/ProcessSettings.h"
+#include "platform/Hardening.h"
 #include "platform/simulated/SimulatedPc.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "platform/simulated/tools/CommandLineText.h"
 
-#include "platform/ProcessSettings.h"
+#include "platform/Elevation.h"
 
 #include <QProcessEnvironment>
 

@@ -1,20 +1,14 @@
-#include "platform/ProcessSettings.h"
+#include "platform/Hardening.h"
 
 #include "platform/windows/Owners.h"
 #include "platform/windows/SystemDirectories.h"
 
 #include <QStringList>
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <cwchar>
 
-#include <io.h>
-#include <lmcons.h>
-#include <objbase.h>
 #include <shlobj.h>
-#include <timeapi.h>
 
 namespace torvelane::platform {
 
@@ -30,15 +24,14 @@ void setVariable(const QString& name, const QString& value)
 QStringList variableNames()
 {
     QStringList names;
-    wchar_t* const block = GetEnvironmentStringsW();
-    for (const wchar_t* entry = block; entry && *entry; entry += std::wcslen(entry) + 1) {
+    const OwnedEnvironment block(GetEnvironmentStringsW());
+    for (const wchar_t* entry = block.get(); entry && *entry; entry += std::wcslen(entry) + 1) {
         // "=C:" and the like, the current directories of the drives, begin with the sign.
         const QString text = QString::fromWCharArray(entry);
         const qsizetype end = text.indexOf(QChar(u'='));
         if (end > 0)
             names.append(text.left(end));
     }
-    FreeEnvironmentStringsW(block);
     return names;
 }
 
@@ -70,10 +63,9 @@ bool isSteering(const QString& name)
 
 void setKnownFolder(const QString& variable, const KNOWNFOLDERID& folder)
 {
-    PWSTR path = nullptr;
-    if (SUCCEEDED(SHGetKnownFolderPath(folder, KF_FLAG_DONT_VERIFY, nullptr, &path)))
-        setVariable(variable, QString::fromWCharArray(path));
-    CoTaskMemFree(path);
+    OwnedTaskMemory<wchar_t> path;
+    if (SUCCEEDED(SHGetKnownFolderPath(folder, KF_FLAG_DONT_VERIFY, nullptr, path.put())))
+        setVariable(variable, QString::fromWCharArray(path.get()));
 }
 
 void setSystemVariables()
@@ -100,37 +92,6 @@ void setSystemVariables()
     setKnownFolder(QStringLiteral("ProgramFiles(x86)"), FOLDERID_ProgramFilesX86);
 }
 
-// Whether the stream was redirected by whoever started us. A console handle doesn't count: without a console of our own
-// it leads nowhere until it is opened anew.
-bool isRedirected(FILE* stream)
-{
-    const int descriptor = _fileno(stream);
-    if (descriptor < 0)
-        return false;
-    auto* const handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
-    switch (handle ? GetFileType(handle) : FILE_TYPE_UNKNOWN) {
-    case FILE_TYPE_DISK:
-    case FILE_TYPE_PIPE:
-        return true;
-    case FILE_TYPE_CHAR: {
-        DWORD mode = 0;
-        return !GetConsoleMode(handle, &mode); // NUL, or a serial line
-    }
-    default:
-        return false;
-    }
-}
-
-void reopenOnConsole(FILE* stream, const char* device, const char* mode)
-{
-    if (isRedirected(stream))
-        return;
-    FILE* reopened = nullptr;
-    freopen_s(&reopened, device, mode, stream);
-}
-
-UINT parentOutputCodePage = 0;
-
 } // namespace
 
 void prepareProcess()
@@ -148,58 +109,6 @@ void prepareProcess()
     setSystemVariables();
     setVariable(QStringLiteral("NoDefaultCurrentDirectoryInExePath"), QStringLiteral("1"));
     SetCurrentDirectoryW(wide(systemDirectory()));
-}
-
-void prepareForCommandLine()
-{
-    // Windows needs no display to be chosen away: a verb makes no window.
-}
-
-void setAppUserModelId(const QString& id)
-{
-    SetCurrentProcessExplicitAppUserModelID(wide(id));
-}
-
-void beginTimerPeriod(unsigned periodMs)
-{
-    timeBeginPeriod(periodMs);
-}
-
-void endTimerPeriod(unsigned periodMs)
-{
-    timeEndPeriod(periodMs);
-}
-
-bool isElevated()
-{
-    HANDLE handle = nullptr;
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &handle))
-        return false;
-    const OwnedHandle token(handle);
-    TOKEN_ELEVATION elevation{};
-    DWORD sizeBytes = 0;
-    return GetTokenInformation(token.get(), TokenElevation, &elevation, sizeof(elevation), &sizeBytes)
-        && elevation.TokenIsElevated != 0;
-}
-
-void attachParentConsole()
-{
-    if (!AttachConsole(ATTACH_PARENT_PROCESS))
-        return;
-    // The console reads our bytes in its own code page, and keeps a new one after our end.
-    parentOutputCodePage = GetConsoleOutputCP();
-    if (SetConsoleOutputCP(CP_UTF8))
-        std::atexit([] { SetConsoleOutputCP(parentOutputCodePage); });
-    reopenOnConsole(stdin, "CONIN$", "r");
-    reopenOnConsole(stdout, "CONOUT$", "w");
-    reopenOnConsole(stderr, "CONOUT$", "w");
-}
-
-QString currentUserName()
-{
-    std::array<wchar_t, UNLEN + 1> name{};
-    auto length = static_cast<DWORD>(name.size());
-    return GetUserNameW(name.data(), &length) ? QString::fromWCharArray(name.data()) : QString();
 }
 
 } // namespace torvelane::platform

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+
+namespace torvelane::platform {
+
+/// Whether the process token is elevated (TokenElevation). False if the system doesn't say. Any thread.
+[[nodiscard]] bool isElevated();
+
+/// Name of the user that the process runs as, without a domain. Empty if unknown. Any thread.
+[[nodiscard]] QString currentUserName();
+
+} // namespace torvelane::platform
