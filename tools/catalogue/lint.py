@@ -2,9 +2,13 @@
 """Checks the tweak catalogue, resources/tweaks.json.
 
 Usage: lint.py [path-of-the-catalogue]
+       lint.py --accept
 
 Prints one line per finding and leaves with 1 if there is any; otherwise prints
-the totals and leaves with 0. Needs nothing but the Python standard library.
+the totals and leaves with 0. Every entry is pinned by its digest in
+digests.json. --accept writes these anew, once nothing else is found, and names
+the entries whose digest has changed. Needs nothing but the Python standard
+library; shape.py, rules.py, text_rules.py and keys.txt hold what it compares with.
 """
 
 import collections
@@ -14,296 +18,23 @@ import os
 import re
 import sys
 
+import text_rules
+from rules import (COMMANDS, CONSENT, CONTROL_PANEL_TYPES, CONTROL_SET, FORBIDDEN_NAMES, FORBIDDEN_PATHS, HIVES,
+                   PROTECTION, RANGES, ROOTS, SERVICE, SERVICES, TYPES, TYPE_TRAPS, permitted_keys)
+from shape import (NOTE_SHA256, OVERLAPS, SETTLED, SETTLED_TEXTS, TOTALS, VERSION, WARNED, parse_shape)
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 DEFAULT_PATH = os.path.normpath(os.path.join(HERE, "..", "..", "resources", "tweaks.json"))
+DIGESTS_PATH = os.path.join(HERE, "digests.json")
 
-VERSION = 2
-NOTE_SHA256 = "fd10f959ab2d6b59fe2a010cc8ab537f40a7e7bd318b675b34d8e98f178756dc"
-
-# Every id in document order, by section. No mark: premium; "*": free; "+": pro.
-SHAPE = """
-SelfTest: selftest.toggle*
-Gaming Tweaks: opt.disable-gamedvr opt.enable-game-mode opt.gaming-mmcss-priority
-  opt.disable-fullscreen-optimizations torv.opt.boost-fps-games
-  torv.opt.high-priority-fortnite torv.opt.disable-gamebar torv.opt.gamedvr-policy-full
-Visual Effects: opt.disable-notifications opt.disable-animations opt.disable-transparency
-  opt.optimize-visual-performance vis.disable-taskbar-animations
-  vis.disable-drag-full-windows vis.disable-listview-shadow
-General: opt.disable-startup-delay opt.disable-vbs torv.opt.disable-auto-desktop-layout
-  torv.action.clean-temp torv.action.disable-driver-powersaving opt.optimize-hung-apps
-  opt.disable-autoplay* action.empty-recycle-bin* action.restart-explorer*
-Windows Updates: opt.disable-driver-search opt.disable-maintenance
-  opt.disable-windows-update opt.disable-experimental-features
-  wu.disable-delivery-optimization wu.no-auto-reboot wu.disable-store-auto-update
-Telemetry: priv.disable-telemetry priv.disable-ceip priv.disable-inventory-collector
-  priv.disable-error-reporting priv.disable-feedback priv.disable-help-experience
-Advertising: priv.disable-advertising-id priv.disable-content-ads
-  torv.priv.disable-tailored-experiences torv.priv.disable-extra-suggested-content
-  adv.disable-lockscreen-spotlight adv.disable-start-suggestions-ads adv.disable-settings-ads
-Tracking: priv.disable-activity-feed priv.disable-location priv.disable-remote-assistance
-  torv.priv.disable-instrumentation trk.disable-cloud-clipboard trk.disable-clipboard-history
-  trk.deny-app-diagnostics trk.disable-jumplist-recent* trk.disable-suggested-actions*
-Explorer: explorer.show-file-extensions* explorer.show-hidden-files*
-  torv.tweaks.explorer-policy-hardening exp.launch-to-this-pc* exp.disable-quick-access-recent
-  exp.nav-expand-current exp.disable-sync-provider-ads* exp.full-path-title*
-Taskbar: tweaks.disable-widgets tweaks.disable-taskbar-chat tweaks.classic-tray-icons
-  tb.left-align* tb.hide-task-view* tb.combine-buttons tb.hide-copilot-button*
-  tb.enable-end-task* tb.show-clock-seconds*
-Interface: tweaks.disable-snap-flyout tweaks.numlock-on-startup* tweaks.full-wallpaper-quality
-  tweaks.menu-show-delay tweaks.foreground-lock-timeout tweaks.disable-aero-shake*
-  torv.tweaks.boost-responsiveness torv.tweaks.fix-dpi-scaling
-  tweaks.control-panel-desktop-icon tweaks.block-razer-driver-install
-  tweaks.classic-context-menu tweaks.dark-mode*
-Start Menu: tweaks.disable-start-suggestions tweaks.disable-windows-tips
-  tweaks.disable-auto-app-install sm.hide-recently-added sm.disable-most-used sm.more-pins
-  sm.disable-account-notifications*
-CPU: cpu.disable-power-throttling cpu.disable-modern-standby cpu.disable-timer-coalescing
-  cpu.distribute-timer-interrupts torv.cpu.unlock-core-parking torv.cpu.additional-latency
-  torv.cpu.disable-hibernation-boot torv.cpu.power-coalescing torv.cpu.disable-idle-states
-RAM: ram.clear-pagefile-at-shutdown ram.disable-prefetcher ram.enable-superfetch
-  ram.disable-paging-executive torv.ram.svchost-8gb torv.ram.svchost-16gb
-  torv.ram.svchost-32gb torv.ram.memory-management torv.ram.large-system-cache
-  ram.disable-memory-compression ram.disable-memory-diagnostic
-Mouse: periph.disable-mouse-acceleration+ torv.periph.mouse-data-queue+
-  torv.periph.kervo-mouse-fix+ torv.action.disable-usb-idle+ mouse.disable-hover-time
-  mouse.disable-clicklock mouse.disable-snap-to
-Keyboard: periph.disable-sticky-keys* periph.disable-toggle-keys+ periph.disable-filter-keys+
-  periph.reduce-keyboard-delay+ torv.periph.keyboard-data-queue+
-  torv.periph.disable-mouse-keys+
-Storage: storage.disable-last-access-update storage.disable-8dot3-names
-  storage.disable-hibernation sto.disable-storage-sense sto.disable-scheduled-defrag
-Latency: opt.disable-network-throttling+ opt.max-system-responsiveness+
-  opt.foreground-priority-boost+ torv.net.latency-tuning+ torv.net.qos-autotuning-off+
-  torv.action.flush-dns* torv.net.ping-reduce-full+
-GPU: opt.enable-gpu-scheduling torv.gpu.disable-power-gating torv.opt.disable-vrr
-  gpu.increase-tdr-delay gpu.disable-hw-mpo
-Background Services: opt.disable-background-apps opt.disable-cortana torv.opt.disable-onedrive
-  torv.opt.disable-xbox-services torv.opt.disable-services-background
-  torv.opt.disable-diagtrack torv.opt.disable-settings-sync opt.disable-bluetooth-services
-  opt.disable-edge-background opt.disable-search-indexing opt.optimize-windows-search
-Search: tweaks.disable-bing-search tweaks.disable-safesearch srch.taskbar-icon-only*
-  srch.disable-device-history srch.hide-cortana-button
-Data Collection: torv.priv.disable-speech-inking torv.priv.deny-app-access
-  dc.disable-input-personalization dc.disable-handwriting-reports
-  dc.reject-personalization-policy dc.disable-language-list-access*
-"""
-TIER_MARKS = {"*": "free", "+": "pro"}
-
-TOTALS = {
-    "entries": 162,
-    "sections": 22,
-    "registry entries": 152,
-    "command entries": 10,
-    "operations": 349,
-    "dword operations": 300,
-    "sz operations": 47,
-    "binary operations": 2,
-    "HKLM operations": 200,
-    "HKCU operations": 145,
-    "HKU operations": 4,
-    "most operations in one entry": 48,
-    "premium entries": 123,
-    "free entries": 24,
-    "pro entries": 15,
-    "entries with a warning": 38,
-}
-
-HIVES = {
-    "HKLM": "HKLM", "HKEY_LOCAL_MACHINE": "HKLM",
-    "HKCU": "HKCU", "HKEY_CURRENT_USER": "HKCU",
-    "HKCR": "HKCR", "HKEY_CLASSES_ROOT": "HKCR",
-    "HKU": "HKU", "HKEY_USERS": "HKU",
-    "HKCC": "HKCC", "HKEY_CURRENT_CONFIG": "HKCC",
-}
-TYPES = ("dword", "qword", "sz", "expand_sz", "binary")
-
-COMMON_KEYS = ("id", "name", "name_fr", "section", "requiredTier", "type")
-WARNING_KEYS = ("warning", "warning_fr")
+COMMON_KEYS = ("id", "name", "name_fr", "section", "requiredTier", "type", "effect")
+TEXT_KEYS = ("warning", "warning_fr", "description", "description_fr")
 REGISTRY_KEYS = ("operations",)
 COMMAND_KEYS = ("apply", "revert", "applyBoot", "revertBoot")
 OPERATION_KEYS = ("hive", "path", "name", "valueType", "desired")
-
-# Values that more than one entry writes on purpose: (hive, path, name) in the
-# form of value_key(), the ids that write it, and why.
-OVERLAPS = [
-    (("HKLM", r"system\currentcontrolset\control", "svchostsplitthresholdinkb"),
-     ("torv.ram.svchost-8gb", "torv.ram.svchost-16gb", "torv.ram.svchost-32gb"),
-     "one setting offered for three sizes of RAM; the warning says to apply only one"),
-]
-
-# The commands are run as they stand, so each entry is pinned by the SHA-256 of
-# its lists (see command_digest). A wanted change means a new line here.
-COMMANDS = {
-    "torv.action.clean-temp":
-        "ea2e0f36cb7a5a5536a39c0ff70764593395ba5fe13345628458ea9d746193c5",
-    "torv.action.disable-driver-powersaving":
-        "ba2aaf597472c6aefcb5024ec7fb99fbbf73934d969af0cfe90379b066d72329",
-    "action.empty-recycle-bin":
-        "c599ec318fee155f93ce8949ec53d8f674641a2b735357840d28aba5e7cc2c3f",
-    "action.restart-explorer":
-        "94061f8c1eb7fde2ac9780bae24ab71a21296fd23fe64a4fa2f14343cc1dc035",
-    "tweaks.classic-context-menu":
-        "849855c9abf627f54e8004dddfca16ee444fd4355095d21b8f51295a93d9f11a",
-    "ram.disable-memory-compression":
-        "f6c7ae9882e03cde9789c7027d01eb48ae65eea831966da90d4ae138b96da438",
-    "ram.disable-memory-diagnostic":
-        "8e0063f02fbe8baf22b707b09ab49bd4008d034cd782d3f0f6580447a381af9e",
-    "torv.action.disable-usb-idle":
-        "01068b81f12418041786847c9100fd1e1095322b1c41e7494bfe3f04fb18d3eb",
-    "sto.disable-scheduled-defrag":
-        "9b790e0011839e26a9c943d88d985175c1086e0c8b4b93c84fa890684ccb8833",
-    "torv.action.flush-dns":
-        "6d81cfd90425ecbb3d98c49fe1a2ef5ca368ff57a81e1b6341f6d7cd3e896c8b",
-}
-
-SYSTEM_PROFILE = r"SOFTWARE\Microsoft\Windows NT\CurrentVersion\Multimedia\SystemProfile"
-MOUSE = r"Control Panel\Mouse"
-# Operations that are settled down to the last character. "exact": these and no
-# others, in this order. "has": these must be among them.
-SETTLED = {
-    "selftest.toggle": ("exact", [
-        ("HKCU", r"Software\Torvelane\SelfTest", "Enabled", "dword", 1),
-        ("HKCU", r"Software\Torvelane\SelfTest", "Label", "sz", "optimized"),
-    ]),
-    "opt.disable-gamedvr": ("exact", [
-        ("HKCU", r"System\GameConfigStore", "GameDVR_Enabled", "dword", 0),
-        ("HKLM", r"SOFTWARE\Policies\Microsoft\Windows\GameDVR", "AllowGameDVR", "dword", 0),
-    ]),
-    "tweaks.numlock-on-startup": ("exact", [
-        ("HKU", r".DEFAULT\Control Panel\Keyboard", "InitialKeyboardIndicators", "sz", "2"),
-        ("HKCU", r"Control Panel\Keyboard", "InitialKeyboardIndicators", "sz", "2"),
-    ]),
-    "opt.disable-network-throttling": ("exact", [
-        ("HKLM", SYSTEM_PROFILE, "NetworkThrottlingIndex", "dword", 4294967295),
-    ]),
-    "torv.ram.svchost-8gb": ("exact", [
-        ("HKLM", r"SYSTEM\ControlSet001\Control", "SvcHostSplitThresholdInKB", "dword", 8388608),
-    ]),
-    "torv.ram.svchost-16gb": ("exact", [
-        ("HKLM", r"SYSTEM\ControlSet001\Control", "SvcHostSplitThresholdInKB", "dword", 16777216),
-    ]),
-    "torv.ram.svchost-32gb": ("exact", [
-        ("HKLM", r"SYSTEM\ControlSet001\Control", "SvcHostSplitThresholdInKB", "dword", 33554432),
-    ]),
-    "tweaks.block-razer-driver-install": ("exact", [
-        ("HKLM", r"SOFTWARE\Policies\Microsoft\Windows\DeviceInstall\Restrictions",
-         "DenyDeviceIDs", "dword", 1),
-        ("HKLM", r"SOFTWARE\Policies\Microsoft\Windows\DeviceInstall\Restrictions",
-         "DenyDeviceIDsRetroactive", "dword", 1),
-        ("HKLM", r"SOFTWARE\Policies\Microsoft\Windows\DeviceInstall\Restrictions\DenyDeviceIDs",
-         "1", "sz", r"USB\VID_1532"),
-    ]),
-    "torv.opt.disable-vrr": ("exact", [
-        ("HKCU", r"SOFTWARE\Microsoft\DirectX\UserGpuPreferences", "DirectXUserGlobalSettings",
-         "sz", "VRROptimizeEnable=0;"),
-    ]),
-    "torv.periph.kervo-mouse-fix": ("has", [
-        ("HKCU", MOUSE, "SmoothMouseXCurve", "binary",
-         "0000000000000000C0CC0C0000000000809919000000000040662600000000000033330000000000"),
-        ("HKCU", MOUSE, "SmoothMouseYCurve", "binary",
-         "0000000000000000000038000000000000007000000000000000A800000000000000E00000000000"),
-        ("HKU", ".DEFAULT\\" + MOUSE, "MouseSpeed", "sz", "0"),
-    ]),
-    "opt.disable-windows-update": ("exact", [
-        ("HKLM", r"SOFTWARE\Policies\Microsoft\Windows\WindowsUpdate\AU", "NoAutoUpdate", "dword", 1),
-    ]),
-    "torv.net.ping-reduce-full": ("has", [
-        ("HKLM", r"SYSTEM\CurrentControlSet\Services\LanmanServer\Parameters", "autodisconnect",
-         "dword", 4294967295),
-    ]),
-}
-SETTLED_TEXTS = {
-    ("selftest.toggle", "name"): "Engine self-test toggle",
-    ("selftest.toggle", "name_fr"): "Test interne du moteur",
-    ("opt.disable-windows-update", "warning"):
-        "Stops Windows from downloading and installing updates automatically. "
-        "You will need to re-enable this for security patches.",
-}
-MUST_WARN = ("opt.disable-vbs", "opt.disable-windows-update", "torv.action.clean-temp",
-             "torv.ram.svchost-8gb", "torv.ram.svchost-16gb", "torv.ram.svchost-32gb",
-             "torv.cpu.disable-idle-states", "storage.disable-hibernation",
-             "opt.disable-bluetooth-services", "opt.disable-search-indexing",
-             "torv.opt.disable-onedrive", "priv.disable-remote-assistance")
-
-# Values below Control Panel that Windows keeps as something else than REG_SZ.
-CONTROL_PANEL_TYPES = {
-    "clicklocktime": "dword",
-    "enableperprocesssystemdpi": "dword",
-    "foregroundlocktimeout": "dword",
-    "httpacceptlanguageoptout": "dword",
-    "jpegimportquality": "dword",
-    "monitorremovalrecalcbehavior": "dword",
-    "restorepreviousstaterecalcbehavior": "dword",
-    "smoothmousexcurve": "binary",
-    "smoothmouseycurve": "binary",
-}
-# (pattern of the path, pattern of the name, type). All of them are tried.
-TYPE_TRAPS = [(re.compile(p, re.I), re.compile(n, re.I), t) for p, n, t in (
-    (r"\\Explorer\\Advanced(\\.*)?$", r".*", "dword"),
-    (r"\\ContentDeliveryManager$", r".*", "dword"),
-    (r"\\CapabilityAccessManager\\ConsentStore\\[^\\]+$", r"Value$", "sz"),
-    (r"\\Control$", r"WaitToKillServiceTimeout$", "sz"),
-    (r"\\Control$", r"SvcHostSplitThresholdInKB$", "dword"),
-    (r"\\SystemProfile$", r".*", "dword"),
-    (r"\\SystemProfile\\Tasks\\", r"(Scheduling Category|SFIO Priority|Background Only)$", "sz"),
-    (r"\\SystemProfile\\Tasks\\", r"(Priority|GPU Priority|Clock Rate|Affinity|BackgroundPriority)$", "dword"),
-    (r"\\PerfOptions$", r"CpuPriorityClass$", "dword"),
-    (r"\\Policies\\Microsoft\\Windows\\QoS$", r".*", "sz"),
-    (r"\\Services\\Tcpip\\QoS$", r"Do not use NLA$", "sz"),
-    (r"\\Services\\(Tcpip|AFD|NetBT|NDIS|Dnscache|LanmanServer|LanmanWorkstation)\\(Parameters|ServiceProvider)$", r".*", "dword"),
-    (r"\\UserGpuPreferences$", r".*", "sz"),
-    (r"\\Restrictions\\DenyDeviceIDs$", r"\d+$", "sz"),
-    (r"\\(Software|SOFTWARE)?\\?Policies\\(?!Microsoft\\Windows\\(QoS|DeviceInstall\\Restrictions\\))", r".*", "dword"),
-)]
-# (pattern of the path, name, lowest, highest) of dwords with a known range.
-RANGES = [(re.compile(p, re.I), n.lower(), lo, hi) for p, n, lo, hi in (
-    (r"\\SystemProfile$", "SystemResponsiveness", 10, 100),
-    (r"\\SystemProfile\\Tasks\\", "Priority", 1, 8),
-    (r"\\PerfOptions$", "CpuPriorityClass", 1, 6),
-    (r"\\PriorityControl$", "Win32PrioritySeparation", 0, 63),
-    (r"\\PrefetchParameters$", "EnablePrefetcher", 0, 3),
-    (r"\\PrefetchParameters$", "EnableSuperfetch", 0, 3),
-    (r"\\Control Panel\\Desktop$|^Control Panel\\Desktop$", "JPEGImportQuality", 60, 100),
-    (r"\\Tcpip\\Parameters$", "DefaultTTL", 1, 255),
-    (r"\\Tcpip\\Parameters$", "TcpTimedWaitDelay", 30, 300),
-    (r"\\Tcpip\\Parameters$", "MaxUserPort", 5000, 65534),
-    (r"\\LanmanServer\\Parameters$", "IRPStackSize", 11, 50),
-    (r"\\LanmanWorkstation\\Parameters$", "DirectoryCacheEntriesMax", 1, 4096),
-    (r"\\LanmanWorkstation\\Parameters$", "FileInfoCacheEntriesMax", 1, 65536),
-    (r"\\LanmanWorkstation\\Parameters$", "FileNotFoundCacheEntriesMax", 1, 65536),
-    (r"\\FEATURE_MAXCONNECTIONSPER(1_0)?SERVER$", "explorer.exe", 2, 128),
-    (r"\\FEATURE_MAXCONNECTIONSPER(1_0)?SERVER$", "iexplore.exe", 2, 128),
-    (r"\\(mouclass)\\Parameters$", "MouseDataQueueSize", 16, 200),
-    (r"\\(kbdclass)\\Parameters$", "KeyboardDataQueueSize", 16, 200),
-    (r"\\GraphicsDrivers$", "HwSchMode", 1, 2),
-    (r"\\Policies\\Microsoft\\WindowsStore$", "AutoDownload", 2, 4),
-)]
-CONSENT = ("Allow", "Deny", "Prompt")
-
-SERVICE = re.compile(r"^SYSTEM\\(CurrentControlSet|ControlSet\d+)\\Services\\([^\\]+)$", re.I)
-# The services whose start type the catalogue may change. Anything else could
-# keep Windows from starting, from signing in or from getting on the network.
-SERVICES = {s.lower() for s in (
-    "BcastDVRUserService", "BTAGService", "BthAvctpSvc", "bthserv", "DiagTrack",
-    "dmwappushservice", "MapsBroker", "RetailDemo", "SysMain", "TrkWks", "wisvc", "WSearch",
-    "XblAuthManager", "XblGameSave", "XboxGipSvc", "XboxNetApiSvc")}
-# Keys that no tweak has any business in.
-FORBIDDEN_PATHS = [re.compile(p, re.I) for p in (
-    r"^SYSTEM\\(CurrentControlSet|ControlSet\d+)\\Control\\(SafeBoot|CrashControl|Lsa|hivelist|BackupRestore)(\\|$)",
-    r"^SYSTEM\\(Setup|Select|MountedDevices)(\\|$)",
-    r"\\Winlogon(\\|$)",
-    r"^SOFTWARE\\(Policies\\)?Microsoft\\Windows Defender(\\|$)",
-    r"^(SAM|SECURITY|BCD00000000)(\\|$)",
-)]
-FORBIDDEN_NAMES = {"debugger", "bootexecute", "globalflag"}
-ROOTS = {
-    "HKLM": ("software\\", "system\\", "hardware\\"),
-    "HKCU": ("software\\", "control panel\\", "system\\", "environment\\"),
-    "HKU": (".default\\",),
-}
-FRENCH_WORDS = re.compile(r"\b(le|la|les|des|du|un|une|et|ne|est|sur|ce|aux?|[ld]')(?=\b|\w)", re.I)
-ENGLISH_WORDS = re.compile(r"\b(the|and|of|with|without|stops?|apps?|longer|disable|show|hide|this)\b", re.I)
-CONTROL_SET = re.compile(r"^system\\controlset001(?=\\|$)")
+EFFECTS = tuple(text_rules.WHEN)
+# The operating system reads these when it starts.
+READ_AT_START = r"system\currentcontrolset\services" + "\\"
 
 
 class Findings:
@@ -312,17 +43,6 @@ class Findings:
 
     def add(self, where, text):
         self.lines.append("%s: %s" % (where, text))
-
-
-def parse_shape():
-    rows, section = [], None
-    for line in SHAPE.strip().splitlines():
-        if not line.startswith(" "):
-            section, line = line.split(":", 1)
-        for word in line.split():
-            tier = TIER_MARKS.get(word[-1], "premium")
-            rows.append((word.rstrip("*+"), section, tier))
-    return rows
 
 
 def value_key(operation):
@@ -336,9 +56,9 @@ def value_key(operation):
     return hive, path, str(operation.get("name", "")).lower()
 
 
-def command_digest(entry):
-    lists = {key: entry[key] for key in COMMAND_KEYS if key in entry}
-    text = json.dumps(lists, ensure_ascii=False, sort_keys=True, separators=(",", ":"))
+def entry_digest(entry):
+    """Pins all that an entry is: what it does, what it says, where it belongs."""
+    text = json.dumps(entry, ensure_ascii=False, sort_keys=True, separators=(",", ":"))
     return hashlib.sha256(text.encode("utf-8")).hexdigest()
 
 
@@ -349,48 +69,6 @@ def no_duplicate_keys(pairs):
             raise ValueError("key %r twice in one object" % key)
         seen[key] = value
     return seen
-
-
-def check_text(findings, where, key, value):
-    if not isinstance(value, str) or not value.strip():
-        findings.add(where, "%s is missing or empty" % key)
-        return False
-    if value != value.strip() or "  " in value:
-        findings.add(where, "%s has blanks too many" % key)
-    if any(ord(c) < 32 for c in value):
-        findings.add(where, "%s has a control character" % key)
-    return True
-
-
-def check_texts(findings, where, entry):
-    for key in ("name", "name_fr"):
-        if check_text(findings, where, key, entry.get(key)):
-            if entry[key].endswith("."):
-                findings.add(where, "%s ends with a full stop" % key)
-            if len(entry[key]) > 80:
-                findings.add(where, "%s is too long for a card" % key)
-    if entry.get("name") and entry.get("name") == entry.get("name_fr"):
-        findings.add(where, "name_fr is the English name")
-    present = [key for key in WARNING_KEYS if key in entry]
-    for key in present:
-        if check_text(findings, where, key, entry[key]) and entry[key][-1] not in ".!":
-            findings.add(where, "%s does not end with a full stop" % key)
-    if len(present) == 1:
-        findings.add(where, "has %s without its counterpart" % present[0])
-    if len(present) == 2:
-        if entry["warning"] == entry["warning_fr"]:
-            findings.add(where, "warning_fr is the English warning")
-        elif isinstance(entry["warning_fr"], str) and len(FRENCH_WORDS.findall(entry["warning_fr"])) < 2:
-            findings.add(where, "warning_fr does not read as French")
-    for key in ("name_fr", "warning_fr"):
-        english = ENGLISH_WORDS.search(entry[key]) if isinstance(entry.get(key), str) else None
-        if english:
-            findings.add(where, "%s has the English word %r" % (key, english.group()))
-    if entry.get("id") in MUST_WARN and "warning" not in entry:
-        findings.add(where, "needs a warning")
-    for key in ("description", "description_fr"):
-        if key in entry:
-            findings.add(where, "has the key %s" % key)
 
 
 def check_path(findings, where, hive, path):
@@ -408,9 +86,9 @@ def check_path(findings, where, hive, path):
     roots = ROOTS.get(hive)
     if roots and not path.lower().startswith(roots):
         findings.add(where, "path %r is not below a key of %s that is known" % (path, hive))
-    for pattern in FORBIDDEN_PATHS:
+    for pattern, why in FORBIDDEN_PATHS:
         if pattern.search(path):
-            findings.add(where, "path %r is out of bounds" % path)
+            findings.add(where, "path %r is out of bounds: %s" % (path, why))
     return True
 
 
@@ -449,21 +127,32 @@ def check_sense(findings, where, operation, hive):
             findings.add(where, "Windows reads this value as %s, not %s" % (wanted, kind))
     if re.search(r"\\ConsentStore\\", path, re.I) and desired not in CONSENT:
         findings.add(where, "%r is none of %s" % (desired, ", ".join(CONSENT)))
-    for paths, wanted_name, lowest, highest in RANGES:
+    for paths, wanted_name, allowed in RANGES:
         if paths.search(path) and name.lower() == wanted_name and isinstance(desired, int):
-            if not lowest <= desired <= highest:
-                findings.add(where, "%d is outside %d to %d" % (desired, lowest, highest))
-    if name.lower() in FORBIDDEN_NAMES:
-        findings.add(where, "the value %r is out of bounds" % name)
+            if desired not in allowed:
+                findings.add(where, "%d is outside %s" % (desired, allowed))
+    for pattern, why in FORBIDDEN_NAMES:
+        if pattern.match(name):
+            findings.add(where, "the value %r is out of bounds: %s" % (name, why))
     service = SERVICE.match(path)
-    if service and name.lower() == "start":
-        if kind != "dword" or desired not in (2, 3, 4):
-            findings.add(where, "a service's Start must be the dword 2, 3 or 4")
+    if service:
+        if name.lower() != "start" or kind != "dword" or desired not in (2, 3, 4):
+            findings.add(where, "of a service, only Start may be written, as the dword 2, 3 or 4")
         if service.group(2).lower() not in SERVICES:
             findings.add(where, "the service %r may not be changed" % service.group(2))
     if hive == "HKLM" and low.startswith("system\\controlset"):
         if (low, name.lower()) != (r"system\controlset001\control", "svchostsplitthresholdinkb"):
             findings.add(where, "names a control set instead of CurrentControlSet")
+
+
+def check_permitted(findings, where, operation):
+    """keys.txt names the key and, where it has to, the value."""
+    key = "%s\\%s" % (operation["hive"], operation["path"])
+    keys = permitted_keys()
+    if key.lower() not in keys:
+        findings.add(where, "keys.txt does not permit the key %s" % key)
+    elif keys[key.lower()] is not None and operation["name"].lower() not in keys[key.lower()]:
+        findings.add(where, "keys.txt does not permit the value %r in this key" % operation["name"])
 
 
 def check_operation(findings, where, operation):
@@ -495,6 +184,7 @@ def check_operation(findings, where, operation):
         good = check_desired(findings, where, kind, operation["desired"]) and good
     if good and hive:
         check_sense(findings, where, operation, hive)
+        check_permitted(findings, where, operation)
 
 
 def check_settled(findings, entry):
@@ -513,20 +203,41 @@ def check_settled(findings, entry):
             findings.add(ident, "its %s is not the settled text %r" % (key, text))
 
 
+def check_protection(findings, where, entry):
+    """What takes protection away stays with the entry that is there for it, and warns."""
+    for operation in entry.get("operations") or []:
+        if not isinstance(operation, dict):
+            continue
+        _, path, name = value_key(operation)
+        owner = PROTECTION.get((path, name))
+        if owner and owner != entry.get("id"):
+            findings.add(where, "writes %r, which only %s may" % (operation.get("name"), owner))
+        if owner and "warning" not in entry:
+            findings.add(where, "takes protection away without a warning")
+
+
+def check_effect(findings, where, entry):
+    effect = entry.get("effect")
+    if effect not in EFFECTS:
+        findings.add(where, "the effect %r is none of %s" % (effect, ", ".join(EFFECTS)))
+    for operation in entry.get("operations") or []:
+        if isinstance(operation, dict) and value_key(operation)[1].startswith(READ_AT_START) and effect != "restart":
+            findings.add(where, "changes a service or driver, which takes effect after a restart")
+            break
+
+
 def check_command(findings, entry, where):
     for key in COMMAND_KEYS:
         if key in entry:
             value = entry[key]
-            if not isinstance(value, list) or any(not isinstance(c, str) or not c.strip() or c != c.strip() for c in value):
+            if not isinstance(value, list) or not all(isinstance(c, str) and c.strip() and c == c.strip() for c in value):
                 findings.add(where, "%s is not a list of trimmed commands" % key)
     if not entry.get("apply"):
         findings.add(where, "has no apply command")
-    if entry.get("id") in COMMANDS:
-        digest = command_digest(entry)
-        if digest != COMMANDS[entry["id"]]:
-            findings.add(where, "its commands are not the settled ones (SHA-256 now %s)" % digest)
-    else:
-        findings.add(where, "is a command entry that is not known")
+    for key in COMMAND_KEYS:
+        for command in entry.get(key) if isinstance(entry.get(key), list) else ():
+            if isinstance(command, str) and not any(pattern.fullmatch(command) for pattern in COMMANDS):
+                findings.add(where, "the command %r is not a permitted one" % command)
 
 
 def check_entry(findings, number, entry):
@@ -534,14 +245,18 @@ def check_entry(findings, number, entry):
     kind = entry.get("type")
     if kind not in ("registry", "command"):
         findings.add(where, "the type %r is not accepted" % (kind,))
-    allowed = COMMON_KEYS + WARNING_KEYS + (REGISTRY_KEYS if kind == "registry" else COMMAND_KEYS)
+    allowed = COMMON_KEYS + TEXT_KEYS + (REGISTRY_KEYS if kind == "registry" else COMMAND_KEYS)
     for key in COMMON_KEYS:
         if key not in entry:
             findings.add(where, "lacks the key %s" % key)
     for key in entry:
-        if key not in allowed and key not in ("description", "description_fr"):
+        if key not in allowed:
             findings.add(where, "has the unknown key %s" % key)
-    check_texts(findings, where, entry)
+    if ("warning" in entry) != (entry.get("id") in WARNED):
+        findings.add(where, "needs a warning" if entry.get("id") in WARNED else "is not an entry that warns")
+    text_rules.check_texts(findings, where, entry)
+    check_effect(findings, where, entry)
+    check_protection(findings, where, entry)
     if kind == "registry":
         operations = entry.get("operations")
         if not isinstance(operations, list) or not operations:
@@ -615,6 +330,15 @@ def check_overlaps(findings, entries):
             findings.add(", ".join(map(str, dict.fromkeys(ids))), "all write %s" % label)
 
 
+def check_digests(findings, entries, digests):
+    for entry in entries:
+        ident = entry.get("id")
+        if digests.get(ident) != entry_digest(entry):
+            findings.add(str(ident), "is not what digests.json pins; if the change is wanted: lint.py --accept")
+    for ident in set(digests) - {entry.get("id") for entry in entries}:
+        findings.add("digests.json", "names %s, which is no entry" % ident)
+
+
 def totals(entries):
     operations = [o for e in entries if isinstance(e.get("operations"), list)
                   for o in e["operations"] if isinstance(o, dict)]
@@ -654,7 +378,8 @@ def check_layout(findings, data):
             findings.add("line %d" % number, "has a tab, trailing blanks or an odd indent")
 
 
-def lint(data):
+def lint(data, digests):
+    """The findings in the document and its totals. Without digests (None), no entry is compared with its digest."""
     findings = Findings()
     check_layout(findings, data)
     try:
@@ -683,6 +408,8 @@ def lint(data):
         check_entry(findings, number, entry)
     check_order(findings, entries)
     check_overlaps(findings, entries)
+    if digests is not None:
+        check_digests(findings, entries, digests)
     counted = totals(entries)
     for key, wanted in TOTALS.items():
         if counted[key] != wanted:
@@ -690,18 +417,44 @@ def lint(data):
     return findings, counted
 
 
+def load_digests():
+    with open(DIGESTS_PATH, "rb") as file:
+        return json.loads(file.read().decode("utf-8"), object_pairs_hook=no_duplicate_keys)
+
+
+def accept(data):
+    """Pins the entries as they stand now, unless something else is wrong with them."""
+    findings, _ = lint(data, None)
+    for line in findings.lines:
+        print(line)
+    if findings.lines:
+        print("nothing accepted")
+        return 1
+    before = load_digests() if os.path.exists(DIGESTS_PATH) else {}
+    after = {entry["id"]: entry_digest(entry) for entry in json.loads(data.decode("utf-8"))["tweaks"]}
+    with open(DIGESTS_PATH, "w", encoding="utf-8", newline="\n") as file:
+        file.write(json.dumps(after, indent=2) + "\n")
+    for ident in [*after, *before]:
+        if before.get(ident) != after.get(ident):
+            print("%s: %s" % (ident, "accepted" if ident in after else "dropped"))
+    return 0
+
+
 def main(arguments):
-    if len(arguments) > 1:
+    accepting = arguments == ["--accept"]
+    if len(arguments) > 1 or (arguments and arguments[0].startswith("-") and not accepting):
         print(__doc__.strip(), file=sys.stderr)
         return 2
-    path = arguments[0] if arguments else DEFAULT_PATH
+    path = arguments[0] if arguments and not accepting else DEFAULT_PATH
     try:
         with open(path, "rb") as file:
             data = file.read()
-    except OSError as error:
-        print("file: cannot be read: %s" % error)
+        if accepting:
+            return accept(data)
+        findings, counted = lint(data, load_digests())
+    except (OSError, ValueError) as error:
+        print("cannot be read: %s" % error)
         return 1
-    findings, counted = lint(data)
     if findings.lines:
         for line in findings.lines:
             print(line)

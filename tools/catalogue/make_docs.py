@@ -3,8 +3,8 @@
 
 Usage: make_docs.py [--check]
 
-Reads resources/tweaks.json and tools/catalogue/notes.json and writes
-docs/catalogue.md. With --check nothing is written; it prints what is wrong and
+Reads resources/tweaks.json, which has what the window shows as well, and
+tools/catalogue/notes.json, and writes docs/catalogue.md. With --check nothing is written; it prints what is wrong and
 leaves with 1 if a note is missing, belongs to no entry or is incomplete, or if
 docs/catalogue.md is not what would be written. Needs nothing but the Python
 standard library.
@@ -23,9 +23,10 @@ CATALOGUE = os.path.join(ROOT, "resources", "tweaks.json")
 NOTES = os.path.join(HERE, "notes.json")
 OUTPUT = os.path.join(ROOT, "docs", "catalogue.md")
 
-TAKES_EFFECT = ("at once", "after restarting Explorer", "after signing out", "after a restart")
-TEXTS = ("notice", "breaks", "takesEffect")
-KEYS = TEXTS + ("sources", "sourceNote")
+TAKES_EFFECT = {"now": "at once", "explorer": "after restarting Explorer", "sign-out": "after signing out",
+                "restart": "after a restart"}
+TEXTS = ("notice", "breaks")
+KEYS = TEXTS + ("limits", "sources", "sourceNote")
 SOURCE_KEYS = ("title", "url")
 COMMAND_LISTS = (
     ("apply", "Commands that apply it"),
@@ -104,12 +105,21 @@ def check_notes(tweaks, notes):
                 problems.append("%s: unknown key %s" % (ident, key))
         for key in TEXTS:
             check_text(problems, "%s: %s" % (ident, key), note.get(key))
-        if note.get("takesEffect") not in TAKES_EFFECT:
-            problems.append("%s: takesEffect must be one of %s" % (ident, "; ".join(TAKES_EFFECT)))
-        for key in ("notice", "breaks"):
+        for key in ("notice", "breaks", "limits"):
             if isinstance(note.get(key), str) and note[key].strip() and note[key].strip()[-1] not in ".!":
                 problems.append("%s: %s does not end with a full stop" % (ident, key))
         check_sources(problems, ident, note)
+    return problems + check_limits(tweaks, notes)
+
+
+def check_limits(tweaks, notes):
+    """Microsoft documents policies for editions above Home: what is nothing but policies has to say so."""
+    problems = []
+    for tweak in tweaks:
+        paths = [o["path"].lower() for o in tweak.get("operations", [])]
+        policies = [p for p in paths if "\\policies\\" in p and not p.endswith("\\policies\\microsoft\\edge")]
+        if paths and len(policies) == len(paths) and "limits" not in notes.get(tweak["id"], {}):
+            problems.append("%s: writes policies only and needs limits on the editions" % tweak["id"])
     return problems
 
 
@@ -188,14 +198,19 @@ def entry(tweak, note):
         yield ""
     else:
         yield from commands(tweak)
+    if tweak.get("warning"):
+        yield "> **Warning shown:** %s" % prose(tweak["warning"])
+    else:
+        yield "> **On the card:** %s" % prose(tweak["description"])
+    yield ""
     yield "**You notice:** %s" % prose(note["notice"])
     yield ""
     yield "**May break:** %s" % prose(note["breaks"])
     yield ""
-    if tweak.get("warning"):
-        yield "> **Warning shown:** %s" % prose(tweak["warning"])
+    if note.get("limits"):
+        yield "**Limits:** %s" % prose(note["limits"])
         yield ""
-    yield "**Takes effect:** %s." % note["takesEffect"]
+    yield "**Takes effect:** %s." % TAKES_EFFECT[tweak["effect"]]
     yield ""
     documented = ["[%s](%s)" % (prose(s["title"]), s["url"]) for s in note["sources"]]
     text = "; ".join(documented) + "." if documented else ""
@@ -214,7 +229,7 @@ def document(catalogue, notes):
     types = collections.Counter(o["valueType"] for o in operations)
     hives = collections.Counter(o["hive"] for o in operations)
     tiers = collections.Counter(t["requiredTier"] for t in tweaks)
-    effects = collections.Counter(notes[t["id"]]["takesEffect"] for t in tweaks)
+    effects = collections.Counter(t["effect"] for t in tweaks)
     kinds = collections.Counter(t["type"] for t in tweaks)
 
     yield "# Catalogue"
@@ -241,7 +256,7 @@ def document(catalogue, notes):
         ("hives", ", ".join("%s %d" % (h, c) for h, c in hives.most_common())),
         ("tiers", ", ".join("%s %d" % (t, c) for t, c in tiers.most_common())),
         ("with a warning", "%d" % sum("warning" in t for t in tweaks)),
-        ("take effect", ", ".join("%s %d" % (e, effects[e]) for e in TAKES_EFFECT)),
+        ("take effect", ", ".join("%s %d" % (words, effects[e]) for e, words in TAKES_EFFECT.items())),
         ("with a page of documentation", "%d" % sum(bool(notes[t["id"]]["sources"]) for t in tweaks)),
     ]
     for name, value in rows:
@@ -251,6 +266,8 @@ def document(catalogue, notes):
     yield ""
     yield "- Keys and values stand as they are written. HKCU is the signed-in user, HKLM the whole PC, HKU `.DEFAULT` the"
     yield "  sign-in screen. A number above 9 is given in hexadecimal as well."
+    yield "- \"On the card\" and \"Warning shown\" are what the window says. \"Limits\" names what is the default anyway, and what"
+    yield "  needs an edition of Windows above Home."
     yield "- \"Takes effect\" is when Windows reads the value again. Undoing takes effect at the same point."
     yield "- \"Documented\" names pages about the setting. Where Microsoft documents the setting but not the value, or neither,"
     yield "  the line says so."
