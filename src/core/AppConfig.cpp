@@ -5,15 +5,13 @@
 #include "core/Log.h"
 #include "core/Paths.h"
 
-#include <QFile>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 namespace torvelane {
 
 namespace {
 
-/// Far above any real file; a longer one is cut short and so counts as damaged instead of filling the memory.
+/// Far above any real file.
 constexpr qint64 maxSizeBytes = 1024 * 1024;
 
 const QString category = QStringLiteral("config");
@@ -37,21 +35,20 @@ AppConfig::AppConfig() : apiBaseUrl(deployment::apiBaseUrl) { }
 void AppConfig::load()
 {
     *this = AppConfig();
-    QFile file(Paths::configFile());
-    if (!file.exists())
+    const auto [error, reason, object] = JsonFile::read(Paths::configFile(), maxSizeBytes);
+    switch (error) {
+    case JsonFile::ReadError::None:
+        break;
+    case JsonFile::ReadError::Absent:
         return;
-    if (!file.open(QIODevice::ReadOnly)) {
+    case JsonFile::ReadError::Unreadable:
         logMessage(LogLevel::Warn, category, QStringLiteral("Cannot open config.json; using defaults"));
         return;
-    }
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(file.read(maxSizeBytes), &error);
-    if (error.error != QJsonParseError::NoError || !document.isObject()) {
-        logMessage(LogLevel::Warn, category,
-                   QStringLiteral("Corrupt config.json (%1); using defaults").arg(error.errorString()));
+    case JsonFile::ReadError::TooLarge:
+    case JsonFile::ReadError::Damaged:
+        logMessage(LogLevel::Warn, category, QStringLiteral("Corrupt config.json (%1); using defaults").arg(reason));
         return;
     }
-    const QJsonObject object = document.object();
     takeString(object, keyApiBaseUrl, apiBaseUrl);
     takeString(object, keyLastEmail, lastEmail);
     autoStart = object.value(keyAutoStart).toBool(false);

@@ -1,6 +1,8 @@
 #include "core/JsonFile.h"
 
+#include <QFile>
 #include <QJsonDocument>
+#include <QJsonParseError>
 #include <QSaveFile>
 
 namespace torvelane::JsonFile {
@@ -15,6 +17,26 @@ WriteError write(const QString& path, const QJsonObject& object)
     // file by a cut one.
     const bool written = file.write(bytes) == bytes.size() && file.flush() && file.commit();
     return written ? WriteError::None : WriteError::CannotCommit;
+}
+
+ReadResult read(const QString& path, qint64 maxSizeBytes)
+{
+    QFile file(path);
+    if (!file.exists())
+        return {ReadError::Absent, QStringLiteral("no such file"), {}};
+    if (!file.open(QIODevice::ReadOnly))
+        return {ReadError::Unreadable, file.errorString(), {}};
+    // Not by the size that the directory names: a pipe or a growing file has another one.
+    const QByteArray bytes = file.read(maxSizeBytes + 1);
+    if (file.error() != QFileDevice::NoError)
+        return {ReadError::Unreadable, file.errorString(), {}};
+    if (bytes.size() > maxSizeBytes)
+        return {ReadError::TooLarge, QStringLiteral("more than %1 bytes").arg(maxSizeBytes), {}};
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    if (error.error != QJsonParseError::NoError || !document.isObject())
+        return {ReadError::Damaged, error.errorString(), {}};
+    return {ReadError::None, {}, document.object()};
 }
 
 } // namespace torvelane::JsonFile

@@ -13,4 +13,23 @@ enum class WriteError { None, CannotOpen, CannotCommit };
 /// old file as it was. Blocks on the disk.
 [[nodiscard]] WriteError write(const QString& path, const QJsonObject& object);
 
+/// Why a file couldn't be read as a JSON object.
+enum class ReadError {
+    None,
+    Absent,     ///< There is no such file, which is how things are before the first write.
+    Unreadable, ///< It is there and can't be opened or read.
+    TooLarge,   ///< It is longer than the limit, and nothing of it was parsed.
+    Damaged,    ///< It isn't JSON, or its top level isn't an object.
+};
+
+struct ReadResult {
+    ReadError error = ReadError::None;
+    QString reason;     ///< English, for a log line; the parser's own text if the file is damaged.
+    QJsonObject object; ///< Empty unless error is None.
+};
+
+/// Reads the object in the file at `path`. At most `maxSizeBytes` and one byte are read, so that a huge file doesn't
+/// fill the memory. Blocks on the disk.
+[[nodiscard]] ReadResult read(const QString& path, qint64 maxSizeBytes);
+
 } // namespace torvelane::JsonFile

@@ -126,19 +126,22 @@ private Q_SLOTS:
         filled.lastEmail = u"zo\u00eb@filled.example"_s;
         const QString url = AppConfig().apiBaseUrl;
         const QString defaults = shown(AppConfig());
+        constexpr qsizetype maxSizeBytes = 1024 * 1024;
         const struct {
             QByteArray content;
             QString config;
-            bool isDamaged;
+            QString damage; ///< As the log says it; empty if the file is read.
         } rows[] = {
-            {"{}", defaults, false},
-            {"[]", defaults, true},
-            {R"({"autoStart": })", defaults, true},
-            {"", defaults, true},
-            {"{\"lastEmail\": \"" + QByteArray(1024 * 1024, 'x') + "\"}", defaults, true},
-            {R"({"apiBaseUrl": 5, "heartbeatIntervalMs": 7, "lastEmail": "a@b"})", url + u" false 7 a@b"_s, false},
-            {R"({"heartbeatIntervalMs": "7", "autoStart": 1, "lastEmail": false})", defaults, false},
-            {R"({"apiBaseUrl": "", "autoStart": true, "theme": 1})", u" true 0 "_s, false},
+            {"{}", defaults, {}},
+            {"[]", defaults, u"no error occurred"_s},
+            {R"({"autoStart": })", defaults, u"object is missing after a comma"_s},
+            {"", defaults, u"illegal value"_s},
+            {R"({"heartbeatIntervalMs": 7})" + QByteArray(maxSizeBytes - 26, ' '), url + u" false 7 "_s, {}},
+            {R"({"heartbeatIntervalMs": 7})" + QByteArray(maxSizeBytes - 25, ' '), defaults,
+             u"more than 1048576 bytes"_s},
+            {R"({"apiBaseUrl": 5, "heartbeatIntervalMs": 7, "lastEmail": "a@b"})", url + u" false 7 a@b"_s, {}},
+            {R"({"heartbeatIntervalMs": "7", "autoStart": 1, "lastEmail": false})", defaults, {}},
+            {R"({"apiBaseUrl": "", "autoStart": true, "theme": 1})", u" true 0 "_s, {}},
         };
         QCOMPARE(loaded(filled), defaults);
         QVERIFY(!QFile::exists(Paths::configFile()));
@@ -148,8 +151,15 @@ private Q_SLOTS:
             QVERIFY(file.open(QIODevice::WriteOnly) && file.write(row.content) == row.content.size());
             file.close();
             QCOMPARE(loaded(filled), row.config);
-            QCOMPARE(log.lines().filter(u"[WARN] config: Corrupt config.json ("_s).size(), row.isDamaged ? 1 : 0);
+            const QString line = u"[WARN] config: Corrupt config.json (%1); using defaults"_s.arg(row.damage);
+            QCOMPARE(log.lines(), row.damage.isEmpty() ? QStringList() : QStringList(line));
         }
+        QVERIFY(QFile::remove(Paths::configFile()));
+        QVERIFY(QDir().mkdir(Paths::configFile()));
+        const test::LogCapture log;
+        QCOMPARE(loaded(filled), defaults);
+        QCOMPARE(log.lines(), QStringList(u"[WARN] config: Cannot open config.json; using defaults"_s));
+        QVERIFY(QDir().rmdir(Paths::configFile()));
         QVERIFY(filled.save());
         QCOMPARE(loaded({}), shown(filled));
         QCOMPARE(QDir(Paths::dataDir()).entryList({u"config*"_s}, QDir::Files), QStringList(u"config.json"_s));
