@@ -99,7 +99,7 @@ QString textOf(std::span<const std::byte> data)
     return text;
 }
 
-RegistryValue convert(quint32 type, std::span<const std::byte> data)
+RegistryValue valueFromRaw(quint32 type, std::span<const std::byte> data)
 {
     RegistryValue value;
     value.exists = true;
@@ -163,7 +163,7 @@ bool readValue(RegistryHive hive, const QString& path, const QString& name, Regi
         logWarning(QStringLiteral("RegQueryValueExW read failed (%1)").arg(toNumber(code)));
         return false;
     }
-    out = convert(type, buffer.first(std::min<std::size_t>(sizeBytes, buffer.size())));
+    out = valueFromRaw(type, buffer.first(std::min<std::size_t>(sizeBytes, buffer.size())));
     return true;
 }
 

@@ -6,9 +6,6 @@ namespace torvelane {
 
 namespace {
 
-const QString keyHive = QStringLiteral("hive");
-const QString keyPath = QStringLiteral("path");
-const QString keyName = QStringLiteral("name");
 const QString keyExists = QStringLiteral("exists");
 const QString keyValueType = QStringLiteral("valueType");
 const QString keyNumber = QStringLiteral("number");
@@ -17,12 +14,9 @@ const QString keyBinary = QStringLiteral("binary");
 
 } // namespace
 
-QJsonObject valueToJson(RegistryHive hive, const QString& path, const QString& name, const RegistryValue& value)
+QJsonObject valueToJson(const RegistryValue& value)
 {
-    return {{keyHive, hiveName(hive)},
-            {keyPath, path},
-            {keyName, name},
-            {keyExists, value.exists},
+    return {{keyExists, value.exists},
             {keyValueType, valueKindName(value.kind)},
             {keyNumber, static_cast<double>(value.number)},
             {keyText, value.text},

@@ -6,14 +6,12 @@
 
 namespace torvelane {
 
-/// The JSON form of one captured registry value: "hive", "path", "name", "exists", "valueType", "number", "text" and
-/// "binary" (lower-case hexadecimal), always all of them. "number" is a JSON double, so a qword of more than 53
-/// significant bits comes back rounded.
-[[nodiscard]] QJsonObject valueToJson(RegistryHive hive, const QString& path, const QString& name,
-                                      const RegistryValue& value);
+/// The JSON form of a registry value: "exists", "valueType", "number", "text" and "binary" (lower-case hexadecimal),
+/// always all of them. Where the value lies is for the caller to add. "number" is a JSON double, so a qword of more than
+/// 53 significant bits comes back rounded.
+[[nodiscard]] QJsonObject valueToJson(const RegistryValue& value);
 
-/// The value in such an object; where it lies ("hive", "path", "name") is for the caller to read. Missing or mistyped
-/// keys count as absent, none, 0 and empty.
+/// The value in such an object, whatever else is in it. Missing or mistyped keys count as absent, none, 0 and empty.
 [[nodiscard]] RegistryValue valueFromJson(const QJsonObject& object);
 
 /// The number of a JSON value as an unsigned 64-bit integer, exact as far as a double is: 0 for a non-number, the

@@ -15,6 +15,11 @@ namespace {
 const QString category = QStringLiteral("tweak");
 const QString keyEntries = QStringLiteral("entries");
 
+// Where a value lies: in an operation of the catalogue and in an entry of a capture.
+const QString keyHive = QStringLiteral("hive");
+const QString keyPath = QStringLiteral("path");
+const QString keyName = QStringLiteral("name");
+
 /// Hexadecimal digits as a person pastes them from an exported .reg file: commas, blanks and line continuations are
 /// left out.
 QByteArray bytesFromHexText(QString text)
@@ -27,9 +32,9 @@ RegistryOperation parseOperation(const QJsonObject& object)
 {
     RegistryOperation operation;
     bool hiveKnown = false;
-    operation.hive = parseHive(object.value(QStringLiteral("hive")).toString(), &hiveKnown);
-    operation.path = object.value(QStringLiteral("path")).toString();
-    operation.name = object.value(QStringLiteral("name")).toString();
+    operation.hive = parseHive(object.value(keyHive).toString(), &hiveKnown);
+    operation.path = object.value(keyPath).toString();
+    operation.name = object.value(keyName).toString();
     operation.kind = parseValueKind(object.value(QStringLiteral("valueType")).toString(QStringLiteral("dword")));
 
     const QJsonValue desired = object.value(QStringLiteral("desired"));
@@ -63,6 +68,15 @@ QString valueLocation(RegistryHive hive, const QString& path, const QString& nam
 QString valueLocation(const RegistryOperation& operation)
 {
     return valueLocation(operation.hive, operation.path, operation.name);
+}
+
+QJsonObject captureEntry(const RegistryOperation& operation, const RegistryValue& value)
+{
+    QJsonObject entry = valueToJson(value);
+    entry.insert(keyHive, hiveName(operation.hive));
+    entry.insert(keyPath, operation.path);
+    entry.insert(keyName, operation.name);
+    return entry;
 }
 
 enum class Match { Yes, No, Unreadable };
@@ -133,7 +147,7 @@ QJsonObject RegistryTweak::capture(bool* ok, QString* error)
             *error = QStringLiteral("Failed to read %1").arg(valueLocation(operation));
             return {};
         }
-        entries.append(valueToJson(operation.hive, operation.path, operation.name, value));
+        entries.append(captureEntry(operation, value));
     }
     return {{captureTypeKey, tweakTypeRegistry}, {keyEntries, entries}};
 }
@@ -177,9 +191,9 @@ TweakResult RegistryTweak::revertCapture(const QJsonObject& capture, const QSet<
     for (const QJsonValue& element : entries) {
         const QJsonObject entry = element.toObject();
         bool hiveKnown = false;
-        const RegistryHive hive = parseHive(entry.value(QStringLiteral("hive")).toString(), &hiveKnown);
-        const QString path = entry.value(QStringLiteral("path")).toString();
-        const QString name = entry.value(QStringLiteral("name")).toString();
+        const RegistryHive hive = parseHive(entry.value(keyHive).toString(), &hiveKnown);
+        const QString path = entry.value(keyPath).toString();
+        const QString name = entry.value(keyName).toString();
         if (!hiveKnown || path.isEmpty() || name.isEmpty()) {
             failures.append(name);
             continue;
