@@ -22,7 +22,7 @@ DATA_BLOB blobOf(const char* data, std::size_t size)
     return {static_cast<DWORD>(size), reinterpret_cast<BYTE*>(const_cast<char*>(data))};
 }
 
-bool convert(const QByteArray& in, QByteArray& out, bool protect)
+bool transform(const QByteArray& in, QByteArray& out, bool protect)
 {
     out.clear();
     if (static_cast<std::size_t>(in.size()) > std::numeric_limits<DWORD>::max())
@@ -56,7 +56,7 @@ const qsizetype digestLength = QCryptographicHash::hashLength(QCryptographicHash
 bool protectSecret(const QByteArray& plain, QByteArray& out)
 {
     QByteArray blob;
-    const bool done = convert(plain, blob, true);
+    const bool done = transform(plain, blob, true);
     out = done ? QByteArray(digestOf(blob) + blob) : QByteArray();
     return done;
 }
@@ -65,7 +65,7 @@ bool unprotectSecret(const QByteArray& cipher, QByteArray& out)
 {
     const QByteArray blob = cipher.mid(digestLength);
     out.clear();
-    return cipher.left(digestLength) == digestOf(blob) && convert(blob, out, false);
+    return cipher.left(digestLength) == digestOf(blob) && transform(blob, out, false);
 }
 
 } // namespace torvelane::platform
