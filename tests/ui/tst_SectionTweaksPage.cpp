@@ -211,20 +211,43 @@ private Q_SLOTS:
         }
     }
 
-    void tooltipsShowThroughTheCard()
+    /// What a card paints is there for those who can't see it: in reading order, whole, and where it stands.
+    void cardsAreReadAndExplained()
     {
-        const PageBench bench({registryEntry("a", warning)});
-        auto* const card = named<TweakCard>(bench.page, u"a"_s);
-        const auto tooltipAt = [card](const QPoint& point) {
+        const QByteArray longText = QByteArrayLiteral("Word ").repeated(60).trimmed();
+        const QByteArray described = QByteArray(R"(, "description": "TEXT")").replace("TEXT", longText);
+        PageBench bench({registryEntry("a", warning), registryEntry("b", pro + described)});
+        bench.changeTier(Tier::Free);
+        QTRY_VERIFY(bench.toggle(u"a"_s)->isVisible());
+        const auto tooltipAt = [](QWidget* card, const QPoint& point) {
             QHelpEvent event(QEvent::ToolTip, point, card->mapToGlobal(point));
             QApplication::sendEvent(card, &event);
             return QToolTip::text();
         };
-        auto* const tag = card->findChild<QLabel*>(u"WarnTag"_s);
-        const QPoint onTag = tag->mapTo(card, tag->rect().center());
+        for (const auto& [id, seen] :
+             {std::pair(u"a"_s, QStringList{u"a"_s, u"Loses <b>sleep</b>."_s, u"\u26a0 Warning"_s, u"a"_s}),
+              {u"b"_s, {u"b"_s, QString::fromLatin1(longText), u"b, Pro"_s}}}) {
+            auto* const card = named<TweakCard>(bench.page, id);
+            QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(card);
+            QCOMPARE(face->text(QAccessible::Description).contains(u"\n\u2022 HKCU"), true);
+            QStringList heard;
+            for (int i = 0; i < face->childCount(); ++i) {
+                QAccessibleInterface* const child = face->child(i);
+                heard.append(child->text(QAccessible::Name));
+                QCOMPARE(face->indexOfChild(child), i);
+                QCOMPARE(face->childAt(child->rect().center().x(), child->rect().center().y()), child);
+            }
+            QCOMPARE(heard, seen);
+        }
+        auto* const card = named<TweakCard>(bench.page, u"a"_s);
+        const QPoint onTag = card->textArea(TweakCard::Text::Tag).center();
         QCOMPARE(card->childAt(onTag), nullptr);
-        QVERIFY2(tooltipAt(onTag).contains(u"Loses &lt;b&gt;sleep"), qPrintable(QToolTip::text()));
-        QVERIFY2(tooltipAt(QPoint(3, 3)).contains(u"Torvelane\\Test\\a = 1"), qPrintable(QToolTip::text()));
+        QVERIFY2(tooltipAt(card, onTag).contains(u"Loses &lt;b&gt;sleep"), qPrintable(QToolTip::text()));
+        QVERIFY2(tooltipAt(card, QPoint(3, 3)).contains(u"Torvelane\\Test\\a = 1"), qPrintable(QToolTip::text()));
+        // Two lines are shown of it, and the rest is in the tooltip.
+        auto* const shortened = named<TweakCard>(bench.page, u"b"_s);
+        QCOMPARE(shortened->heightForWidth(200), shortened->heightForWidth(600));
+        QVERIFY(tooltipAt(shortened, QPoint(3, 3)).contains(QString::fromLatin1(longText)));
         QToolTip::hideText();
     }
 

@@ -14,7 +14,6 @@
 #include "ui/windows/HeroWindow.h"
 
 #include <QFutureWatcher>
-#include <QGraphicsBlurEffect>
 #include <QGridLayout>
 #include <QLabel>
 #include <QPointer>
@@ -34,7 +33,6 @@ constexpr int gridSpacing = 12;
 constexpr int columnPitch = 302; ///< Width of a column with its spacing, from which another one fits.
 constexpr int cardIconSize = 18;
 constexpr int lockIconSize = 15;
-constexpr double lockedBlurRadius = 10.0;
 
 /// The result of one click on a switch.
 struct ApplyOutcome {
@@ -78,27 +76,6 @@ void runOn(QThreadPool* pool, QObject* page, Work work, Done done)
             done(watcher->result());
     });
     watcher->setFuture(QtConcurrent::run(pool, work));
-}
-
-QLabel* makeLabel(const QString& objectName, const QString& text, QWidget* parent)
-{
-    auto* const label = new QLabel(text, parent);
-    label->setObjectName(objectName);
-    label->setTextFormat(Qt::PlainText);
-    return label;
-}
-
-QLabel* makeWrappedLabel(const QString& objectName, const QString& text, QWidget* parent)
-{
-    QLabel* const label = makeLabel(objectName, text, parent);
-    label->setWordWrap(true);
-    return label;
-}
-
-/// Rich text, so that a long line is wrapped.
-QString richTooltip(const QString& text)
-{
-    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(text.toHtmlEscaped());
 }
 
 } // namespace
@@ -148,13 +125,16 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
 
     buildCards();
     if (m_cards.isEmpty()) {
-        column->addWidget(makeWrappedLabel(
-            QStringLiteral("Muted"),
+        auto* const label = new QLabel(
             translate(
                 "SectionTweaksPage",
                 "No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, "
                 "services, file cleanup) are added in their own phase — nothing here is faked."),
-            content));
+            content);
+        label->setObjectName(QStringLiteral("Muted"));
+        label->setTextFormat(Qt::PlainText);
+        label->setWordWrap(true);
+        column->addWidget(label);
     }
     column->addStretch();
     refreshActionButton();
@@ -244,74 +224,31 @@ void SectionTweaksPage::layOutCards()
 
 TweakCard* SectionTweaksPage::buildCard(const TweakDefinition& tweak, bool applied)
 {
-    // A page that nobody opens never lays its cards out: only the parent then makes them go with it.
-    auto* const card = new TweakCard(m_grid->parentWidget());
-    auto* const column = new QVBoxLayout(card);
-    column->setContentsMargins(16, 13, 16, 12);
-    column->setSpacing(7);
-    QWidget* const content = buildContent(card, tweak);
-    column->addWidget(content);
-    column->addStretch();
-    auto* const divider = new QFrame(card);
-    divider->setObjectName(QStringLiteral("Divider"));
-    divider->setFixedHeight(1);
-    column->addWidget(divider);
-    auto* const row = new QHBoxLayout;
-    row->setContentsMargins(0, 4, 0, 0);
-    column->addLayout(row);
-    if (isAvailable(tweak)) {
-        addSwitchRow(card, row, tweak, applied);
-    } else {
-        auto* const blur = new QGraphicsBlurEffect(content);
-        blur->setBlurRadius(lockedBlurRadius);
-        content->setGraphicsEffect(blur);
-        addLockedRow(row, tweak);
+    TweakCard::Content content{.picture = m_picture,
+                               .title = tweak.name,
+                               .description = tweak.description,
+                               .isWarning = false,
+                               .warning = tweak.warning,
+                               .locked = !isAvailable(tweak),
+                               .effect = {}};
+    if (content.description.isEmpty()) {
+        content.description = tweak.warning;
+        content.isWarning = true;
     }
-
-    // Hovering belongs to the tile alone.
-    const auto labels = card->findChildren<QLabel*>();
-    for (QLabel* const label : labels)
-        label->setAttribute(Qt::WA_TransparentForMouseEvents);
-    divider->setAttribute(Qt::WA_TransparentForMouseEvents);
-
-    card->setAccessibleName(tweak.name);
+    if (content.description.isEmpty())
+        content.description =
+            translate("SectionTweaksPage", "Reversible system tweak — apply and revert safely at any time.");
     if (const std::shared_ptr<ITweak> implementation = m_context->catalog.implementation(tweak.id))
-        card->setToolTip(richTooltip(tweakSummary(*implementation)));
+        content.effect = [implementation] { return tweakSummary(*implementation); };
+    const bool locked = content.locked;
+    // A page that nobody opens never lays its cards out: only the parent then makes them go with it.
+    auto* const card = new TweakCard(std::move(content), m_grid->parentWidget());
+    card->setControl(locked ? makePill(tweak, card) : makeSwitch(tweak, applied, card));
     return card;
 }
 
-QWidget* SectionTweaksPage::buildContent(QWidget* card, const TweakDefinition& tweak)
+QWidget* SectionTweaksPage::makeSwitch(const TweakDefinition& tweak, bool applied, QWidget* card)
 {
-    auto* const content = new QWidget(card);
-    auto* const column = new QVBoxLayout(content);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(7);
-    auto* const row = new QHBoxLayout;
-    row->setSpacing(9);
-    auto* const picture = new QLabel(content);
-    picture->setFixedWidth(20);
-    picture->setPixmap(m_picture);
-    row->addWidget(picture, 0, Qt::AlignTop);
-    row->addWidget(makeWrappedLabel(QStringLiteral("TweakTitle"), tweak.name, content), 1);
-    column->addLayout(row);
-
-    QString text = tweak.description;
-    if (text.isEmpty())
-        text = tweak.warning;
-    if (text.isEmpty())
-        text = translate("SectionTweaksPage", "Reversible system tweak — apply and revert safely at any time.");
-    column->addWidget(makeWrappedLabel(QStringLiteral("TweakDesc"), text, content));
-    return content;
-}
-
-void SectionTweaksPage::addSwitchRow(QWidget* card, QHBoxLayout* row, const TweakDefinition& tweak, bool applied)
-{
-    const bool warns = !tweak.warning.isEmpty();
-    QLabel* const tag = warns
-        ? makeLabel(QStringLiteral("WarnTag"), translate("SectionTweaksPage", "⚠ Warning"), card)
-        : makeLabel(QStringLiteral("OkTag"), translate("SectionTweaksPage", "✓ No warnings"), card);
-    if (warns)
-        tag->setToolTip(richTooltip(tweak.warning));
     auto* const toggle = new ToggleSwitch(card);
     toggle->setOn(applied, false);
     toggle->setAccessibleName(tweak.name);
@@ -319,18 +256,18 @@ void SectionTweaksPage::addSwitchRow(QWidget* card, QHBoxLayout* row, const Twea
     m_switches.insert(tweak.id, toggle);
     connect(toggle, &QAbstractButton::clicked, this,
             [this, id = tweak.id, toggle] { toggleTweak(id, !toggle->isOn()); });
-    row->addWidget(tag);
-    row->addStretch();
-    row->addWidget(toggle, 0, Qt::AlignVCenter);
+    return toggle;
 }
 
-void SectionTweaksPage::addLockedRow(QHBoxLayout* row, const TweakDefinition& tweak)
+QWidget* SectionTweaksPage::makePill(const TweakDefinition& tweak, QWidget* card)
 {
     QString word = translate("SectionTweaksPage", "Premium");
     if (tweak.requiredTier == Tier::Pro)
         word = m_context->tier == Tier::Premium ? translate("SectionTweaksPage", "Upgrade to Pro")
                                                 : translate("SectionTweaksPage", "Pro");
-    row->addWidget(makeTierPill(word, deployment::webBaseUrl, IconId::Lock, 34, lockIconSize), 1);
+    QPushButton* const pill = makeTierPill(word, deployment::webBaseUrl, IconId::Lock, 34, lockIconSize, card);
+    pill->setAccessibleName(QStringLiteral("%1, %2").arg(tweak.name, word));
+    return pill;
 }
 
 void SectionTweaksPage::toggleTweak(const QString& id, bool desired)

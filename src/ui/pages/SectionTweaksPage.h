@@ -10,7 +10,6 @@
 #include <QWidget>
 
 class QGridLayout;
-class QHBoxLayout;
 class QPushButton;
 class QScrollArea;
 class QThreadPool;
@@ -68,9 +67,8 @@ private:
     void buildCards();
     void rebuildCards();
     [[nodiscard]] TweakCard* buildCard(const TweakDefinition& tweak, bool applied);
-    [[nodiscard]] QWidget* buildContent(QWidget* card, const TweakDefinition& tweak);
-    void addSwitchRow(QWidget* card, QHBoxLayout* row, const TweakDefinition& tweak, bool applied);
-    void addLockedRow(QHBoxLayout* row, const TweakDefinition& tweak);
+    [[nodiscard]] QWidget* makeSwitch(const TweakDefinition& tweak, bool applied, QWidget* card);
+    [[nodiscard]] QWidget* makePill(const TweakDefinition& tweak, QWidget* card);
     void layOutCards();
 
     void toggleTweak(const QString& id, bool desired);

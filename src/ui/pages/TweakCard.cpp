@@ -1,5 +1,8 @@
 #include "ui/pages/TweakCard.h"
 
+#include "core/Translate.h"
+#include "ui/controls/GateTransition.h"
+#include "ui/pages/AccessibleTweakCard.h"
 #include "ui/theme/Theme.h"
 
 #include <QCursor>
@@ -7,13 +10,56 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPixmapCache>
+#include <QStyle>
+#include <QTextLayout>
 #include <QToolTip>
+
+#include <cmath>
 
 namespace torvelane {
 
 namespace {
 
+constexpr int minimumCardWidth = 200;
 constexpr double cornerRadius = 8.0;
+constexpr QMargins margins(16, 13, 16, 12);
+constexpr int spacing = 7;
+constexpr int pictureWidth = 20;
+constexpr int pictureSpacing = 9;
+constexpr int dividerHeight = 1;
+constexpr int footTopMargin = 4;
+constexpr int descriptionLines = 2;
+constexpr double lockedBlurRadius = 10.0;
+constexpr int blurReach = 25; ///< How far the blur carries color beyond what it blurs.
+
+/// How the style sheet dresses a label of this name.
+struct Look {
+    QFont font;
+    QColor color;
+};
+
+Look lookOf(const QString& objectName)
+{
+    QLabel label;
+    label.setObjectName(objectName);
+    label.ensurePolished();
+    return {label.font(), label.palette().color(QPalette::WindowText)};
+}
+
+struct Looks {
+    Look title = lookOf(QStringLiteral("TweakTitle"));
+    Look description = lookOf(QStringLiteral("TweakDesc"));
+    Look warningTag = lookOf(QStringLiteral("WarnTag"));
+    Look okTag = lookOf(QStringLiteral("OkTag"));
+};
+
+/// Asked for once: the style sheet is set before any window exists, and stays.
+const Looks& looks()
+{
+    static const Looks known;
+    return known;
+}
 
 QColor withAlpha(QColor color, int alpha)
 {
@@ -21,37 +67,203 @@ QColor withAlpha(QColor color, int alpha)
     return color;
 }
 
+QSize wrappedSize(const Look& look, const QString& text, int width)
+{
+    return QFontMetrics(look.font).boundingRect(QRect(0, 0, width, QWIDGETSIZE_MAX), Qt::TextWordWrap, text).size();
+}
+
+/// The text itself if it takes no more lines than that, or else as much of it as they hold, with an ellipsis.
+QString shortened(const QString& text, const QFont& font, int width, int lines)
+{
+    QTextLayout layout(text, font);
+    layout.beginLayout();
+    int start = 0;
+    for (int i = 0; i < lines; ++i) {
+        QTextLine line = layout.createLine();
+        if (!line.isValid())
+            return text;
+        line.setLineWidth(width);
+        start = line.textStart();
+    }
+    const bool isWhole = !layout.createLine().isValid();
+    layout.endLayout();
+    if (isWhole)
+        return text;
+    return text.left(start) + QFontMetrics(font).elidedText(text.mid(start), Qt::ElideRight, width);
+}
+
+/// Rich text, so that a long line is wrapped.
+QString richTooltip(const QString& text)
+{
+    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(text.toHtmlEscaped());
+}
+
+/// In the text's own direction, as a label would.
+void drawText(QPainter& painter, const Look& look, const QRect& area, int flags, const QString& text)
+{
+    const bool leftwards = text.isRightToLeft();
+    painter.setFont(look.font);
+    painter.setPen(look.color);
+    painter.drawText(area,
+                     static_cast<int>((leftwards ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter) | flags
+                         | (leftwards ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight),
+                     text);
+}
+
 } // namespace
 
-TweakCard::TweakCard(QWidget* parent) : QFrame(parent)
+TweakCard::TweakCard(Content content, QWidget* parent) : QFrame(parent), m_content(std::move(content))
 {
-    setMinimumWidth(200);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    installTweakCardAccessibility();
+    setMinimumWidth(minimumCardWidth);
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+    setAccessibleName(m_content.title);
+}
+
+QString TweakCard::text(Text which) const
+{
+    switch (which) {
+    case Text::Title:
+        return m_content.title;
+    case Text::Description:
+        return m_content.description;
+    case Text::Tag:
+        if (m_content.locked)
+            return {};
+        return m_content.warning.isEmpty() ? translate("SectionTweaksPage", "✓ No warnings")
+                                           : translate("SectionTweaksPage", "⚠ Warning");
+    }
+    return {};
+}
+
+QRect TweakCard::textArea(Text which) const
+{
+    const QRect inside = rect().marginsRemoved(margins);
+    const Measures& measures = measuresFor(width());
+    const QRect head(inside.topLeft(), QSize(inside.width(), headHeight(measures)));
+    switch (which) {
+    case Text::Title:
+        return mirrored({head.left() + pictureWidth + pictureSpacing, head.top(),
+                         head.width() - pictureWidth - pictureSpacing,
+                         head.height() - spacing - measures.descriptionHeight});
+    case Text::Description:
+        return mirrored(
+            {head.left(), head.bottom() + 1 - measures.descriptionHeight, head.width(), measures.descriptionHeight});
+    case Text::Tag: {
+        const QFontMetrics metrics(m_content.warning.isEmpty() ? looks().okTag.font : looks().warningTag.font);
+        const QRect foot = footArea();
+        return mirrored({foot.left(), foot.top(), metrics.horizontalAdvance(text(Text::Tag)), foot.height()});
+    }
+    }
+    return {};
+}
+
+const TweakCard::Measures& TweakCard::measuresFor(int width) const
+{
+    if (m_measures.width == width)
+        return m_measures;
+    m_measures.width = width;
+    const int inside = width - margins.left() - margins.right();
+    m_measures.titleHeight =
+        wrappedSize(looks().title, m_content.title, inside - pictureWidth - pictureSpacing).height();
+    m_measures.description = m_content.isWarning
+        ? m_content.description
+        : shortened(m_content.description, looks().description.font, inside, descriptionLines);
+    m_measures.descriptionHeight = wrappedSize(looks().description, m_measures.description, inside).height();
+    return m_measures;
+}
+
+int TweakCard::headHeight(const Measures& measures) const
+{
+    const int pictureHeight = static_cast<int>(std::ceil(m_content.picture.deviceIndependentSize().height()));
+    return std::max(measures.titleHeight, pictureHeight) + spacing + measures.descriptionHeight;
+}
+
+int TweakCard::footHeight() const
+{
+    return std::max(m_control ? m_control->minimumHeight() : 0, QFontMetrics(looks().okTag.font).height());
+}
+
+QRect TweakCard::footArea() const
+{
+    QRect foot = rect().marginsRemoved(margins);
+    foot.setTop(foot.bottom() + 1 - footHeight());
+    return foot;
+}
+
+QRect TweakCard::mirrored(const QRect& area) const
+{
+    return QStyle::visualRect(layoutDirection(), rect(), area);
+}
+
+int TweakCard::heightWith(const Measures& measures) const
+{
+    return margins.top() + headHeight(measures) + spacing + dividerHeight + spacing + footTopMargin + footHeight()
+        + margins.bottom();
+}
+
+/// Of texts that take one line: what they need in truth depends on the width.
+QSize TweakCard::sizeHint() const
+{
+    const Measures lines{.titleHeight = QFontMetrics(looks().title.font).height(),
+                         .descriptionHeight = QFontMetrics(looks().description.font).height(),
+                         .description = {}};
+    return {minimumCardWidth, heightWith(lines)};
+}
+
+void TweakCard::resizeEvent(QResizeEvent* event)
+{
+    QFrame::resizeEvent(event);
+    if (!m_control)
+        return;
+    const QRect foot = footArea();
+    QRect place = foot;
+    if (!m_content.locked) {
+        place.setSize(m_control->minimumSize());
+        place.moveRight(foot.right());
+        place.moveTop(foot.top() + (foot.height() - place.height()) / 2);
+    }
+    m_control->setGeometry(mirrored(place));
 }
 
 bool TweakCard::event(QEvent* event)
 {
-    if (event->type() == QEvent::Enter)
+    switch (event->type()) {
+    case QEvent::Enter:
         setHovered(true);
-    else if (event->type() == QEvent::Leave)
+        break;
+    case QEvent::Leave:
         setHovered(isUnderCursor());
-    else if (event->type() == QEvent::ToolTip && showLabelTooltip(*static_cast<QHelpEvent*>(event)))
+        break;
+    case QEvent::ToolTip:
+        showTooltip(*static_cast<QHelpEvent*>(event));
         return true;
+    default:
+        break;
+    }
     return QFrame::event(event);
 }
 
-/// The labels let the mouse through, and their tooltips with it: the card shows them in their place.
-bool TweakCard::showLabelTooltip(const QHelpEvent& event)
+/// Over the tag what the tweak costs, over a shortened text all of it, and elsewhere what the tweak does.
+void TweakCard::showTooltip(const QHelpEvent& event)
 {
-    const auto labels = findChildren<QLabel*>();
-    for (const QLabel* const label : labels) {
-        const QRect area(label->mapTo(this, QPoint(0, 0)), label->size());
-        if (label->toolTip().isEmpty() || !area.contains(event.pos()))
-            continue;
-        QToolTip::showText(event.globalPos(), label->toolTip(), this, area);
-        return true;
+    QRect area;
+    QString text;
+    if (const QRect tag = textArea(Text::Tag);
+        !m_content.locked && !m_content.warning.isEmpty() && tag.contains(event.pos())) {
+        area = tag;
+        text = m_content.warning;
+    } else if (m_content.effect) {
+        text = m_content.effect();
+        if (measuresFor(width()).description != m_content.description)
+            text.prepend(m_content.description + QStringLiteral("\n\n"));
     }
-    return false;
+    if (text.isEmpty())
+        QToolTip::hideText();
+    else
+        QToolTip::showText(event.globalPos(), richTooltip(text), this, area);
 }
 
 void TweakCard::enterEvent(QEnterEvent* event)
@@ -93,6 +305,52 @@ void TweakCard::paintEvent(QPaintEvent*)
     painter.fillPath(path, glass);
     painter.setPen(QPen(m_hovered ? withAlpha(palette::accent, 140) : withAlpha(palette::ink, 26), 1));
     painter.drawPath(path);
+    painter.setRenderHint(QPainter::Antialiasing, false);
+
+    const QRect foot = footArea();
+    painter.fillRect(foot.left(), foot.top() - footTopMargin - spacing - dividerHeight, foot.width(), dividerHeight,
+                     palette::hairline);
+    if (m_content.locked) {
+        paintBlurredHead(painter);
+        return;
+    }
+    paintHead(painter);
+    drawText(painter, m_content.warning.isEmpty() ? looks().okTag : looks().warningTag, textArea(Text::Tag), 0,
+             text(Text::Tag));
+}
+
+void TweakCard::paintHead(QPainter& painter) const
+{
+    const QRect inside = rect().marginsRemoved(margins);
+    const QSize picture = m_content.picture.deviceIndependentSize().toSize();
+    painter.drawPixmap(mirrored(QRect(inside.topLeft(), picture)).topLeft(), m_content.picture);
+    drawText(painter, looks().title, textArea(Text::Title), Qt::TextWordWrap, m_content.title);
+    drawText(painter, looks().description, textArea(Text::Description), Qt::TextWordWrap,
+             measuresFor(width()).description);
+}
+
+/// From a picture, which is blurred once and not at each frame.
+void TweakCard::paintBlurredHead(QPainter& painter)
+{
+    const qreal ratio = devicePixelRatioF();
+    const QRect inside = rect().marginsRemoved(margins);
+    const QRect area = QRect(inside.left(), inside.top(), inside.width(), headHeight(measuresFor(width())))
+                           .adjusted(-blurReach, -blurReach, blurReach, blurReach);
+    const QSize pixels = (QSizeF(area.size()) * ratio).toSize();
+    QPixmap blurred;
+    if (!QPixmapCache::find(m_blurred, &blurred) || blurred.size() != pixels) {
+        QPixmap sharp(pixels);
+        sharp.setDevicePixelRatio(ratio);
+        sharp.fill(Qt::transparent);
+        {
+            QPainter content(&sharp);
+            content.translate(-area.topLeft());
+            paintHead(content);
+        }
+        blurred = GateTransition::blurPixmap(sharp, lockedBlurRadius);
+        m_blurred = QPixmapCache::insert(blurred);
+    }
+    painter.drawPixmap(area.topLeft(), blurred);
 }
 
 } // namespace torvelane
