@@ -6,10 +6,8 @@ namespace torvelane::platform {
 
 void prepareForCommandLine()
 {
-    // The application object is the one with windows in either case, and would end the program without a display.
-    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
-        && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    // A verb shows nothing. This plug-in needs no display and, unlike the others, looks for no fonts.
+    qputenv("QT_QPA_PLATFORM", "minimal");
 }
 
 void attachParentConsole() { }
