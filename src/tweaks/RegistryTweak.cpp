@@ -3,6 +3,7 @@
 #include "core/Log.h"
 #include "system/RegistryAccess.h"
 #include "system/RegistryJson.h"
+#include "tweaks/DesktopNews.h"
 
 #include <QStringList>
 
@@ -156,9 +157,11 @@ TweakResult RegistryTweak::apply()
 {
     if (!m_valid)
         return TweakResult::failure(QStringLiteral("Tweak definition is invalid"));
+    DesktopNews news;
     for (const RegistryOperation& operation : std::as_const(m_operations)) {
         if (matchesDesired(operation) == Match::Yes)
             continue;
+        news.valueChanged(operation.hive, operation.path);
         if (!writeDesired(operation))
             return TweakResult::failure(QStringLiteral("Failed to write %1").arg(valueLocation(operation)));
     }
@@ -188,6 +191,7 @@ TweakResult RegistryTweak::revertCapture(const QJsonObject& capture, const QSet<
         return TweakResult::failure(QStringLiteral("Capture is empty; nothing to revert"));
 
     QStringList failures;
+    DesktopNews news;
     for (const QJsonValue& element : entries) {
         const QJsonObject entry = element.toObject();
         bool hiveKnown = false;
@@ -204,6 +208,7 @@ TweakResult RegistryTweak::revertCapture(const QJsonObject& capture, const QSet<
                 QStringLiteral("Rejected out-of-catalog registry restore: %1").arg(valueLocation(hive, path, name)));
             continue;
         }
+        news.valueChanged(hive, path);
         if (!writeValue(hive, path, name, valueFromJson(entry)))
             failures.append(path + QLatin1Char('\\') + name);
     }
