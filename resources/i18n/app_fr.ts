@@ -195,6 +195,18 @@ Appliquer ce réglage ?</translation>
         <source>Runs these commands:</source>
         <translation>Exécute ces commandes :</translation>
     </message>
+    <message>
+        <source>After restarting Explorer.</source>
+        <translation>Après redémarrage de l’Explorateur.</translation>
+    </message>
+    <message>
+        <source>After signing out.</source>
+        <translation>À la prochaine session.</translation>
+    </message>
+    <message>
+        <source>After a restart.</source>
+        <translation>Après un redémarrage.</translation>
+    </message>
 </context>
 <context>
     <name>WindowButton</name>

@@ -16,6 +16,9 @@ struct TweakResult {
     [[nodiscard]] static TweakResult failure(const QString& message) { return {false, message}; }
 };
 
+/// When a change shows.
+enum class TweakEffect { AtOnce, AfterRestartingExplorer, AfterSigningOut, AfterRestart };
+
 /// What lists and pages show of a catalogue entry. Texts are already in the display language.
 struct TweakDefinition {
     QString id;
@@ -25,6 +28,8 @@ struct TweakDefinition {
     QString warning;
     QString description;
     QString type;
+    /// A description says this as well; a warning doesn't.
+    TweakEffect effect = TweakEffect::AtOnce;
 };
 
 /// One reversible change of the system: able to say what it would disturb, to make the change, and to put things back

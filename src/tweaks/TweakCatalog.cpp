@@ -30,6 +30,16 @@ QString localized(const QJsonObject& entry, const QString& key)
     return entry.value(key).toString();
 }
 
+/// An unknown word counts as at once: nobody is sent to restart for nothing.
+TweakEffect parseEffect(const QString& text)
+{
+    if (text == QStringLiteral("explorer"))
+        return TweakEffect::AfterRestartingExplorer;
+    if (text == QStringLiteral("sign-out"))
+        return TweakEffect::AfterSigningOut;
+    return text == QStringLiteral("restart") ? TweakEffect::AfterRestart : TweakEffect::AtOnce;
+}
+
 QStringList commandList(const QJsonValue& value)
 {
     QStringList commands;
@@ -110,6 +120,7 @@ bool TweakCatalog::addDefinition(const QJsonObject& entry)
     definition.warning = localized(entry, QStringLiteral("warning"));
     definition.description = localized(entry, QStringLiteral("description"));
     definition.type = entry.value(QStringLiteral("type")).toString(tweakTypeRegistry);
+    definition.effect = parseEffect(entry.value(QStringLiteral("effect")).toString());
 
     const QString id = definition.id;
     if (id.isEmpty()) {

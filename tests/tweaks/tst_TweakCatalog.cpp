@@ -240,13 +240,14 @@ private Q_SLOTS:
         TweakCatalog catalog;
         QVERIFY(catalog.loadFromJson(R"({"tweaks": [
             {"id": "full", "type": "command", "apply": [" one ", "", "two\n"], "name": "Sound", "name_fr": "Son",
-             "warning": "Loud", "warning_fr": "Fort", "description": "Long", "description_fr": "Longue",
+             "warning": "Loud", "warning_fr": "Fort", "description": "Long", "description_fr": "Longue", "effect": "sign-out",
              "section": "Audio", "section_fr": "Bruit", "requiredTier": " PRO\t", "requiredTier_fr": "none"},
             {"id": "part", "type": "command", "apply": ["x"], "name": "Sound", "name_fr": "", "warning": "Loud",
              "requiredTier": "gold"}]})"));
         const TweakDefinition full = catalog.find(u"full"_s);
         QCOMPARE(QStringList({full.name, full.warning, full.description, full.section, tierName(full.requiredTier)}),
                  QStringList({u"Son"_s, u"Fort"_s, u"Longue"_s, u"Audio"_s, u"pro"_s}));
+        QCOMPARE(full.effect, TweakEffect::AfterSigningOut);
         const TweakDefinition part = catalog.find(u"part"_s);
         QCOMPARE(QStringList({part.name, part.warning, tierName(part.requiredTier)}),
                  QStringList({u"Sound"_s, u"Loud"_s, u"none"_s}));

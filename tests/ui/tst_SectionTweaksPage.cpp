@@ -216,7 +216,8 @@ private Q_SLOTS:
     {
         const QByteArray longText = QByteArrayLiteral("Word ").repeated(60).trimmed();
         const QByteArray described = QByteArray(R"(, "description": "TEXT")").replace("TEXT", longText);
-        PageBench bench({registryEntry("a", warning), registryEntry("b", pro + described)});
+        PageBench bench(
+            {registryEntry("a", warning + R"(, "effect": "restart")"), registryEntry("b", pro + described)});
         bench.changeTier(Tier::Free);
         QTRY_VERIFY(bench.toggle(u"a"_s)->isVisible());
         const auto tooltipAt = [](QWidget* card, const QPoint& point) {
@@ -242,7 +243,8 @@ private Q_SLOTS:
         auto* const card = named<TweakCard>(bench.page, u"a"_s);
         const QPoint onTag = card->textArea(TweakCard::Text::Tag).center();
         QCOMPARE(card->childAt(onTag), nullptr);
-        QVERIFY2(tooltipAt(card, onTag).contains(u"Loses &lt;b&gt;sleep"), qPrintable(QToolTip::text()));
+        QVERIFY2(tooltipAt(card, onTag).contains(u"Loses &lt;b&gt;sleep&lt;/b&gt;.\nAfter a restart."),
+                 qPrintable(QToolTip::text()));
         QVERIFY2(tooltipAt(card, QPoint(3, 3)).contains(u"Torvelane\\Test\\a = 1"), qPrintable(QToolTip::text()));
         // Two lines are shown of it, and the rest is in the tooltip.
         auto* const shortened = named<TweakCard>(bench.page, u"b"_s);

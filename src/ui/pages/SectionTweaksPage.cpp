@@ -228,7 +228,7 @@ TweakCard* SectionTweaksPage::buildCard(const TweakDefinition& tweak, bool appli
                                .title = tweak.name,
                                .description = tweak.description,
                                .isWarning = false,
-                               .warning = tweak.warning,
+                               .warning = warningTooltip(tweak),
                                .locked = !isAvailable(tweak),
                                .effect = {}};
     if (content.description.isEmpty()) {

@@ -27,7 +27,7 @@ public:
         QString title;
         QString description;             ///< Shortened to two lines, with all of it in the tooltip, unless `isWarning`.
         bool isWarning = false;          ///< The description is the warning, which is shown whole.
-        QString warning;                 ///< Empty for a tweak that costs nothing.
+        QString warning;                 ///< For the tag's tooltip. Empty for a tweak that costs nothing.
         bool locked = false;             ///< Blurred, without a tag, and with a pill in place of the switch.
         std::function<QString()> effect; ///< Says what it does to the machine, when the tooltip is shown.
     };

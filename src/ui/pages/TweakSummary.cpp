@@ -43,6 +43,23 @@ QString bulletList(const QString& heading, const QStringList& lines)
 
 } // namespace
 
+QString warningTooltip(const TweakDefinition& tweak)
+{
+    if (tweak.warning.isEmpty())
+        return {};
+    switch (tweak.effect) {
+    case TweakEffect::AtOnce:
+        break;
+    case TweakEffect::AfterRestartingExplorer:
+        return tweak.warning + QLatin1Char('\n') + translate("TweakSummary", "After restarting Explorer.");
+    case TweakEffect::AfterSigningOut:
+        return tweak.warning + QLatin1Char('\n') + translate("TweakSummary", "After signing out.");
+    case TweakEffect::AfterRestart:
+        return tweak.warning + QLatin1Char('\n') + translate("TweakSummary", "After a restart.");
+    }
+    return tweak.warning;
+}
+
 QString tweakSummary(const ITweak& tweak)
 {
     QStringList lines;
