@@ -1,13 +1,12 @@
 #!/usr/bin/env python3
-"""What Torvelane costs, compared with the figures kept in bench/figures.json.
+"""Measures the cost of Torvelane and compares it with the figures kept in bench/figures.json.
 
 Counts, not times, so that a busy machine gives the same result: callgrind counts the instructions of whole processes,
-the widgets they make, the libraries that run and the calls that wait for the disk; the kernel says how much memory is
-the process's own. Each program runs on a machine and in a data directory of the report's, with a bare environment.
+the widgets they make, the libraries that run and the calls that wait for the disk; the kernel reports the anonymous
+memory. Each program runs on a machine and in a data directory of the report's, with a bare environment.
 
 A figure that has risen by more than 3 % is printed in red and named in the closing lines, which also go to
-report-closing.txt beside the programs' folder. A rise is no failure. The exit code is 1 if something couldn't be
-measured.
+report-closing.txt beside the programs' folder. A rise is no failure. The exit code is 1 after a failed measurement.
 
     report.py <folder of the programs> [--keep]     --keep writes the measured figures to bench/figures.json
 """
@@ -48,11 +47,11 @@ class NotMeasured(Exception):
 
 @dataclass
 class Profile:
-    """What callgrind says of one process."""
+    """The counts of callgrind for one process."""
 
     instructions: int = 0
     libraries: set = field(default_factory=set)
-    calls: dict = field(default_factory=dict)  # of a function, by its name: how many, and the instructions in them
+    calls: dict = field(default_factory=dict)  # by the function's name: their number, and the instructions in them
 
     def calls_of(self, pattern, what=0):
         return sum(call[what] for name, call in self.calls.items() if pattern.match(name))

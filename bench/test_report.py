@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What bench/report.py reads from a profile, and when it speaks of a rise."""
+"""How bench/report.py reads a profile, and when it names a rise."""
 
 import contextlib
 import io

@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""Looks for what a tidy house has none of. Prints one line a finding; the exit code is 1 if there is any.
+"""Finds unused declarations, long functions and files, and suites without documentation.
 
-- Declarations that nobody uses: functions, types and constants in a header of src whose name appears in src only where
-  it is declared and defined. Names are all it compares, so that a use of something else with the same name hides one;
-  what it finds is unused. What only tests use is a finding as well.
+Prints one line a finding; the exit code is 1 if there is any.
+
+- Unused declarations: functions, types and constants in a header of src whose name appears in src only where it is
+  declared and defined, whether or not tests use it. Only names are compared: a use of another thing with the same name
+  hides a finding.
 - Functions of more than 70 lines, files of more than 500.
 - Test suites without a row in the table of docs/testing.md, and rows without a suite.
 
@@ -21,8 +23,8 @@ from pathlib import Path
 MAX_FUNCTION_LINES = 70
 MAX_FILE_LINES = 500
 
-# What may stay as it is, each with its reason: a declared name, a header with all that it declares, or a long function.
-# A row that is needed no longer is a finding.
+# Exceptions, each with its reason: a declared name, a header with all its declarations, a long function, or a long file.
+# A row without a finding is a finding itself.
 ALLOWED = {
     "src/platform/simulated/SimulatedPc.h": "the control of the simulated PC, for tests and benchmarks",
     "assemble": "of the Windows kit: copies, one after the other; each change of the recipe builds the kit anew",
@@ -42,7 +44,7 @@ ALLOWED = {
     "sheetTemplate": "a text",
 }
 
-# Found, and to be dealt with: printed, but no failure.
+# Known findings that wait for their fix: printed, but no failure.
 OPEN = {
     "QBoxLayout": "declared in Sidebar.h",
     "Spinner": "for the pages that work",
@@ -55,7 +57,7 @@ OPEN = {
     "src/platform/simulated/Machine.cpp": "its length",
 }
 
-# Whose files are measured. Patches and resources aren't ours to cut.
+# Where lengths are checked.
 MEASURED = ("src", "tests", "bench", "fuzz", "tools")
 CODE = {".h", ".cpp", ".in"}
 SCRIPTS = {".py", ".sh", ".cmake"}
@@ -79,7 +81,7 @@ NO_FUNCTIONS = {"void", "decltype", "sizeof", "alignas", "noexcept", "requires",
 
 
 def plain(text):
-    """The text with comments and texts in quotes blanked and directives gone, line for line."""
+    """The text with comments, literals and directives blanked, line for line."""
 
     def blank(match):
         return re.sub(r"[^\n]", " ", match.group(0))
@@ -93,7 +95,7 @@ def files_below(root, folders, suffixes):
 
 
 def statements(text):
-    """What stands in namespaces and types, each with its position: declarations, and definitions up to their body."""
+    """The statements of namespaces and types, with their positions: declarations, and definitions up to their bodies."""
     scopes, begin, position = [], 0, 0
     while position < len(text):
         character = text[position]
@@ -142,7 +144,7 @@ def declared_name(statement):
 
 
 def declarations(text):
-    """Name, position and whether its users are known, of all that a header declares."""
+    """Name and position of each declaration in a header, and whether it needs a user of its own."""
     types = set()
     for begin, statement in statements(ACCESS.sub(lambda m: ";" * 1 + " " * (len(m.group(0)) - 1), text)):
         found = declared_name(statement)
@@ -151,14 +153,14 @@ def declarations(text):
         name = found.group(1)
         if TYPE.search(statement) and "(" not in statement:
             types.add(name)
-        # Constructors go by the type's name; whoever calls what is overridden knows the base.
+        # Constructors have the type's name, and overrides are called through the base.
         counts = name not in types and not re.search(r"\b(?:override|final)\b", statement)
         position = begin - (len(statement) - len(statement.lstrip())) + found.start(1)
         yield name, position, counts or (name in types and "(" not in statement and not PLAIN_ENUM.search(statement))
 
 
 def defined_names(text):
-    """The names that a source file defines: what stands before the first parenthesis of a line without indentation."""
+    """The names that a source file defines: those before the first parenthesis of a line without indentation."""
     for line in re.finditer(r"^(?![ \t]|return\b)([^\n=(]*?)\b(\w+)\(", text, re.MULTILINE):
         yield line.group(2)
 
@@ -238,7 +240,7 @@ def main():
             is_open = bool(excuses & OPEN.keys())
             print(f"{place}:{line}: {'open: ' if is_open else ''}{text}")
             failed |= not is_open
-    # Those of this repository; the check's own test has another one.
+    # The exceptions are this repository's; the check's own test runs on another one.
     stale = ALLOWED.keys() - needed if root == Path(__file__).resolve().parent.parent else []
     for name in sorted(stale):
         print(f"tools/check_tidy.py:1: {name} is in ALLOWED, and nothing was found there")
