@@ -3,6 +3,7 @@
 #include "ui/controls/AppDialog.h"
 #include "ui/controls/FocusRing.h"
 #include "ui/controls/FrameTimer.h"
+#include "ui/controls/GradientButton.h"
 #include "ui/controls/UsernameLabel.h"
 #include "ui/controls/WindowButton.h"
 #include "ui/theme/Icons.h"
@@ -99,6 +100,9 @@ private Q_SLOTS:
         name->setStyle(UsernameLabel::Style::Glint);
         name->show();
         const auto* const glint = name->findChild<FrameTimer*>();
+        auto* const button = new GradientButton(u"Go"_s, shown.hero);
+        button->show();
+        const auto* const sheen = button->findChild<FrameTimer*>();
         QWidget other;
         // A window that is only being moved is still looked at: just its background waits.
         const std::pair<std::function<void()>, bool> waysToLookAway[] = {
@@ -112,6 +116,7 @@ private Q_SLOTS:
             lookAway();
             QTRY_VERIFY(!shown.hero->isAnimating());
             QTRY_COMPARE(glint->isActive(), !stopsAll);
+            QTRY_COMPARE(sheen->isActive(), !stopsAll);
             showActive(other);
             other.close();
             shown.window.showNormal();

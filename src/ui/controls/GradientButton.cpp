@@ -1,12 +1,12 @@
 #include "ui/controls/GradientButton.h"
 
+#include "ui/controls/FrameTimer.h"
 #include "ui/theme/Theme.h"
 
 #include <QGraphicsDropShadowEffect>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPropertyAnimation>
-#include <QTimer>
 
 #include <cmath>
 
@@ -16,7 +16,6 @@ namespace {
 
 constexpr int minimumHeightPx = 44;
 constexpr int iconGapPx = 10;
-constexpr int tickMs = 33;
 constexpr double sweepMs = 3000.0;
 
 QColor white(int alpha)
@@ -28,7 +27,7 @@ QColor white(int alpha)
 
 GradientButton::GradientButton(const QString& text, QWidget* parent)
     : QPushButton(text, parent)
-    , m_timer(new QTimer(this))
+    , m_timer(new FrameTimer(this))
     , m_shadow(new QGraphicsDropShadowEffect(this))
 {
     setCursor(Qt::PointingHandCursor);
@@ -44,9 +43,8 @@ GradientButton::GradientButton(const QString& text, QWidget* parent)
     m_shadow->setEnabled(false);
     setGraphicsEffect(m_shadow);
 
-    m_timer->setInterval(tickMs);
-    m_timer->setTimerType(Qt::PreciseTimer);
-    connect(m_timer, &QTimer::timeout, this, &GradientButton::advanceSheen);
+    connect(m_timer, &FrameTimer::timeout, this, &GradientButton::advanceSheen);
+    m_timer->follow(this);
     // Signals rather than mouse events: the space bar presses too, and a press that leaves the button releases it.
     connect(this, &QAbstractButton::pressed, this, [this] { animateTo(m_scaleAnimation, "scaleFactor", 0.97, 120); });
     connect(this, &QAbstractButton::released, this, [this] { animateTo(m_scaleAnimation, "scaleFactor", 1.0, 140); });
@@ -60,7 +58,7 @@ void GradientButton::setStyle(Style style)
     m_style = style;
     if (style == Style::Outline) {
         m_sheenRunning = false;
-        m_timer->stop();
+        m_timer->unfollow();
     }
     update();
 }
@@ -94,8 +92,6 @@ QSize GradientButton::sizeHint() const
 
 void GradientButton::advanceSheen()
 {
-    if (window()->isMinimized())
-        return;
     const double phase = std::fmod(static_cast<double>(m_clock.elapsed()) / sweepMs, 1.0);
     if (std::abs(phase - m_sheen) < 0.001)
         return;
@@ -129,19 +125,6 @@ void GradientButton::leaveEvent(QEvent* event)
     animateTo(m_rollAnimation, "roll", 0.0, 500);
     animateTo(m_glowAnimation, "glow", 0.0, 200);
     QPushButton::leaveEvent(event);
-}
-
-void GradientButton::showEvent(QShowEvent* event)
-{
-    if (m_sheenRunning)
-        m_timer->start();
-    QPushButton::showEvent(event);
-}
-
-void GradientButton::hideEvent(QHideEvent* event)
-{
-    m_timer->stop();
-    QPushButton::hideEvent(event);
 }
 
 void GradientButton::paintEvent(QPaintEvent*)

@@ -5,9 +5,10 @@
 
 class QGraphicsDropShadowEffect;
 class QPropertyAnimation;
-class QTimer;
 
 namespace torvelane {
+
+class FrameTimer;
 
 /// The animated call to action: a gradient pill with a drifting sheen, whose label rolls on hover. The outline style is
 /// the quiet companion beside it.
@@ -38,8 +39,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
 
 private:
     void advanceSheen();
@@ -54,7 +53,7 @@ private:
     double m_scaleFactor = 1.0;
     double m_glow = 0.0;
     QElapsedTimer m_clock;
-    QTimer* m_timer;
+    FrameTimer* m_timer;
     QGraphicsDropShadowEffect* m_shadow;
     QPropertyAnimation* m_rollAnimation = nullptr;
     QPropertyAnimation* m_scaleAnimation = nullptr;
