@@ -35,7 +35,6 @@ ALLOWED = {
     "isCurrentlyApplied": "the engine trusts state.db; a test compares the system with what a tweak wants",
     "loginWindow": "the window that tests use as a person would",
     "mainWindow": "as loginWindow",
-    "navigateTo": "how tests and benchmarks come to a page",
     "setBootContext": "a hook for commands that run for another user; nothing does that yet",
     "setClock": "a test's clock",
     "setCommitObserver": "how a test stops at a commit",
@@ -49,9 +48,7 @@ ALLOWED = {
 OPEN = {
     "QBoxLayout": "declared in Sidebar.h",
     "Spinner": "for the pages that work",
-    "columnCount": "",
-    "currentGroup": "",
-    "currentSection": "",
+    "addStatusRow": "of WorkPage.h: for the pages that work",
     "failed": "of HResult.h: for the first calls of COM",
     "scrollBarStyle": "for a page that has a style sheet of its own",
     "setRestorePointMaker": "until there are restore points",

@@ -227,4 +227,11 @@ Appliquer ce réglage ?</translation>
         <translation>Fermer</translation>
     </message>
 </context>
+<context>
+    <name>WorkPage</name>
+    <message>
+        <source>Ready</source>
+        <translation>Prêt</translation>
+    </message>
+</context>
 </TS>

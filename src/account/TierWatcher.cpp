@@ -31,14 +31,21 @@ void TierWatcher::follow(const SubscriptionState& state)
     if (now < before) {
         logMessage(LogLevel::Info, QStringLiteral("account"),
                    QStringLiteral("Tier fell from %1 to %2").arg(tierName(before), tierName(now)));
+        Q_EMIT aboutToRevert();
         m_engine->revertAboveTier(now);
     }
     Q_EMIT tierChanged(now);
 }
 
+void TierWatcher::revertAll()
+{
+    Q_EMIT aboutToRevert();
+    m_engine->revertAll(false);
+}
+
 void TierWatcher::endSession()
 {
-    m_engine->revertAll(false);
+    revertAll();
     follow({});
     Q_EMIT loggedOut();
 }

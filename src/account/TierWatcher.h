@@ -19,7 +19,14 @@ public:
     /// Nothing is owned; all of it outlives the watcher.
     TierWatcher(AuthService* auth, LicenseService* license, TweakEngine* engine, Tier* tier, QObject* parent = nullptr);
 
+    /// Puts back every applied tweak, as at the end of a session; the selection stays. Blocks.
+    void revertAll();
+
 Q_SIGNALS:
+    /// Applied tweaks are going to be put back. Whoever works on the system finishes that before it returns: what would
+    /// end after the reverts would stay. So all reverts but a user's own go through this class.
+    void aboutToRevert();
+
     void tierChanged(torvelane::Tier tier);
 
     /// The session was ended elsewhere. All applied tweaks have been put back by then; the selection stays.

@@ -6,13 +6,13 @@
 #include "app/AppContext.h"
 #include "core/Log.h"
 #include "platform/Elevation.h"
-#include "tweaks/TweakEngine.h"
 #include "ui/controls/AppDialog.h"
 #include "ui/main/MainWindow.h"
 #include "ui/windows/ChromeWindow.h"
 #include "ui/windows/LoginWindow.h"
 
 #include <QLocale>
+#include <QThreadPool>
 
 #include <utility>
 
@@ -50,6 +50,8 @@ ShellController::~ShellController()
 {
     delete m_mainFrame;
     delete m_loginFrame;
+    // A page's worker may outlive its page, but not the context.
+    QThreadPool::globalInstance()->waitForDone();
 }
 
 void ShellController::start()
@@ -99,10 +101,7 @@ void ShellController::onLogoutRequested()
 {
     logMessage(LogLevel::Info, category, QStringLiteral("User signed out; reverting optimizations"));
     m_context->license->stop();
-    // A page may still be applying: what it finishes after the revert would stay.
-    if (m_mainWindow)
-        m_mainWindow->finishWork();
-    m_context->engine->revertAll(false);
+    m_context->tierWatcher->revertAll();
     m_context->auth->logout();
     showLogin();
 }

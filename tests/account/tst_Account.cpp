@@ -120,6 +120,8 @@ private Q_SLOTS:
             // By then everything above the tier is back, and the context's tier is the new one.
             announced.append(u"%1 %2 with %3"_s.arg(tierName(now), tierName(tier)).arg(engine.appliedIds().size()));
         });
+        connect(&watcher, &TierWatcher::aboutToRevert, this,
+                [&] { announced.append(u"%1 to go"_s.arg(engine.appliedIds().size())); });
         connect(&watcher, &TierWatcher::loggedOut, this, [&] { announced.append(u"logged out"_s); });
         const auto loginAs = [&](Tier now) { return auth.login(u"Ada"_s, now, nullptr); };
         const auto applyAll = [&] {
@@ -132,8 +134,9 @@ private Q_SLOTS:
         QVERIFY(applyAll());
         Q_EMIT license.sessionEnded();
         QCOMPARE(announced,
-                 QStringList({u"pro pro with 0"_s, u"free free with 1"_s, u"premium premium with 1"_s,
-                              u"none none with 0"_s, u"pro pro with 0"_s, u"none none with 0"_s, u"logged out"_s}));
+                 QStringList({u"pro pro with 0"_s, u"3 to go"_s, u"free free with 1"_s, u"premium premium with 1"_s,
+                              u"1 to go"_s, u"none none with 0"_s, u"pro pro with 0"_s, u"3 to go"_s, u"0 to go"_s,
+                              u"none none with 0"_s, u"logged out"_s}));
         QCOMPARE(test::stateSql(u"SELECT COUNT(*) FROM tweak_selection"_s), QStringList(u"3"_s));
     }
 

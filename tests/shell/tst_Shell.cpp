@@ -49,9 +49,10 @@ protected:
     }
 };
 
-/// A controller with its windows, over the entries a (registry) and slow (command).
+/// A controller with its windows, over the entries a (registry), slow (command) and pro (registry, of that tier).
 struct ShellBench : WindowBench {
-    ShellBench() : WindowBench({registryEntry("a"), commandEntry("slow")})
+    ShellBench()
+        : WindowBench({registryEntry("a"), commandEntry("slow"), registryEntry("pro", R"(, "requiredTier": "pro")")})
     {
         shell.emplace(context);
         shell->start();
@@ -61,6 +62,19 @@ struct ShellBench : WindowBench {
     {
         shell->mainWindow()->navigateTo(u"Explorer"_s);
         named<ToggleSwitch>(*shell->mainWindow(), id)->click();
+    }
+
+    void signOut() const
+    {
+        shell->mainWindow()->showSettingsPage();
+        shell->mainWindow()->findChild<AccountPage*>()->findChild<QPushButton*>()->click();
+    }
+
+    void endSession() const
+    {
+        QStringList texts;
+        answerNextDialog(true, &texts);
+        Q_EMIT context.license->sessionEnded();
     }
 
     void signIn(const QString& name)
@@ -86,20 +100,14 @@ private Q_SLOTS:
         const MachineImage machine = TestMachine::image();
         bench.click(u"a"_s);
         QTRY_COMPARE(bench.applied(), u"a"_s);
-        // Still at it, and the next one still waiting, when the user signs out.
-        SimulatedPc::hangTool(u"rem apply slow"_s, 1000);
-        bench.click(u"slow"_s);
-        bench.click(u"a"_s);
-        QTRY_VERIFY(!SimulatedPc::journal().isEmpty());
         const QPointer<MainWindow> first = bench.shell->mainWindow();
         const VisibilityWatch watch;
-        first->showSettingsPage();
-        first->findChild<AccountPage*>()->findChild<QPushButton*>()->click();
+        bench.signOut();
 
         QVERIFY(bench.shell->loginWindow() && !bench.shell->mainWindow());
         QCOMPARE(bench.applied(), QString());
         QCOMPARE(differences(machine, TestMachine::image()), QStringList());
-        QCOMPARE(stateSql(u"SELECT tweak_id FROM tweak_selection ORDER BY 1"_s), QStringList({u"a"_s, u"slow"_s}));
+        QCOMPARE(stateSql(u"SELECT tweak_id FROM tweak_selection ORDER BY 1"_s), QStringList(u"a"_s));
         QVERIFY(!bench.context.auth->restoreSession());
         QTRY_VERIFY(!first);
         QCOMPARE(visibleFrames().size(), 1);
@@ -124,6 +132,32 @@ private Q_SLOTS:
             QVERIFY(visibleFrames().constFirst()->isAncestorOf(bench.shell->loginWindow()));
         }
         QVERIFY(!watch.wasEverBare);
+    }
+
+    /// One entry is at work and others wait when the reverts begin: nothing may be applied after them.
+    void pagesFinishBeforeAnyRevert()
+    {
+        const auto signOut = [](ShellBench& bench) { bench.signOut(); };
+        const auto endSession = [](ShellBench& bench) { bench.endSession(); };
+        const auto lowerTier = [](ShellBench& bench) { bench.setTier(Tier::Free); };
+        const std::tuple<std::function<void(ShellBench&)>, QString> ends[] = {
+            {signOut, QString()}, {endSession, QString()}, {lowerTier, u"slow"_s}};
+        for (const auto& [end, applied] : ends) {
+            ShellBench bench;
+            const MachineImage machine = TestMachine::image();
+            SimulatedPc::hangTool(u"rem apply slow"_s, 500);
+            const QPointer<MainWindow> window = bench.shell->mainWindow();
+            for (const QString& id : {u"slow"_s, u"pro"_s, u"a"_s})
+                bench.click(id);
+            QTRY_VERIFY(!SimulatedPc::journal().isEmpty());
+            end(bench);
+            QCOMPARE(bench.applied(), applied);
+            QTRY_VERIFY(!window || !isWorking(*window));
+            QCOMPARE(bench.applied(), applied);
+            QCOMPARE(differences(machine, TestMachine::image()), QStringList());
+            // The one that never began isn't shown as if it had.
+            QVERIFY(!window || !named<ToggleSwitch>(*window, u"a"_s)->isOn());
+        }
     }
 
     /// As in main when the last window is closed: the controller goes, then the context.

@@ -143,6 +143,7 @@ private Q_SLOTS:
 
     void tierChangesWhileWorkRuns()
     {
+        // Nobody tells this page about the reverts: what is queued runs on, and ends without a card.
         PageBench bench({commandEntry("slow"), registryEntry("locked", pro)});
         SimulatedPc::hangTool(u"rem apply slow"_s, 200);
         SimulatedPc::denyWrites(scratchRoot);

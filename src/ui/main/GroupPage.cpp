@@ -5,7 +5,7 @@
 #include "ui/controls/GateTransition.h"
 #include "ui/controls/TierPill.h"
 #include "ui/main/PageStack.h"
-#include "ui/pages/SectionTweaksPage.h"
+#include "ui/pages/Page.h"
 #include "ui/theme/Theme.h"
 
 #include <QButtonGroup>
@@ -81,11 +81,11 @@ GroupPage::GroupPage(IconId icon, const QString& title, const QString& subtitle,
     connect(m_tabGroup, &QButtonGroup::idClicked, this, &GroupPage::selectSection);
 }
 
-void GroupPage::addSection(IconId icon, const QString& label, QWidget* page, Tier gate)
+void GroupPage::addSection(IconId icon, const QString& label, Page* page, Tier gate)
 {
     Section section{.icon = icon, .required = gate, .page = page};
     const int index = sectionCount();
-    if (gate != Tier::None)
+    if (gate != Tier::None && !page->locksItself())
         wrap(section);
     m_stack->addPage(section.wrapper ? section.wrapper : page);
 
@@ -102,11 +102,6 @@ void GroupPage::addSection(IconId icon, const QString& label, QWidget* page, Tie
     setShown(m_tabBar, m_sections.size() > 1);
     if (index == 0)
         selectSection(0);
-}
-
-int GroupPage::currentSection() const
-{
-    return m_stack->currentPage();
 }
 
 void GroupPage::selectSection(int index)
@@ -181,8 +176,8 @@ void GroupPage::setUserTier(Tier tier)
                               !TierGate::covers(tier, section.required), true);
         setTierPillText(section.pill, pillText(section.required));
     }
-    for (SectionTweaksPage* const page : tweakPages())
-        page->onTierChanged(tier);
+    for (const Section& section : std::as_const(m_sections))
+        section.page->onTierChanged(tier);
 }
 
 bool GroupPage::prepareNextSection()
@@ -192,18 +187,8 @@ bool GroupPage::prepareNextSection()
 
 void GroupPage::finishWork()
 {
-    for (SectionTweaksPage* const page : tweakPages())
-        page->finishWork();
-}
-
-QList<SectionTweaksPage*> GroupPage::tweakPages() const
-{
-    QList<SectionTweaksPage*> pages;
-    for (const Section& section : m_sections) {
-        if (auto* const page = qobject_cast<SectionTweaksPage*>(section.page))
-            pages.append(page);
-    }
-    return pages;
+    for (const Section& section : std::as_const(m_sections))
+        section.page->finishWork();
 }
 
 } // namespace torvelane

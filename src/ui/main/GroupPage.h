@@ -13,8 +13,8 @@ class QStackedLayout;
 
 namespace torvelane {
 
+class Page;
 class PageStack;
-class SectionTweaksPage;
 
 /// What one sidebar row opens: a header, a row of underlined tabs, and a stack of section pages, each locked or open by
 /// the user's tier. GUI thread.
@@ -25,13 +25,12 @@ public:
     GroupPage(IconId icon, const QString& title, const QString& subtitle, Tier required, const QString& webBase,
               QWidget* parent = nullptr);
 
-    /// Appends a tab and takes the page over. With a gate other than none the page is locked for users whose tier
-    /// doesn't cover it. The first tab selects itself.
-    void addSection(IconId icon, const QString& label, QWidget* page, Tier gate);
+    /// Appends a tab and takes the page over. With a gate other than none a page that doesn't lock itself is locked for
+    /// users whose tier doesn't cover it. The first tab selects itself.
+    void addSection(IconId icon, const QString& label, Page* page, Tier gate);
 
     /// Ignored when out of range.
     void selectSection(int index);
-    [[nodiscard]] int currentSection() const;
     [[nodiscard]] int sectionCount() const { return static_cast<int>(m_sections.size()); }
 
     void setUserTier(Tier tier);
@@ -40,7 +39,7 @@ public:
     /// @return false if there is none left
     bool prepareNextSection();
 
-    /// Waits until no section works on the system any more. Blocks.
+    /// Page::finishWork of every section.
     void finishWork();
 
     [[nodiscard]] Tier requiredTier() const { return m_required; }
@@ -53,7 +52,7 @@ private:
         // Null for a section without a gate.
         QWidget* wrapper = nullptr;
         QStackedLayout* stack = nullptr;
-        QWidget* page = nullptr;
+        Page* page = nullptr;
         QWidget* panel = nullptr;
         QPushButton* pill = nullptr;
     };
@@ -62,7 +61,6 @@ private:
     void buildLockedPanel(Section& section);
     [[nodiscard]] QString pillText(Tier required) const;
     void refreshTabIcons();
-    [[nodiscard]] QList<SectionTweaksPage*> tweakPages() const;
 
     Tier m_required;
     QString m_webBase;

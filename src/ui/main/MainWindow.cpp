@@ -10,10 +10,9 @@
 #include "ui/controls/TierPill.h"
 #include "ui/main/GroupPage.h"
 #include "ui/main/PageStack.h"
+#include "ui/main/PageTable.h"
 #include "ui/main/Sidebar.h"
 #include "ui/pages/AccountPage.h"
-#include "ui/pages/PlaceholderPage.h"
-#include "ui/pages/SectionTweaksPage.h"
 #include "ui/theme/Theme.h"
 
 #include <QGuiApplication>
@@ -22,7 +21,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <array>
 
 namespace torvelane {
 
@@ -35,30 +33,6 @@ constexpr int pillIconSize = 15;
 constexpr int pillMinimumWidth = 150;
 constexpr int pillRightMargin = 20;
 constexpr int pillTop = 44;
-
-/// What opens under a key that is no section of the catalogue. A page that is built takes its maker's place here.
-struct PageMaker {
-    QLatin1String key;
-    QWidget* (*make)(AppContext& context, const NavSection& section);
-};
-
-QWidget* makePlaceholder(AppContext&, const NavSection& section)
-{
-    return new PlaceholderPage(section.label);
-}
-
-constexpr std::array pageMakers{
-    PageMaker{QLatin1String("Home"), makePlaceholder},
-    PageMaker{QLatin1String("Scan"), makePlaceholder},
-    PageMaker{QLatin1String("Gaming Mode"), makePlaceholder},
-    PageMaker{QLatin1String("Network"), makePlaceholder},
-    PageMaker{QLatin1String("Bufferbloat"), makePlaceholder},
-    PageMaker{QLatin1String("Power Plan"), makePlaceholder},
-    PageMaker{QLatin1String("App Optimize"), makePlaceholder},
-    PageMaker{QLatin1String("Services"), makePlaceholder},
-    PageMaker{QLatin1String("Debloat"), makePlaceholder},
-    PageMaker{QLatin1String("Restore Points"), makePlaceholder},
-};
 
 } // namespace
 
@@ -98,6 +72,7 @@ MainWindow::MainWindow(AppContext& context, QWidget* parent)
     connect(m_prepareTimer, &QTimer::timeout, this, &MainWindow::preparePage);
     connect(m_sidebar, &Sidebar::rowClicked, this, &MainWindow::selectGroup);
     connect(m_sidebar, &Sidebar::settingsClicked, this, &MainWindow::showSettingsPage);
+    connect(context.tierWatcher.get(), &TierWatcher::aboutToRevert, this, &MainWindow::finishWork);
     connect(context.tierWatcher.get(), &TierWatcher::tierChanged, this, &MainWindow::onTierChanged);
     LicenseService* const license = context.license.get();
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
@@ -122,11 +97,10 @@ void MainWindow::buildGroups()
             new GroupPage(group.icon, group.title, group.subtitle, group.requiredTier, deployment::webBaseUrl);
         page->setUserTier(m_context->tier); // first, so that no gate is built shut only to be opened
         for (const NavSection& section : group.sections) {
-            QWidget* const sectionPage = createSectionPage(section, group.requiredTier);
-            // A page of tweaks locks its own cards.
-            const bool gatesItself = qobject_cast<SectionTweaksPage*>(sectionPage) != nullptr;
-            page->addSection(section.icon, section.label, sectionPage,
-                             gatesItself ? Tier::None : std::max(section.requiredTier, group.requiredTier));
+            const Tier required = std::max(section.requiredTier, group.requiredTier);
+            Page* const sectionPage = makePage(*m_context, section, required);
+            connect(sectionPage, &Page::navigateRequested, this, &MainWindow::navigateTo);
+            page->addSection(section.icon, section.label, sectionPage, required);
         }
         m_pages.append(page);
         m_stack->addPage(page);
@@ -142,15 +116,6 @@ void MainWindow::buildSettings()
     connect(account, &AccountPage::signOutRequested, this, &MainWindow::requestLogout);
     page->addSection(IconId::Settings, translate("Sections", "Settings"), account, Tier::None);
     m_settingsIndex = m_stack->addPage(page);
-}
-
-QWidget* MainWindow::createSectionPage(const NavSection& section, Tier groupTier)
-{
-    const auto maker =
-        std::ranges::find_if(pageMakers, [&](const PageMaker& candidate) { return candidate.key == section.key; });
-    if (maker != pageMakers.end())
-        return maker->make(*m_context, section);
-    return new SectionTweaksPage(*m_context, section.key, section.icon, std::max(section.requiredTier, groupTier));
 }
 
 void MainWindow::selectGroup(int index)
@@ -197,11 +162,6 @@ void MainWindow::finishWork()
 {
     for (GroupPage* const page : std::as_const(m_pages))
         page->finishWork();
-}
-
-int MainWindow::currentGroup() const
-{
-    return m_stack->currentPage();
 }
 
 void MainWindow::resizeEvent(QResizeEvent* event)

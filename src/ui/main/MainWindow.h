@@ -34,11 +34,6 @@ public:
     /// Opens the first tab with this key; an unknown key does nothing.
     void navigateTo(const QString& sectionKey);
 
-    /// Waits until no page works on the system any more. Blocks.
-    void finishWork();
-
-    [[nodiscard]] int currentGroup() const;
-
 Q_SIGNALS:
     void requestLogout();
 
@@ -49,9 +44,9 @@ protected:
 private:
     void buildGroups();
     void buildSettings();
-    [[nodiscard]] QWidget* createSectionPage(const NavSection& section, Tier groupTier);
     void showStackPage(int index);
     void preparePage();
+    void finishWork();
     void refreshAccount();
     void onTierChanged(Tier tier);
     void applyTierToNav(Tier tier);

@@ -35,7 +35,7 @@ QString identityLine(const UserProfile& profile)
 
 } // namespace
 
-AccountPage::AccountPage(const UserProfile& profile, QWidget* parent) : QWidget(parent)
+AccountPage::AccountPage(const UserProfile& profile, QWidget* parent) : Page(parent)
 {
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QWidget>
+#include "ui/pages/Page.h"
 
 namespace torvelane {
 
 struct UserProfile;
 
 /// The settings page: who is signed in, the version, and the way out. Shows the profile that it was built with.
-class AccountPage : public QWidget {
+class AccountPage : public Page {
     Q_OBJECT
 
 public:

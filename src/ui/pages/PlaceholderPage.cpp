@@ -9,7 +9,7 @@
 
 namespace torvelane {
 
-PlaceholderPage::PlaceholderPage(const QString& label, QWidget* parent) : QWidget(parent)
+PlaceholderPage::PlaceholderPage(const QString& label, QWidget* parent) : Page(parent)
 {
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <QWidget>
+#include "ui/pages/Page.h"
 
 namespace torvelane {
 
 /// Stands where a page isn't built yet, and says so.
-class PlaceholderPage : public QWidget {
+class PlaceholderPage : public Page {
     Q_OBJECT
 
 public:

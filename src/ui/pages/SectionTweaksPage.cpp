@@ -5,25 +5,19 @@
 #include "core/Translate.h"
 #include "tweaks/TierGate.h"
 #include "tweaks/TweakEngine.h"
-#include "ui/controls/AppDialog.h"
 #include "ui/controls/TierPill.h"
 #include "ui/controls/ToggleSwitch.h"
+#include "ui/pages/ScrollColumn.h"
 #include "ui/pages/TweakCard.h"
 #include "ui/pages/TweakSummary.h"
 #include "ui/theme/Theme.h"
-#include "ui/windows/HeroWindow.h"
 
-#include <QFutureWatcher>
 #include <QGridLayout>
 #include <QLabel>
-#include <QPointer>
 #include <QPushButton>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QStyle>
 #include <QThreadPool>
 #include <QVBoxLayout>
-#include <QtConcurrent>
 
 namespace torvelane {
 
@@ -63,33 +57,18 @@ QStringList runBatch(TweakEngine* engine, const QStringList& ids, bool desired, 
     return failures;
 }
 
-/// Runs `work` on the pool and hands its result to `done` on the GUI thread, unless the page is gone by then.
-template <typename Work, typename Done>
-void runOn(QThreadPool* pool, QObject* page, Work work, Done done)
-{
-    using Result = std::invoke_result_t<Work>;
-    auto* const watcher = new QFutureWatcher<Result>(page);
-    QObject::connect(watcher, &QFutureWatcherBase::finished, page, [watcher, done] {
-        watcher->deleteLater();
-        // Work that was dropped before it began has no result.
-        if (watcher->future().resultCount() > 0)
-            done(watcher->result());
-    });
-    watcher->setFuture(QtConcurrent::run(pool, work));
-}
-
 } // namespace
 
 SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& sectionKey, IconId icon, Tier pageTier,
                                      QWidget* parent)
-    : QWidget(parent)
+    : Page(parent)
     , m_context(&context)
     , m_sectionKey(sectionKey)
     , m_picture(iconPixmap(icon, palette::accent, cardIconSize))
     , m_pageTier(pageTier)
-    , m_scrollArea(new QScrollArea(this))
+    , m_scroll(new ScrollColumn(this))
     , m_grid(new QGridLayout)
-    , m_actionButton(new QPushButton)
+    , m_actionButton(new QPushButton(m_scroll->widget()))
     , m_pool(new QThreadPool(this))
 {
     m_pool->setMaxThreadCount(1);
@@ -97,27 +76,17 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
 
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
-    outer->setSpacing(0);
-    m_scrollArea->setFrameShape(QFrame::NoFrame);
-    m_scrollArea->setWidgetResizable(true);
-    m_scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_scrollArea->viewport()->setAutoFillBackground(false);
-    outer->addWidget(m_scrollArea);
+    outer->addWidget(m_scroll);
+    m_scroll->carryBackdrop();
 
-    // From the outside in: a widget that changes its parent takes all below it through the style once more.
-    auto* const content = new QWidget(m_scrollArea->viewport());
-    content->setAutoFillBackground(false);
-    m_scrollArea->setWidget(content);
-    auto* const column = new QVBoxLayout(content);
-    column->setContentsMargins(0, 0, 6, 0);
-    column->setSpacing(16);
+    QVBoxLayout* const column = m_scroll->column();
     m_actionButton->setCursor(Qt::PointingHandCursor);
     m_actionButton->setMinimumHeight(38);
     m_actionButton->setProperty("variant", QStringLiteral("primary"));
     connect(m_actionButton, &QPushButton::clicked, this, &SectionTweaksPage::applyAllRecommended);
     column->addWidget(m_actionButton, 0, Qt::AlignLeft);
 
-    auto* const tiles = new QWidget(content);
+    auto* const tiles = new QWidget(m_scroll->widget());
     tiles->setLayout(m_grid);
     m_grid->setContentsMargins(0, 0, 0, 0);
     m_grid->setSpacing(gridSpacing);
@@ -130,7 +99,7 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
                 "SectionTweaksPage",
                 "No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, "
                 "services, file cleanup) are added in their own phase — nothing here is faked."),
-            content);
+            m_scroll->widget());
         label->setObjectName(QStringLiteral("Muted"));
         label->setTextFormat(Qt::PlainText);
         label->setWordWrap(true);
@@ -147,7 +116,7 @@ SectionTweaksPage::~SectionTweaksPage()
 
 void SectionTweaksPage::finishWork()
 {
-    m_pool->clear();
+    dropWaiting();
     m_pool->waitForDone();
 }
 
@@ -164,15 +133,8 @@ int SectionTweaksPage::columnsFor(int viewportWidth)
 
 void SectionTweaksPage::resizeEvent(QResizeEvent* event)
 {
-    QWidget::resizeEvent(event);
+    Page::resizeEvent(event);
     layOutCards();
-}
-
-void SectionTweaksPage::showEvent(QShowEvent* event)
-{
-    QWidget::showEvent(event);
-    hookBackground();
-    refreshBackdrop();
 }
 
 void SectionTweaksPage::buildCards()
@@ -206,7 +168,7 @@ void SectionTweaksPage::rebuildCards()
 
 void SectionTweaksPage::layOutCards()
 {
-    const int columns = columnsFor(m_scrollArea->viewport()->width());
+    const int columns = columnsFor(m_scroll->viewport()->width());
     if (columns == m_columns)
         return;
     m_columns = columns;
@@ -273,32 +235,21 @@ QWidget* SectionTweaksPage::makePill(const TweakDefinition& tweak, QWidget* card
 void SectionTweaksPage::toggleTweak(const QString& id, bool desired)
 {
     const TweakDefinition tweak = m_context->catalog.find(id);
-    if (desired && !tweak.warning.isEmpty()) {
-        // The session can end, and this page with it, while the question stands.
-        const QPointer<SectionTweaksPage> guard(this);
-        const bool accepted = AppDialog::confirm(
-            this, tweak.name, tweak.warning + translate("SectionTweaksPage", "\n\nApply this tweak?"),
-            translate("SectionTweaksPage", "Apply"), translate("SectionTweaksPage", "Cancel"));
-        if (!guard)
-            return;
-        if (!accepted) {
-            synchronise(id);
-            return;
-        }
-    }
+    if (desired && !tweak.warning.isEmpty()
+        && !confirm(tweak.name, tweak.warning + translate("SectionTweaksPage", "\n\nApply this tweak?"),
+                    translate("SectionTweaksPage", "Apply"), translate("SectionTweaksPage", "Cancel")))
+        return; // The switch hasn't moved yet.
     beginWork({id}, desired);
-    runOn(
-        m_pool, this,
-        [engine = m_context->engine.get(), id, desired, tier = m_context->tier] {
-            return runToggle(engine, id, desired, tier);
-        },
-        [this, id](const ApplyOutcome& outcome) {
-            endWork({id});
-            if (!outcome.ok)
-                AppDialog::info(this, translate("SectionTweaksPage", "Tweak failed"),
-                                outcome.error.isEmpty() ? translate("SectionTweaksPage", "Operation failed.")
-                                                        : outcome.error);
-        });
+    const auto work = [engine = m_context->engine.get(), id, desired, tier = m_context->tier] {
+        return runToggle(engine, id, desired, tier);
+    };
+    launch(m_pool, work, [this, id](const std::optional<ApplyOutcome>& outcome) {
+        endWork({id});
+        if (outcome && !outcome->ok)
+            showMessage(translate("SectionTweaksPage", "Tweak failed"),
+                        outcome->error.isEmpty() ? translate("SectionTweaksPage", "Operation failed.")
+                                                 : outcome->error);
+    });
 }
 
 void SectionTweaksPage::applyAllRecommended()
@@ -311,17 +262,14 @@ void SectionTweaksPage::applyAllRecommended()
     if (ids.isEmpty())
         return;
     beginWork(ids, desired);
-    runOn(
-        m_pool, this,
-        [engine = m_context->engine.get(), ids, desired, tier = m_context->tier] {
-            return runBatch(engine, ids, desired, tier);
-        },
-        [this, ids](const QStringList& failures) {
-            endWork(ids);
-            if (!failures.isEmpty())
-                AppDialog::info(this, translate("SectionTweaksPage", "Some tweaks failed"),
-                                failures.join(QLatin1Char('\n')));
-        });
+    const auto work = [engine = m_context->engine.get(), ids, desired, tier = m_context->tier] {
+        return runBatch(engine, ids, desired, tier);
+    };
+    launch(m_pool, work, [this, ids](const std::optional<QStringList>& failures) {
+        endWork(ids);
+        if (failures && !failures->isEmpty())
+            showMessage(translate("SectionTweaksPage", "Some tweaks failed"), failures->join(QLatin1Char('\n')));
+    });
 }
 
 /// By what the switches show: it is the engine's truth with the work that is still queued already counted in.
@@ -399,43 +347,6 @@ void SectionTweaksPage::refreshActionButton()
     // A dynamic property doesn't restyle by itself.
     m_actionButton->style()->unpolish(m_actionButton);
     m_actionButton->style()->polish(m_actionButton);
-}
-
-HeroWindow* SectionTweaksPage::heroWindow() const
-{
-    for (QWidget* widget = parentWidget(); widget; widget = widget->parentWidget()) {
-        if (auto* const hero = qobject_cast<HeroWindow*>(widget))
-            return hero;
-    }
-    return nullptr;
-}
-
-void SectionTweaksPage::hookBackground()
-{
-    HeroWindow* const hero = heroWindow();
-    if (m_backgroundHooked || !hero)
-        return;
-    connect(hero, &HeroWindow::backgroundRebuilt, this, &SectionTweaksPage::refreshBackdrop, Qt::QueuedConnection);
-    m_backgroundHooked = true;
-}
-
-/// Makes the viewport opaque with its part of the window's background, so that scrolling moves one picture instead of
-/// composing the background under every card at each step.
-void SectionTweaksPage::refreshBackdrop()
-{
-    HeroWindow* const hero = heroWindow();
-    if (!hero || !m_scrollArea->isVisible())
-        return;
-    QWidget* const viewport = m_scrollArea->viewport();
-    const QPixmap slice = hero->backgroundSlice(QRect(viewport->mapTo(hero, QPoint(0, 0)), viewport->size()));
-    if (slice.isNull())
-        return;
-    QPalette colors = viewport->palette();
-    colors.setBrush(QPalette::Window, QBrush(slice));
-    viewport->setPalette(colors);
-    viewport->setAutoFillBackground(true);
-    viewport->update();
-    hero->addCover(viewport);
 }
 
 } // namespace torvelane

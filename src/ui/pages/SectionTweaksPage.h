@@ -1,23 +1,22 @@
 #pragma once
 
 #include "tweaks/Tweak.h"
+#include "ui/pages/Page.h"
 #include "ui/theme/Icons.h"
 
 #include <QHash>
 #include <QList>
 #include <QPixmap>
 #include <QSet>
-#include <QWidget>
 
 class QGridLayout;
 class QPushButton;
-class QScrollArea;
 class QThreadPool;
 
 namespace torvelane {
 
 class AppContext;
-class HeroWindow;
+class ScrollColumn;
 class ToggleSwitch;
 class TweakCard;
 
@@ -25,7 +24,7 @@ class TweakCard;
 ///
 /// Widgets belong to the GUI thread; every call that changes the system runs on a pool of one thread that the page owns,
 /// in the order of the clicks. Switches move at once and are put right if the engine says no.
-class SectionTweaksPage : public QWidget {
+class SectionTweaksPage : public Page {
     Q_OBJECT
 
 public:
@@ -35,21 +34,20 @@ public:
     /// Drops what hasn't begun and waits for what has.
     ~SectionTweaksPage() override;
 
+    /// Locks its cards one by one.
+    [[nodiscard]] bool locksItself() const override { return true; }
+
     /// Builds the cards anew if the tier isn't the one they were built for.
-    void onTierChanged(Tier tier);
+    void onTierChanged(Tier tier) override;
 
-    /// The same as the destructor's wait, while the page stays: for a sign-out, which must see the last word of every
-    /// tweak. Blocks.
-    void finishWork();
-
-    [[nodiscard]] int columnCount() const { return m_columns; }
+    /// The same as the destructor's wait, while the page stays.
+    void finishWork() override;
 
     /// How many columns fit a viewport of this width.
     [[nodiscard]] static int columnsFor(int viewportWidth);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    void showEvent(QShowEvent* event) override;
 
 private:
     /// The ids that a batch can touch, by what their switches show.
@@ -82,16 +80,12 @@ private:
     void synchronise(const QString& id);
     void refreshActionButton();
 
-    [[nodiscard]] HeroWindow* heroWindow() const;
-    void hookBackground();
-    void refreshBackdrop();
-
     AppContext* m_context;
     QString m_sectionKey;
     QPixmap m_picture; ///< Of the section, on each of its cards.
     Tier m_pageTier;
     Tier m_builtTier = Tier::None;
-    QScrollArea* m_scrollArea = nullptr;
+    ScrollColumn* m_scroll = nullptr;
     QGridLayout* m_grid = nullptr;
     QList<TweakCard*> m_cards;
     QHash<QString, ToggleSwitch*> m_switches; ///< Only of cards that aren't locked.
@@ -99,7 +93,6 @@ private:
     QPushButton* m_actionButton = nullptr;
     QThreadPool* m_pool;
     int m_columns = 0; ///< 0 until laid out.
-    bool m_backgroundHooked = false;
 };
 
 } // namespace torvelane

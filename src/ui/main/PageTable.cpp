@@ -1,0 +1,49 @@
+#include "ui/main/PageTable.h"
+
+#include "ui/main/Navigation.h"
+#include "ui/pages/PlaceholderPage.h"
+#include "ui/pages/SectionTweaksPage.h"
+
+#include <algorithm>
+#include <array>
+
+namespace torvelane {
+
+namespace {
+
+/// What opens under a key that is no section of the catalogue. A page that is built takes its maker's place here.
+struct PageMaker {
+    QLatin1String key;
+    Page* (*make)(AppContext& context, const NavSection& section);
+};
+
+Page* makePlaceholder(AppContext&, const NavSection& section)
+{
+    return new PlaceholderPage(section.label);
+}
+
+constexpr std::array pageMakers{
+    PageMaker{QLatin1String("Home"), makePlaceholder},
+    PageMaker{QLatin1String("Scan"), makePlaceholder},
+    PageMaker{QLatin1String("Gaming Mode"), makePlaceholder},
+    PageMaker{QLatin1String("Network"), makePlaceholder},
+    PageMaker{QLatin1String("Bufferbloat"), makePlaceholder},
+    PageMaker{QLatin1String("Power Plan"), makePlaceholder},
+    PageMaker{QLatin1String("App Optimize"), makePlaceholder},
+    PageMaker{QLatin1String("Services"), makePlaceholder},
+    PageMaker{QLatin1String("Debloat"), makePlaceholder},
+    PageMaker{QLatin1String("Restore Points"), makePlaceholder},
+};
+
+} // namespace
+
+Page* makePage(AppContext& context, const NavSection& section, Tier required)
+{
+    const auto maker =
+        std::ranges::find_if(pageMakers, [&](const PageMaker& candidate) { return candidate.key == section.key; });
+    if (maker != pageMakers.end())
+        return maker->make(context, section);
+    return new SectionTweaksPage(context, section.key, section.icon, required);
+}
+
+} // namespace torvelane

@@ -1,0 +1,193 @@
+#include "ui/WindowBench.h"
+#include "ui/pages/ScrollColumn.h"
+#include "ui/pages/WorkPage.h"
+#include "ui/windows/ChromeWindow.h"
+#include "ui/windows/HeroWindow.h"
+
+#include <QLayout>
+#include <QSemaphore>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+
+namespace {
+
+/// An optimiser whose work ends when the test says so.
+struct Machine {
+    int work(int value)
+    {
+        begun.release();
+        mayEnd.acquire();
+        ++jobs;
+        return value;
+    }
+
+    QSemaphore begun;
+    QSemaphore mayEnd;
+    std::atomic_int jobs = 0;
+};
+
+class SamplePage : public WorkPage {
+public:
+    SamplePage()
+    {
+        addStatusRow(column());
+        status = findChild<QLabel*>();
+    }
+
+    void start(int value)
+    {
+        run(
+            u"Working…"_s, machine, [value](Machine& subject) { return subject.work(value); },
+            [this](int result) {
+                results.append(result);
+                setStatus(u"Did %1"_s.arg(result));
+            });
+    }
+
+    void look(int value)
+    {
+        read(
+            [subject = machine, value] {
+                subject->begun.release();
+                if (value == 1)
+                    subject->mayEnd.acquire();
+                return value;
+            },
+            [this](int result) { results.append(result); });
+    }
+
+    std::shared_ptr<Machine> machine = std::make_shared<Machine>();
+    QList<int> results;
+    QStringList controls; ///< How they were brought in line, in order.
+    QLabel* status;
+
+protected:
+    void refreshControls() override { controls.append(isBusy() ? u"off"_s : u"on"_s); }
+};
+
+/// Keeps every thread of the workers' pool busy as long as it lives.
+class FullPool {
+public:
+    FullPool()
+    {
+        QThreadPool::globalInstance()->setMaxThreadCount(1);
+        QThreadPool::globalInstance()->start([this] {
+            m_begun.release();
+            m_mayEnd.acquire();
+        });
+        m_begun.acquire();
+    }
+
+    ~FullPool()
+    {
+        m_mayEnd.release();
+        QThreadPool::globalInstance()->waitForDone();
+        QThreadPool::globalInstance()->setMaxThreadCount(QThread::idealThreadCount());
+    }
+
+private:
+    QSemaphore m_begun;
+    QSemaphore m_mayEnd;
+};
+
+} // namespace
+
+class tst_WorkPage : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void oneAtATime()
+    {
+        SamplePage page;
+        QCOMPARE(page.status->text(), u"Ready"_s);
+        page.start(1);
+        page.start(2);
+        QVERIFY(page.isBusy());
+        QCOMPARE(page.status->text(), u"Working…"_s);
+        page.machine->mayEnd.release();
+        QTRY_VERIFY(!page.isBusy());
+        QCOMPARE(page.results, QList<int>{1});
+        QCOMPARE(page.status->text(), u"Did 1"_s);
+        QCOMPARE(page.controls, QStringList({u"off"_s, u"on"_s}));
+        QCOMPARE(page.machine->jobs, 1);
+    }
+
+    void finishWaitsForWhatHasBegun()
+    {
+        SamplePage page;
+        page.start(1);
+        page.machine->begun.acquire();
+        QThreadPool::globalInstance()->start([machine = page.machine] {
+            QThread::msleep(50);
+            machine->mayEnd.release();
+        });
+        page.finishWork();
+        QCOMPARE(page.machine->jobs, 1);
+        // The page stays, and says what it led to.
+        QTRY_COMPARE(page.results, QList<int>{1});
+    }
+
+    void finishDropsWhatHasNotBegun()
+    {
+        SamplePage page;
+        {
+            const FullPool full;
+            page.start(1);
+            page.look(2);
+            page.finishWork();
+        }
+        QTRY_VERIFY(!page.isBusy());
+        QCOMPARE(page.machine->jobs, 0);
+        // What only reads is left alone.
+        QTRY_COMPARE(page.results, QList<int>{2});
+        QCOMPARE(page.status->text(), u"Ready"_s);
+    }
+
+    void workOutlivesItsPage()
+    {
+        auto page = std::make_unique<SamplePage>();
+        const std::weak_ptr<Machine> machine = page->machine;
+        page->start(1);
+        page->machine->begun.acquire();
+        page.reset();
+        QVERIFY(!machine.expired());
+        machine.lock()->mayEnd.release();
+        QThreadPool::globalInstance()->waitForDone();
+        QVERIFY(machine.expired());
+    }
+
+    /// As when a session has ended, and the window waits to be deleted.
+    void nothingIsShownInAWindowThatLeft()
+    {
+        auto* const hero = new HeroWindow;
+        ChromeWindow window(hero, u"Torvelane"_s);
+        auto* const page = new SamplePage;
+        page->setParent(hero);
+        showActive(window);
+        page->start(1);
+        window.hide();
+        page->machine->mayEnd.release();
+        QTRY_VERIFY(!isWorking(*page));
+        QCOMPARE(page->machine->jobs, 1);
+        QCOMPARE(page->results, QList<int>());
+    }
+
+    void laterReadWins()
+    {
+        QThreadPool::globalInstance()->setMaxThreadCount(2);
+        SamplePage page;
+        page.look(1);
+        page.machine->begun.acquire();
+        page.look(2);
+        QTRY_COMPARE(page.results, QList<int>{2});
+        page.machine->mayEnd.release();
+        QTRY_VERIFY(!isWorking(page));
+        QCOMPARE(page.results, QList<int>{2});
+    }
+};
+
+QTEST_MAIN(tst_WorkPage)
+#include "tst_WorkPage.moc"
