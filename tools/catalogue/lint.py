@@ -434,7 +434,7 @@ def accept(data):
     after = {entry["id"]: entry_digest(entry) for entry in json.loads(data.decode("utf-8"))["tweaks"]}
     with open(DIGESTS_PATH, "w", encoding="utf-8", newline="\n") as file:
         file.write(json.dumps(after, indent=2) + "\n")
-    for ident in [*after, *before]:
+    for ident in dict.fromkeys([*after, *before]):
         if before.get(ident) != after.get(ident):
             print("%s: %s" % (ident, "accepted" if ident in after else "dropped"))
     return 0
