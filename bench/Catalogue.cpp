@@ -29,7 +29,7 @@ void load(TweakCatalog& catalog)
 
 void loadCatalogue(benchmark::State& state)
 {
-    // The first load also pays for what Qt makes once in a process.
+    // The first load also pays for Qt's work once in a process.
     {
         TweakCatalog catalog;
         load(catalog);

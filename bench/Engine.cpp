@@ -1,5 +1,5 @@
 // Applying and reverting 100 registry tweaks of the shipped catalogue, each against its three bare commits: the same
-// statements on the same store, without a tweak around them. What the ratio is above 1 pays for looking up, capturing,
+// statements on the same store, without a tweak around them. The excess over 1 pays for looking up, capturing,
 // reading, writing and the log. The tweaks' own work on the registry is also timed by itself, since the simulated
 // registry is slower than the real one.
 

@@ -21,7 +21,7 @@ namespace torvelane::bench {
 ///                              how much processor time it took, in seconds
 class Probe : public QObject {
 public:
-    /// `content` is what covers the window, if something does.
+    /// `content` is the widget that covers the window, if there is one.
     explicit Probe(QWidget* window, QWidget* content = nullptr) : m_window(window)
     {
         (content ? content : window)->installEventFilter(this);
@@ -90,7 +90,7 @@ private:
 
     static void say(const QString& line) { QTextStream(stdout) << line << Qt::endl; }
 
-    static constexpr int settleMs = 4000; ///< For what runs once after a window is shown: the pages are made ready.
+    static constexpr int settleMs = 4000; ///< For the work right after a window is shown: the pages are made ready.
 
     QWidget* m_window;
     QWidget m_other;

@@ -35,7 +35,7 @@ void require(bool condition)
         std::abort();
 }
 
-/// What one process took from its start to its end. The processor's time hardly depends on what else the machine does.
+/// The cost of one whole process. The processor's time hardly depends on what else the machine does.
 struct Cost {
     Pair::Seconds elapsed{};
     Pair::Seconds processor{};

@@ -100,7 +100,7 @@ public:
         return text.data();
     }
 
-    /// What it has of the memory, with shared pages divided among those that share them.
+    /// Its memory, with shared pages divided among the processes that share them.
     double proportionalSetSizeMiB() const
     {
         QFile rollup(QStringLiteral("/proc/%1/smaps_rollup").arg(m_process));
@@ -243,7 +243,7 @@ double threadMsOf(Work work)
     return threadMs() - before;
 }
 
-/// Lets the event loop turn for a while. What each turn took, the longest first.
+/// Lets the event loop turn for a while. The time of each turn, the longest first.
 std::vector<double> turnsMs(int durationMs)
 {
     std::vector<double> turns;

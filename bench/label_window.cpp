@@ -1,4 +1,4 @@
-// What Torvelane's window is compared with: one with a label, or with the first argument "blit" one that does nothing
+// The floor for Torvelane's window: one with a label, or with the first argument "blit" one that does nothing
 // but put a picture of its size on the screen thirty times a second.
 
 #include "Probe.h"

@@ -1,4 +1,4 @@
-// What every program with Qt's windows pays before it does anything: the floor for the start of Torvelane.
+// The cost of every program with Qt's windows before it does anything: the floor for the start of Torvelane.
 
 #include <QApplication>
 

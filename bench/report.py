@@ -26,11 +26,11 @@ from pathlib import Path
 FIGURES = Path(__file__).with_name("figures.json")
 LIMIT = 0.03
 
-# The first paint is over when it goes to the screen. What callgrind has counted until then is one dump.
+# The first paint is over when it goes to the screen. callgrind dumps its counts there.
 AFTER_FIRST_PAINT = "QBackingStore::flush*"
 
-# Under callgrind a program is some fifty times slower and timers fire far too early, now more of them, now fewer. What
-# they do isn't counted: at full speed they wait until the window has been painted.
+# Under callgrind a program is some fifty times slower and timers fire far too early, now more of them, now fewer.
+# Their work isn't counted: at full speed they wait until the window has been painted.
 TIMER = re.compile(r"QTimer::timerEvent\(")
 MAKES_WIDGET = re.compile(r"QWidgetPrivate::init\(")
 WAITS_FOR_DISK = re.compile(r"(fsync|fdatasync|msync|sync|syncfs|sync_file_range)\Z")

@@ -1,4 +1,4 @@
-# What differs from one deployment to another. A build that leaves the neutral defaults in place has no backend: the
+# The differences between deployments. A build that leaves the neutral defaults in place has no backend: the
 # addresses lie on example domains that are reserved and never resolve.
 set(TORVELANE_API_BASE_URL "" CACHE STRING "Base URL of the backend: https, no path")
 set(TORVELANE_WEB_BASE_URL "" CACHE STRING "Base URL of the web site: https, no path")

@@ -1,5 +1,5 @@
-# Reads src/rooms.txt: TORVELANE_ROOMS becomes the list of rooms, lowest first, and TORVELANE_USES_<room> what each may
-# use. Folders within a room are no libraries and left out.
+# Reads src/rooms.txt: TORVELANE_ROOMS becomes the list of rooms, lowest first, and TORVELANE_USES_<room> the rooms that
+# each may use. Folders within a room are no libraries and left out.
 function(torvelane_read_rooms)
   set(table "${PROJECT_SOURCE_DIR}/src/rooms.txt")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${table}")
@@ -19,7 +19,7 @@ torvelane_read_rooms()
 # torvelane_room(<name> SOURCES ... [USES ...])
 #
 # One room of the house: the static library torvelane_<name> made from the files of src/<name>, with the rooms that the
-# table lets it use. USES names what it needs besides: Qt's modules.
+# table lets it use. USES names its other needs: Qt's modules.
 function(torvelane_room name)
   cmake_parse_arguments(ROOM "" "" "SOURCES;USES" ${ARGN})
   if(NOT name IN_LIST TORVELANE_ROOMS)

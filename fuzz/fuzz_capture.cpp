@@ -13,8 +13,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     return 0;
 }
 
-/// A capture is what state.db says about the machine before a change. What it restores is there, and restoring it again
-/// is safe.
+/// A capture is the record in state.db of the machine before a change. Its values are restored, and restoring them
+/// again is safe.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const QJsonObject capture = QJsonDocument::fromJson(fuzz::bytesOf(data, size)).object();

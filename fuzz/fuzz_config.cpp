@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     return 0;
 }
 
-/// What was understood of a configuration is what the next start understands of it.
+/// A configuration that was read, written and read again is still the same.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::replaceContent(Paths::configFile(), fuzz::bytesOf(data, size));

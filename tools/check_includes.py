@@ -16,7 +16,7 @@ ROW = re.compile(r"^([a-z]+(?:/[a-z]+)?)\s*\|([^|]*)\|")
 
 
 def read_rooms(root):
-    """What each room, and each folder of a room that has an order of its own, may use directly."""
+    """The rooms that each room, and each folder of a room with an order of its own, may use directly."""
     rows = (ROW.match(line) for line in (root / TABLE).read_text(encoding="utf-8").splitlines())
     return {row.group(1): re.findall(r"[a-z/]+", row.group(2)) for row in rows if row}
 
@@ -81,7 +81,7 @@ def is_windows_header(name):
 
 
 def check_include(rooms, place, name):
-    """What is wrong with including `name`, a file of the sources, in `place`; None for nothing."""
+    """The reason against including `name`, a file of the sources, in `place`; None if it is allowed."""
     parts = Path(name).parts
     target = place_of(rooms, parts)
     room = place.split("/")[0]

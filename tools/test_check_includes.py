@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What tools/check_includes.py has to find, and what it has to leave alone."""
+"""Cases for tools/check_includes.py: findings, and sources without any."""
 
 import subprocess
 import sys

@@ -47,7 +47,7 @@ Q_SIGNALS:
     /// A session began, ended, or was taken up.
     void sessionChanged();
 
-    /// What the windows show of the user is no longer what it was.
+    /// The user's name, picture or subscription, as the windows show them, have changed.
     void userChanged(const torvelane::UserProfile& profile);
 };
 

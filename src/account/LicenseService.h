@@ -6,7 +6,7 @@
 
 namespace torvelane {
 
-/// What the session's subscription is worth. On the main thread.
+/// The value of the session's subscription. On the main thread.
 class LicenseService : public QObject {
     Q_OBJECT
 
@@ -20,7 +20,7 @@ public:
     virtual void start() = 0;
     virtual void stop() = 0;
 
-    /// Told whenever the program becomes or ceases to be the active one, so that an idle window asks for nothing.
+    /// Called whenever the program becomes or ceases to be the active one, so that an idle window asks for nothing.
     virtual void setApplicationActive(bool active) = 0;
 
     /// The last answer.

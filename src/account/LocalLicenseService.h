@@ -6,7 +6,7 @@ namespace torvelane {
 
 class AuthService;
 
-/// A licence without a server: the subscription is worth what the session says. Follows the session by itself.
+/// A licence without a server: the session's word is the subscription. Follows the session by itself.
 class LocalLicenseService : public LicenseService {
     Q_OBJECT
 

@@ -8,7 +8,7 @@
 
 namespace torvelane {
 
-/// What is known of the session's subscription at one moment.
+/// The state of the session's subscription at one moment.
 struct SubscriptionState {
     bool active = false; ///< There is a session; the rest means nothing otherwise.
     QString userName;

@@ -18,7 +18,7 @@ struct Session {
 };
 
 enum class ReadResult {
-    Read,    ///< `out` holds what was stored.
+    Read,    ///< `out` holds the stored session.
     Absent,  ///< There is no file: nobody has used the program here yet.
     Damaged, ///< There is one that can't be read, isn't ours, or was made by another user or machine.
 };

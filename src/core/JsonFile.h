@@ -6,7 +6,7 @@
 /// The one way in which small persistent JSON files are written and read.
 namespace torvelane::JsonFile {
 
-/// What went wrong with a write; the old file is whole in either case.
+/// The kind of a failed write; the old file is whole in either case.
 enum class WriteError { None, CannotOpen, CannotCommit };
 
 /// Replaces the file at `path` by the object as indented JSON, atomically: a crash, a full disk or a refusal leaves the

@@ -2,7 +2,7 @@
 
 namespace torvelane::platform {
 
-/// What the desktop keeps to itself until it is told that the registry has changed.
+/// Settings that the desktop reads again only after an announcement.
 enum class DesktopChange {
     Colors, ///< Light or dark, transparency.
     Icons,  ///< Which of Windows' own icons stand on the desktop.

@@ -13,7 +13,7 @@ namespace torvelane::platform {
 /// The predefined root keys.
 enum class RootKey { LocalMachine, CurrentUser, ClassesRoot, Users, CurrentConfig };
 
-/// What a key is opened for.
+/// The purpose of opening a key.
 enum class KeyAccess {
     Read,     ///< KEY_READ: query values, enumerate
     SetValue, ///< KEY_SET_VALUE: set and delete values

@@ -6,7 +6,7 @@
 
 namespace torvelane::platform {
 
-/// What a message of the window system means to a frameless window.
+/// The meaning of a window system's message for a frameless window.
 struct FrameMessage {
     enum class Kind {
         Other,

@@ -64,7 +64,7 @@ void SingleInstance::takeConnections()
             socket->abort();
             socket->deleteLater();
         });
-        // What was sent before this slot ran has already been announced.
+        // Data from before this slot ran has already been announced.
         if (socket->bytesAvailable() > 0)
             readLink(socket);
         else if (socket->state() != QLocalSocket::ConnectedState)

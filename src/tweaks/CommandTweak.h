@@ -49,7 +49,7 @@ inline constexpr int shellStartTimeoutMs = 10000;
 inline constexpr int shellFinishTimeoutMs = 120000;
 
 /// Runs one command through cmd.exe and waits for its end; `error` may be null. An exit code other than 0 is logged and
-/// is no failure. A command that passes its limit is ended together with what it started.
+/// is no failure. A command that passes its limit is ended together with its descendants.
 [[nodiscard]] bool runShellCommand(const QString& command, QString* error);
 
 /// The hook for a run in which commands execute for another user than the process's: `bootMode` chooses the boot lists

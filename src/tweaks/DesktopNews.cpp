@@ -6,7 +6,7 @@ namespace torvelane {
 
 namespace {
 
-/// Keys of the user below which Windows looks only when it is told to.
+/// Keys of the user that Windows reads again only after an announcement.
 constexpr struct {
     QLatin1String path;
     platform::DesktopChange change;

@@ -8,7 +8,7 @@
 
 namespace torvelane {
 
-/// Collects what the desktop has to be told about the values that a tweak has written, and tells it, once each, when it
+/// Collects the announcements that the values of a tweak need, and makes each of them once when it
 /// goes out of scope: after the last value, and whether or not all could be written.
 class DesktopNews {
 public:

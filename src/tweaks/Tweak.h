@@ -19,7 +19,7 @@ struct TweakResult {
 /// When a change shows.
 enum class TweakEffect { AtOnce, AfterRestartingExplorer, AfterSigningOut, AfterRestart };
 
-/// What lists and pages show of a catalogue entry. Texts are already in the display language.
+/// A catalogue entry as lists and pages show it. Texts are already in the display language.
 struct TweakDefinition {
     QString id;
     QString name;
@@ -51,7 +51,7 @@ public:
         return true;
     }
 
-    /// Reads what stands there now. On failure `*ok` is false, `*error` says why, and the result is empty.
+    /// Reads the present values. On failure `*ok` is false, `*error` says why, and the result is empty.
     [[nodiscard]] virtual QJsonObject capture(bool* ok, QString* error) = 0;
 
     /// Makes the change. A failure may leave it half done: the caller undoes it by revert.
@@ -60,7 +60,7 @@ public:
     /// Puts back what `capture` says. Can be repeated safely.
     [[nodiscard]] virtual TweakResult revert(const QJsonObject& capture) = 0;
 
-    /// Compares the system with the wanted state; `*ok` is false if that can't be told.
+    /// Compares the system with the wanted state; `*ok` is false if that is unknown.
     [[nodiscard]] virtual bool isCurrentlyApplied(bool* ok) const = 0;
 
 private:

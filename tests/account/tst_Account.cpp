@@ -27,7 +27,7 @@ QByteArray tokenBytes()
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// What a later start of the program finds.
+/// The session that a later start of the program finds.
 QString sessionAfterRestart()
 {
     LocalAuthService auth;

@@ -182,7 +182,7 @@ private Q_SLOTS:
     /// In processes of their own, since the language is worked out once in a process.
     void speaksTheSystemsLanguage()
     {
-        // Of the navigation's table, of the message catalogue, and of the dialog that tells of the session's end.
+        // Of the navigation's table, of the message catalogue, and of the dialog at the session's end.
         const QStringList english{u"Taskbar"_s, u"ADVANCED"_s, u"Settings"_s, u"Session replaced"_s};
         const QStringList french{u"Barre des tâches"_s, u"AVANCÉ"_s, u"Paramètres"_s, u"Session remplacée"_s};
         for (const auto& [locale, spoken, other] :
@@ -212,7 +212,7 @@ private Q_SLOTS:
     }
 };
 
-/// What the window and the dialog at the session's end say, one text a line.
+/// The texts of the window and of the dialog at the session's end, one a line.
 static int printTexts()
 {
     QLocale::setDefault(QLocale(QLocale::English));

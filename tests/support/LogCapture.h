@@ -9,8 +9,8 @@
 
 namespace torvelane::test {
 
-/// Reads what the log file has gained since the object was made. The log has to have been started on the data directory
-/// in force, as TestMachine does.
+/// Reads the lines that the log file has gained since the object was made. The log has to have been started on the
+/// data directory in force, as TestMachine does.
 class LogCapture {
 public:
     LogCapture() : m_start(QFileInfo(Paths::logFile()).size()) { }

@@ -37,7 +37,7 @@ void putRaw(const QString& name, const RawValue& value, const QString& path = sc
 /// The bytes of a REG_DWORD.
 [[nodiscard]] QByteArray dwordBytes(quint32 number);
 
-/// A test's machine and what its log gained.
+/// A test's machine and the new lines of its log.
 struct ScratchMachine : TestMachine {
     LogCapture log;
 };

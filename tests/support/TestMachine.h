@@ -42,7 +42,7 @@ public:
     /// A path in a scratch folder that ends with the object.
     [[nodiscard]] QString scratchFile(const QString& name) const { return m_dir.filePath(name); }
 
-    /// What a child process needs in its environment to work on this machine and data directory, as NAME=VALUE. The
+    /// The environment for a child process that works on this machine and data directory, as NAME=VALUE. The
     /// program's data directory is then `childDataDir`.
     [[nodiscard]] QStringList childEnvironment() const;
     [[nodiscard]] QString childDataDir() const;

@@ -16,7 +16,7 @@ class tst_RegistryFaults : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// Each is told to the caller, some with a line in the log, and leaves the machine as it was.
+    /// The caller learns of each, some with a line in the log, and the machine stays as it was.
     void refusals()
     {
         constexpr RegistryHive hkcu = RegistryHive::CurrentUser;

@@ -4,7 +4,7 @@
 
 namespace torvelane::test {
 
-/// Counts what is announced to the desktop, from its construction on and by this thread.
+/// Counts the announcements to the desktop, from its construction on and by this thread.
 class DesktopWatch {
 public:
     DesktopWatch();
@@ -13,7 +13,7 @@ public:
     DesktopWatch& operator=(const DesktopWatch&) = delete;
 
     [[nodiscard]] int colors() const;
-    /// Nothing where the machine can't tell.
+    /// Nothing where the machine doesn't know.
     [[nodiscard]] std::optional<int> icons() const;
 
 private:

@@ -29,8 +29,8 @@ private:
     QRandomGenerator m_random;
     std::optional<ScratchMachine> m_machine;
 
-    /// What is found in files that others can write: no crash, and no touch of anything but what was named, which is in
-    /// the scratch key. As long as its share of the time lasts; some rounds also on a machine that is busy with other things.
+    /// Random input from files that others can write: no crash, and no touch of anything but the named values, which are
+    /// in the scratch key. As long as its share of the time lasts; some rounds also on a machine that is busy with other things.
     template <typename Once>
     void repeat(Once once)
     {

@@ -23,7 +23,7 @@ QString committedRow(const QString& id)
     return stateSql(u"SELECT state, capture FROM tweak_state WHERE tweak_id='%1'"_s.arg(id)).join(u'\n');
 }
 
-/// What stands in the registry now, as it is to be in the row.
+/// The present values of the registry, in the form of the row.
 QString captured(RegistryTweak& tweak)
 {
     bool ok = false;
@@ -120,7 +120,7 @@ private Q_SLOTS:
                 if (applied)
                     break;
                 QVERIFY2(m_error.startsWith(id + u": Apply error: Failed to write "_s), qPrintable(m_error));
-                // An undo that fails as well is given up, but what is needed for it stays in the row.
+                // An undo that fails as well is given up, but its capture stays in the row.
                 QCOMPARE(committedRow(id), u"reverted " + original);
                 if (forGood) {
                     const QJsonObject capture = QJsonDocument::fromJson(original.toUtf8()).object();

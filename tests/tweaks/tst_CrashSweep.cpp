@@ -28,7 +28,7 @@ const QString overOtherTypes = u"selftest.toggle"_s;
 const QString selfTestPath = u"Software\\Torvelane\\SelfTest"_s;
 const QString commands = u"tweaks.classic-context-menu"_s;
 
-/// What the program does with one entry, in a process that stops for good at the given event: before or after a commit
+/// The program with one entry, in a process that stops for good at the given event: before or after a commit
 /// of the store or a change of the registry. The parent then ends it, as a crash or a power cut would.
 int runChild(const QStringList& arguments)
 {
@@ -85,7 +85,7 @@ private:
     MachineImage m_applied;
     MachineImage m_restored;
     QSet<QString> m_statesLeft;
-    QString m_what; ///< What is under way, for the problems.
+    QString m_what; ///< The current step, for the problems.
     QStringList m_problems;
 
     void expect(bool condition, const QString& what)

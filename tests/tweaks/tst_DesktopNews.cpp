@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
 
-/// What is announced to the desktop when a tweak is applied and reverted.
+/// The announcements to the desktop when a tweak is applied and reverted.
 class tst_DesktopNews : public QObject {
     Q_OBJECT
 

@@ -76,7 +76,7 @@ private:
 private Q_SLOTS:
     void init()
     {
-        // Qt tells of connections used on foreign threads by a warning only.
+        // Qt's only sign of a connection used on a foreign thread is a warning.
         QTest::failOnWarning(QRegularExpression(u".*"_s));
         m_machine.emplace();
         openAgain();
@@ -88,7 +88,7 @@ private Q_SLOTS:
         m_machine.reset();
     }
 
-    /// Only an empty selection is filled with what is applied.
+    /// Only an empty selection is filled with the applied tweaks.
     void seedingHappensOnce()
     {
         const QString selected = u"SELECT tweak_id FROM tweak_selection"_s;

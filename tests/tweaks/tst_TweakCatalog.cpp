@@ -47,7 +47,7 @@ private Q_SLOTS:
     void init() { m_machine.emplace(); }
     void cleanup() { m_machine.reset(); }
 
-    /// Another version of the program has to restore what this one stored.
+    /// Another version of the program has to restore captures of this one.
     void captureFormat()
     {
         putRaw(u"A"_s, {regExpandSz, utf16(u"%x%\u00e9"_s)});
@@ -71,7 +71,7 @@ private Q_SLOTS:
         QCOMPARE(scratchImage(), before);
     }
 
-    /// What is right already isn't written over, which the unusual bytes show; a value of another type is never right.
+    /// A right value isn't written over, which the unusual bytes show; a value of another type is never right.
     void matches()
     {
         const std::tuple<QByteArray, RawValue, bool> cases[] = {
@@ -166,7 +166,7 @@ private Q_SLOTS:
         QVERIFY(scratchImage().isEmpty());
     }
 
-    /// A bad entry costs itself alone, and each is told of.
+    /// A bad entry costs itself alone, and each is logged.
     void badCatalogueEntries()
     {
         QByteArray document = R"({"version": 99, "tweaks": [

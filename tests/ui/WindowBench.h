@@ -33,7 +33,7 @@ inline QByteArray commandEntry(const QByteArray& id)
         + R"(", "apply": ["rem apply )" + id + R"("], "revert": ["rem revert )" + id + R"("]})";
 }
 
-/// The program's context on a machine of its own, with a session: what windows are built on.
+/// The program's context on a machine of its own, with a session, as windows need it.
 class WindowBench {
 public:
     /// A small catalogue of these entries; without any it is the program's own.
@@ -55,7 +55,7 @@ public:
             qFatal("No session");
     }
 
-    /// What the engine has done since the last call, in order: "+id" for applied, "-id" for reverted.
+    /// The engine's work since the last call, in order: "+id" for applied, "-id" for reverted.
     QString engineWork()
     {
         QStringList work = machine.log.lines().filter(QStringLiteral("ed tweak: "));

@@ -28,7 +28,7 @@ struct MainBench : WindowBench {
         showActive(window);
     }
 
-    /// What is lit, by assistive technology's word: the row, and the tab if there are several.
+    /// The lit place, by assistive technology's word: the row, and the tab if there are several.
     QString place() const
     {
         QStringList parts;
@@ -40,7 +40,7 @@ struct MainBench : WindowBench {
         return parts.join(u", "_s);
     }
 
-    /// What the current tab shows; for a section with a gate its wrapper, with the page and the locked panel in it.
+    /// The content of the current tab; for a section with a gate its wrapper, with the page and the locked panel in it.
     QWidget* section() const
     {
         const auto groups = window.findChildren<GroupPage*>();

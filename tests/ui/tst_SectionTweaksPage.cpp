@@ -85,7 +85,7 @@ private Q_SLOTS:
         QVERIFY(!isWorking(bench.page));
         QCOMPARE(everything(), before);
 
-        // The second time by the way of assistive technology, which is told what the switch costs.
+        // The second time by the way of assistive technology, which also says the warning.
         QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(toggle);
         QCOMPARE(face->role(), QAccessible::CheckBox);
         QCOMPARE(face->text(QAccessible::Description), u"Loses <b>sleep</b>."_s);
@@ -212,7 +212,7 @@ private Q_SLOTS:
         }
     }
 
-    /// What a card paints is there for those who can't see it: in reading order, whole, and where it stands.
+    /// Screen readers have the painted texts of a card: in reading order, whole, and in their places.
     void cardsAreReadAndExplained()
     {
         const QByteArray longText = QByteArrayLiteral("Word ").repeated(60).trimmed();

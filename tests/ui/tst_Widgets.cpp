@@ -88,7 +88,7 @@ Coverage coverageOf(int icon, bool fallback)
 
 } // namespace
 
-/// What windows, controls and icons do by themselves, without a machine behind them.
+/// Windows, controls and icons by themselves, without a machine behind them.
 class tst_Widgets : public QObject {
     Q_OBJECT
 

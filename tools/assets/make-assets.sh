@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Remakes what Torvelane shows and didn't draw itself (fonts and icons, with their licences), and the pictures of its
+# Remakes the fonts and icons of others, with their licences, and the pictures of its
 # logo:
 #
 #   tools/assets/make-assets.sh

@@ -4,7 +4,7 @@
 FUSTAT and SPACE_GROTESK are unpacked font packages. These cut a font into a web font for each range of characters;
 "latin" and "latin-ext" together are all that English and French need, so they're joined again. Their names are made
 whole as well: each file names its typographic family, by which Qt selects together with the weight, and a family of
-its own weight, by which GDI, the older graphics interface of Windows, tells the files apart.
+its own weight, by which GDI, the older graphics interface of Windows, distinguishes the files.
 """
 
 import sys
@@ -32,7 +32,7 @@ def style_in_own_family(style):
 def joined(paths):
     """One font of the glyphs of all; a character that several have comes from the first."""
     font = merge.Merger().merge([str(path) for path in paths])
-    # Leaves out what was there twice, and alternates of style that Qt has no way to ask for.
+    # Leaves out duplicates, and alternates of style that Qt has no way to ask for.
     options = subset.Options(name_IDs=["*"], notdef_outline=True, glyph_names=False, recalc_timestamp=False)
     # The place on the axes of a variable font, which this is no longer.
     options.drop_tables += ["STAT"]

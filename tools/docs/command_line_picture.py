@@ -48,7 +48,7 @@ def record(programs):
                 ["bash", "-c", command], env=environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True
             )
             lines.append(("command", command))
-            # reg.exe puts empty lines around what it prints.
+            # reg.exe puts empty lines around its output.
             lines += [("output", line.rstrip()) for line in run.stdout.decode().splitlines() if line.strip()]
             lines.append(("output", ""))
     return lines[:-1]

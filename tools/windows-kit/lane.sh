@@ -6,7 +6,7 @@ kit_recipe=tools/windows-kit
 wine_prefix=
 display_pid=
 
-# Ends what this run started, and only that.
+# Ends the processes of this run, and no others.
 leave_prefix() {
   [ -z "$wine_prefix" ] || {
     WINEPREFIX=$wine_prefix wineserver -k 2>/dev/null || true
@@ -21,7 +21,7 @@ leave_wine() {
   [ -z "$display_pid" ] || kill "$display_pid" 2>/dev/null || true
 }
 
-# Sets WINDOWS_SDK. A kit is kept under the hash of what it came from.
+# Sets WINDOWS_SDK. A kit is kept under the hash of its origin.
 find_kit() {
   local archive=${TORVELANE_WINDOWS_KIT:-} kits=$cache_dir/windows-kit place
   mkdir -p "$kits"
@@ -88,7 +88,7 @@ enter_prefix() {
   wine cmd /c exit >/dev/null 2>&1 </dev/null
 }
 
-# The folder that a user would have: the program with what it needs beside it, and nothing more.
+# The user's folder: the program with its libraries beside it, and nothing more.
 assemble_windows_folder() {
   local to=build/windows/Torvelane from=$WINDOWS_SDK name
   say "Putting $to together"

@@ -48,7 +48,7 @@ prints() {
   grep -qF -- "$1" <<<"$output" || failed "prints: $1"
   [ "$code" = "${2:-0}" ] || failed "exit code $code instead of ${2:-0}"
 }
-# value KEY NAME TYPE DATA: what reg.exe shows of a value.
+# value KEY NAME TYPE DATA: a value as reg.exe shows it.
 value() {
   checks=$((checks + 1))
   local shown
@@ -118,7 +118,7 @@ prints 'Unknown command: apply' 2
 torvelane revert tb.left-align
 prints 'Reverted tb.left-align'
 
-# Sign-in and what its end undoes.
+# Sign-in, and the undo at its end.
 torvelane login Ada free
 prints 'Signed in as Ada, tier free'
 before=$(values "$profile")

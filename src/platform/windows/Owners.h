@@ -11,8 +11,8 @@
 /// Owners of the system's resources. Nothing here leaves src/platform/windows.
 namespace torvelane::platform {
 
-/// What the traits of an owner begin with: the type of the resource, and the value that stands for none. A kind of
-/// resource adds how it is closed, and what none is where that isn't zero.
+/// The base of an owner's traits: the type of the resource, and the value for none. Each kind of resource
+/// adds its way of closing, and its value for none where that isn't zero.
 template <typename Type>
 struct ResourceOf {
     using Value = Type;

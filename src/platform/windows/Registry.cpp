@@ -144,7 +144,7 @@ Win32Error RegistryKey::query(const QString& name, std::span<std::byte> buffer, 
 {
     if (isCutShort(name))
         return Win32Error::InvalidParameter;
-    // Without a buffer the call only tells the size, and says that it succeeded whatever the size is.
+    // Without a buffer the call only returns the size, and succeeds whatever the size is.
     BYTE none = 0;
     BYTE* const data = buffer.empty() ? &none : reinterpret_cast<BYTE*>(buffer.data());
     auto size = static_cast<DWORD>(std::min<std::size_t>(buffer.size(), std::numeric_limits<DWORD>::max()));

@@ -13,7 +13,7 @@ namespace torvelane::platform {
 
 namespace {
 
-// Keeps what this program protected apart from what the user's other programs did. It is no secret, and a change of it
+// Separates this program's boxes from those of the user's other programs. It is no secret, and a change of it
 // makes everything unreadable that was protected before.
 constexpr char entropyText[] = "Torvelane.SecretBox.1";
 

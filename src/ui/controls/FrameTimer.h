@@ -6,7 +6,7 @@ class QWidget;
 
 namespace torvelane {
 
-/// The beat of what moves all the time: 33 ms, and the same beat for everybody, so that the window paints one frame for
+/// The beat of continuous animations: 33 ms, and the same beat for everybody, so that the window paints one frame for
 /// all of them together instead of one for each. GUI thread.
 class FrameTimer : public QObject {
     Q_OBJECT
@@ -14,7 +14,7 @@ class FrameTimer : public QObject {
 public:
     static constexpr int intervalMs = 33;
 
-    /// Beats from start() to stop(), or at every n-th beat only: what moves by less than a pixel in 33 ms needs no more.
+    /// Beats from start() to stop(), or at every n-th beat: a movement of less than a pixel in 33 ms needs no more.
     explicit FrameTimer(QObject* parent, int everyNth = 1) : QObject(parent), m_everyNth(everyNth) { }
     ~FrameTimer() override { stop(); }
 

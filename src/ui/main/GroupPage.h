@@ -16,8 +16,8 @@ namespace torvelane {
 class Page;
 class PageStack;
 
-/// What one sidebar row opens: a header, a row of underlined tabs, and a stack of section pages, each locked or open by
-/// the user's tier. GUI thread.
+/// The content of one sidebar row: a header, a row of underlined tabs, and a stack of section pages, each locked or
+/// open by the user's tier. GUI thread.
 class GroupPage : public QWidget {
     Q_OBJECT
 

@@ -59,7 +59,7 @@ MainWindow::MainWindow(AppContext& context, QWidget* parent)
     frame->setContentsMargins(16, 16, 16, 16);
     frame->addWidget(m_stack);
     root->addLayout(frame, 1);
-    // Every new widget asks for its style as soon as the event loop runs. What is going to be shown gets it then anyway,
+    // Every new widget asks for its style as soon as the event loop runs. A widget that is shown gets it then anyway,
     // and the pages that wait outside the window would get it only to get it once more when they join.
     QCoreApplication::removePostedEvents(nullptr, QEvent::PolishRequest);
 

@@ -30,7 +30,7 @@ public:
     /// The first page that hasn't joined the window, which it does now; null if there is none left.
     QWidget* joinNext();
 
-    // What stands in the stack doesn't size the window around it, and hidden pages aren't measured.
+    // The stack's content doesn't size the window around it, and hidden pages aren't measured.
     [[nodiscard]] QSize sizeHint() const override { return {}; }
     [[nodiscard]] QSize minimumSizeHint() const override { return {}; }
     [[nodiscard]] bool hasHeightForWidth() const override { return false; }

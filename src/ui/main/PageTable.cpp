@@ -11,7 +11,7 @@ namespace torvelane {
 
 namespace {
 
-/// What opens under a key that is no section of the catalogue. A page that is built takes its maker's place here.
+/// The page under a key that is no section of the catalogue. A page that is built takes its maker's place here.
 struct PageMaker {
     QLatin1String key;
     Page* (*make)(AppContext& context, const NavSection& section);

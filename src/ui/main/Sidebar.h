@@ -18,7 +18,7 @@ class AvatarLabel;
 class UsernameLabel;
 struct UserProfile;
 
-/// The main window's left side: the brand, one row a group, and the user. It shows what it is told; the window decides.
+/// The main window's left side: the brand, one row a group, and the user. It only shows; the window decides.
 class Sidebar : public QFrame {
     Q_OBJECT
 

@@ -3,7 +3,7 @@
 namespace torvelane {
 
 /// Has each TweakCard say to assistive technology what it paints: a group with the tweak's name, and in it one label a
-/// text ahead of the switch or the pill. What the tweak does to the machine is the group's description. Called again
+/// text ahead of the switch or the pill. The effect on the machine is the group's description. Called again
 /// and again without harm. GUI thread.
 void installTweakCardAccessibility();
 

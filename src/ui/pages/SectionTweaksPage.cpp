@@ -272,7 +272,7 @@ void SectionTweaksPage::applyAllRecommended()
     });
 }
 
-/// By what the switches show: it is the engine's truth with the work that is still queued already counted in.
+/// By the switches: they show the engine's truth with the queued work already counted in.
 SectionTweaksPage::Division SectionTweaksPage::divide() const
 {
     Division division;
@@ -295,7 +295,7 @@ bool SectionTweaksPage::isBatchOpen() const
     return TierGate::covers(m_context->tier, m_pageTier);
 }
 
-/// Shows at once what the work is to lead to.
+/// Shows the intended result at once.
 void SectionTweaksPage::beginWork(const QStringList& ids, bool desired)
 {
     for (const QString& id : ids) {
@@ -307,7 +307,7 @@ void SectionTweaksPage::beginWork(const QStringList& ids, bool desired)
     refreshActionButton();
 }
 
-/// Shows what the work led to, but for ids that more work waits for: that one has the last word.
+/// Shows the result of the work, except for ids with more work in the queue: that one has the last word.
 void SectionTweaksPage::endWork(const QStringList& ids)
 {
     for (const QString& id : ids) {

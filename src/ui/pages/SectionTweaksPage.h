@@ -31,7 +31,7 @@ public:
     SectionTweaksPage(AppContext& context, const QString& sectionKey, IconId icon, Tier pageTier,
                       QWidget* parent = nullptr);
 
-    /// Drops what hasn't begun and waits for what has.
+    /// Drops the work that hasn't begun and waits for the rest.
     ~SectionTweaksPage() override;
 
     /// Locks its cards one by one.
@@ -50,7 +50,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    /// The ids that a batch can touch, by what their switches show.
+    /// The ids that a batch can touch, by their switches.
     struct Division {
         QStringList applied;
         QStringList notApplied;
@@ -59,7 +59,7 @@ private:
     /// Work on one id that hasn't ended yet.
     struct Work {
         int jobs = 0;
-        bool desired = false; ///< What the last of them is for.
+        bool desired = false; ///< The state that the last of them asks for.
     };
 
     void buildCards();

@@ -37,13 +37,13 @@ public:
 
     explicit TweakCard(Content content, QWidget* parent = nullptr);
 
-    /// What stands at the foot: the switch beside the tag, or the pill all across. A child of the card; given once,
+    /// The foot of the card: the switch beside the tag, or the pill all across. A child of the card; given once,
     /// before the card is laid out.
     void setControl(QWidget* control) { m_control = control; }
 
     [[nodiscard]] const Content& content() const { return m_content; }
 
-    /// What a text says; empty where the card has none, such as the tag of a locked one.
+    /// The words of a text; empty where the card has none, such as the tag of a locked one.
     [[nodiscard]] QString text(Text which) const;
 
     /// Where it stands, in the card's coordinates.
@@ -62,7 +62,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// What goes by the width alone.
+    /// The measures that depend on the width alone.
     struct Measures {
         int width = -1;
         int titleHeight = 0;
@@ -85,7 +85,7 @@ private:
     Content m_content;
     QWidget* m_control = nullptr;
     mutable Measures m_measures;
-    QPixmapCache::Key m_blurred; ///< What lies above the pill of a locked card, if it is still kept.
+    QPixmapCache::Key m_blurred; ///< The blurred part of a locked card, if it is still kept.
     bool m_hovered = false;
 };
 

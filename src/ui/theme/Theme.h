@@ -9,7 +9,7 @@ class QWidget;
 
 namespace torvelane {
 
-/// The fixed colours of the product, for what is painted in code. Widgets that are dressed by the style sheet name
+/// The fixed colours of the product, for painting in code. Widgets that are dressed by the style sheet name
 /// their look by object name or by the `variant` property instead (see StyleSheet.cpp for the vocabulary).
 namespace palette {
 inline constexpr QColor base{0x09, 0x09, 0x09};       ///< window fill

@@ -339,7 +339,7 @@ void HeroWindow::advance()
     update(changed - covered());
 }
 
-/// Gives the stars that have changed by as much their look of now. What is painted goes by these looks, so that a star
+/// Gives the stars that have changed by as much their current look. All painting goes by these looks, so that a star
 /// painted in parts is still one star.
 QRegion HeroWindow::placeStars(double opacityStep)
 {

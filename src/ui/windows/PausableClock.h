@@ -4,7 +4,7 @@
 
 namespace torvelane {
 
-/// Time that stands still while it is paused, so that what moves by it goes on where it stood. Reads no clock of its
+/// Time that stands still while it is paused, so that an animation continues where it stood. Reads no clock of its
 /// own: each call is given the time of one steady clock in milliseconds. Starts running at zero.
 class PausableClock {
 public:

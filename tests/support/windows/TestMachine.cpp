@@ -18,7 +18,7 @@ using namespace platform;
 
 namespace {
 
-/// What Wine itself changes while it runs: the desktop windows, adapters and devices of the session.
+/// Keys that Wine itself changes while it runs: the desktop windows, adapters and devices of the session.
 bool isVolatile(const QString& shownAs)
 {
     static const QRegularExpression pattern(
@@ -77,7 +77,7 @@ QString TestMachine::childDataDir() const
 MachineImage TestMachine::image()
 {
     MachineImage image;
-    // What the catalogue reaches. Below SYSTEM only the current control set, since the others alias it.
+    // The catalogue's reach. Below SYSTEM only the current control set, since the others alias it.
     collect(RootKey::LocalMachine, u"SOFTWARE"_s, u"HKLM\\SOFTWARE"_s, image);
     collect(RootKey::LocalMachine, u"SYSTEM\\CurrentControlSet"_s, u"HKLM\\SYSTEM\\CurrentControlSet"_s, image);
     collect(RootKey::Users, u".DEFAULT"_s, u"HKU\\.DEFAULT"_s, image);
