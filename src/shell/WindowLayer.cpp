@@ -38,9 +38,9 @@ bool handOverToUpdate()
 
 } // namespace
 
-int runWindowLayer(AppContext& context)
+int runWindowLayer(AppContext& context, const QStringList& arguments)
 {
-    if (SingleInstance::handOver(SingleInstance::linkIn(QCoreApplication::arguments())))
+    if (SingleInstance::handOver(SingleInstance::linkIn(arguments)))
         return 0;
     installTranslator();
     applyTheme(*qApp);

@@ -2,6 +2,7 @@
 #include "app/AppContext.h"
 #include "app/CommandLine.h"
 #include "core/Deployment.h"
+#include "platform/Arguments.h"
 #include "platform/Console.h"
 #include "platform/Hardening.h"
 #include "platform/TimerPeriod.h"
@@ -12,6 +13,7 @@
 #include <QIcon>
 #include <QTextStream>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace torvelane;
@@ -29,11 +31,17 @@ int main(int argc, char** argv)
     platform::prepareProcess();
     platform::setAppUserModelId(QStringLiteral("Torvelane.Torvelane"));
     platform::beginTimerPeriod(timerPeriodMs);
-    if (argc > 1 && isCliVerb(QString::fromLocal8Bit(argv[1]).toLower()))
+    const QStringList arguments = platform::programArguments(argc, argv);
+    const bool isCommandLine = isCliVerb(arguments.value(1).toLower());
+    if (isCommandLine)
         platform::prepareForCommandLine();
 
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
-    QApplication application(argc, argv);
+    // Qt sees the program's name and nothing else: whoever starts this program, elevated as it is, would choose its
+    // plug-ins otherwise.
+    int nameOnly = std::min(argc, 1);
+    char* name[] = {nameOnly > 0 ? argv[0] : nullptr, nullptr};
+    QApplication application(nameOnly, name);
     QCoreApplication::setOrganizationName(QStringLiteral("Torvelane"));
     QCoreApplication::setApplicationName(QStringLiteral("Torvelane"));
     QCoreApplication::setApplicationVersion(deployment::version);
@@ -46,14 +54,13 @@ int main(int argc, char** argv)
         QTextStream(stdout) << "FATAL: cannot initialize (data directory not writable).\n";
         return 1;
     }
-    const QStringList arguments = QCoreApplication::arguments();
-    if (isCliVerb(arguments.value(1).toLower())) {
+    if (isCommandLine) {
         platform::attachParentConsole();
         return runCli(context, arguments);
     }
     // Not before: it loads Qt's icon and image plug-ins, for which a verb has no use.
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/app.ico")));
-    const int exitCode = runWindowLayer(context);
+    const int exitCode = runWindowLayer(context, arguments);
     platform::endTimerPeriod(timerPeriodMs);
     return exitCode;
 }

@@ -91,6 +91,26 @@ private Q_SLOTS:
         QCOMPARE(links.constFirst().constFirst().toUrl(), QUrl(QString::fromLatin1(signInLink)));
     }
 
+    /// Qt's own options load libraries by path. They are arguments like any other: no verb in front, no meaning behind.
+    void optionsOfQtDoNothing()
+    {
+        const TestMachine machine;
+        SingleInstance first;
+        first.listen();
+        QSignalSpy links(&first, &SingleInstance::linkReceived);
+        const QStringList options{u"-platformpluginpath"_s, machine.scratchFile({}), u"-platform"_s, u"foreign"_s,
+                                  u"-stylesheet=/dev/null"_s};
+        Program verb(machine, QStringList(u"STATUS"_s) + options);
+        QVERIFY(verb.waitForFinished());
+        QCOMPARE(verb.exitStatus(), QProcess::NormalExit);
+        QVERIFY(verb.readAllStandardOutput().startsWith("Torvelane "));
+        Program window(machine, options + QStringList{u"status"_s, QString::fromLatin1(signInLink)});
+        QTRY_COMPARE_WITH_TIMEOUT(window.state(), QProcess::NotRunning, 30000);
+        QCOMPARE(window.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(window.readAllStandardOutput(), QByteArray());
+        QCOMPARE(links.size(), 1);
+    }
+
     void staleSocketIsCleared()
     {
         const TestMachine machine;
