@@ -41,6 +41,14 @@ void reopenOnConsole(FILE* stream, const char* device, const char* mode)
 
 UINT parentOutputCodePage = 0;
 
+// The console keeps a code page beyond our end. Ctrl+C, a closed window and a sign-out end the process without the exit
+// handlers; false leaves them to do so.
+BOOL WINAPI restoreCodePage(DWORD)
+{
+    SetConsoleOutputCP(parentOutputCodePage);
+    return FALSE;
+}
+
 } // namespace
 
 void prepareForCommandLine()
@@ -52,10 +60,12 @@ void attachParentConsole()
 {
     if (!AttachConsole(ATTACH_PARENT_PROCESS))
         return;
-    // The console reads our bytes in its own code page, and keeps a new one after our end.
+    // The console reads our bytes in its own code page.
     parentOutputCodePage = GetConsoleOutputCP();
-    if (SetConsoleOutputCP(CP_UTF8))
-        std::atexit([] { SetConsoleOutputCP(parentOutputCodePage); });
+    if (SetConsoleOutputCP(CP_UTF8)) {
+        SetConsoleCtrlHandler(restoreCodePage, TRUE);
+        std::atexit([] { restoreCodePage(CTRL_C_EVENT); });
+    }
     reopenOnConsole(stdin, "CONIN$", "r");
     reopenOnConsole(stdout, "CONOUT$", "w");
     reopenOnConsole(stderr, "CONOUT$", "w");
