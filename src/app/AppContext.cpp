@@ -5,7 +5,6 @@
 #include "account/TierWatcher.h"
 #include "core/Log.h"
 #include "core/Paths.h"
-#include "platform/DirectoryProtection.h"
 #include "tweaks/TweakEngine.h"
 
 namespace torvelane {
@@ -31,15 +30,11 @@ AppContext::~AppContext()
 
 bool AppContext::init()
 {
-    if (!Paths::ensureDataDir())
+    if (!dataDirectory.prepare())
         return false;
-    const bool directoryProtected = platform::protectDirectory(Paths::dataDir());
     initLogging(LogLevel::Info);
     logMessage(LogLevel::Info, category, QStringLiteral("Torvelane starting"));
-    if (!directoryProtected) {
-        logMessage(LogLevel::Warn, category,
-                   QStringLiteral("The data directory could not be restricted to administrators"));
-    }
+    dataDirectory.report();
     load();
     if (!store.open(Paths::stateDb())) {
         logMessage(LogLevel::Error, category, QStringLiteral("State store unavailable; apply/revert disabled"));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/DataDirectory.h"
 #include "core/AppConfig.h"
 #include "core/Tier.h"
 #include "tweaks/StateStore.h"
@@ -27,7 +28,8 @@ public:
     /// can't be made; a log, configuration, database or catalogue that fails is logged and survived.
     [[nodiscard]] bool init();
 
-    Tier tier = Tier::None; ///< The current tier: written by the account layer, read by all others.
+    DataDirectory dataDirectory; ///< First, so that it is let go of last.
+    Tier tier = Tier::None;      ///< The current tier: written by the account layer, read by all others.
     StateStore store;
     TweakCatalog catalog;
     std::unique_ptr<AuthService> auth;

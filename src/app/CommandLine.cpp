@@ -4,6 +4,7 @@
 #include "account/LicenseService.h"
 #include "account/MachineIdentity.h"
 #include "app/AppContext.h"
+#include "app/DataDirectory.h"
 #include "core/Deployment.h"
 #include "platform/Elevation.h"
 #include "tweaks/TierGate.h"
@@ -46,6 +47,8 @@ int status(AppContext& context, const QStringList&)
     cliOut() << "  Current tier:   " << tierName(context.tier) << '\n';
     cliOut() << "  Catalog tweaks: " << context.catalog.size() << '\n';
     cliOut() << "  Applied tweaks: " << context.engine->appliedIds().join(QStringLiteral(", ")) << '\n';
+    if (const QStringList aside = DataDirectory::setAsideNames(); !aside.isEmpty())
+        cliOut() << "  Set aside:      " << aside.join(QStringLiteral(", ")) << '\n';
     return exitOk;
 }
 

@@ -10,4 +10,8 @@ namespace torvelane::platform {
 /// Name of the user that the process runs as, without a domain. Empty if unknown. Any thread.
 [[nodiscard]] QString currentUserName();
 
+/// What identifies that user for good, fit for a file name: the SID as text, such as S-1-5-21-... Empty if unknown. Any
+/// thread.
+[[nodiscard]] QString currentUserId();
+
 } // namespace torvelane::platform

@@ -4,7 +4,9 @@ namespace torvelane::platform {
 
 /// First call of main, before any Qt object: takes away what a non-elevated user could use to steer this elevated
 /// process (plug-in and library search paths, the current directory, a forged system root), so that children inherit
-/// a clean state as well. On the simulated PC: makes the machine's file and the simulated tools reachable. Main thread.
+/// a clean state as well. What the process makes from then on is owned by Administrators, whatever the machine's policy
+/// for new objects says. On the simulated PC: makes the machine's file and the simulated tools reachable, and new files
+/// private. Main thread.
 void prepareProcess();
 
 } // namespace torvelane::platform

@@ -21,4 +21,9 @@ QString currentUserName()
     return machine ? machine->conditions().userName : QString();
 }
 
+QString currentUserId()
+{
+    return currentUserName();
+}
+
 } // namespace torvelane::platform

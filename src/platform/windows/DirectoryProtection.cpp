@@ -1,5 +1,6 @@
 #include "platform/DirectoryProtection.h"
 
+#include "platform/Elevation.h"
 #include "platform/windows/Owners.h"
 
 #include <QDir>
@@ -15,32 +16,12 @@ namespace torvelane::platform {
 
 namespace {
 
-OwnedHandle processToken(DWORD access)
-{
-    OwnedHandle token;
-    std::ignore = OpenProcessToken(GetCurrentProcess(), access, token.put());
-    return token;
-}
-
-// The current user as a string such as S-1-5-21-..., empty if it can't be told.
-QString userSid()
-{
-    const OwnedHandle token = processToken(TOKEN_QUERY);
-    DWORD sizeBytes = 0;
-    GetTokenInformation(token.get(), TokenUser, nullptr, 0, &sizeBytes);
-    std::vector<std::byte> buffer(sizeBytes);
-    if (!token || !GetTokenInformation(token.get(), TokenUser, buffer.data(), sizeBytes, &sizeBytes))
-        return {};
-    OwnedLocal<wchar_t> text;
-    ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(buffer.data())->User.Sid, text.put());
-    return QString::fromWCharArray(text ? text.get() : L"");
-}
-
 // Administrators may give away and take over what others own, once the privilege that they have is switched on.
 class RestorePrivilege {
 public:
-    RestorePrivilege() : m_token(processToken(TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY))
+    RestorePrivilege()
     {
+        std::ignore = OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, m_token.put());
         TOKEN_PRIVILEGES wanted{.PrivilegeCount = 1, .Privileges = {{.Luid = {}, .Attributes = SE_PRIVILEGE_ENABLED}}};
         DWORD sizeBytes = 0;
         if (m_token && LookupPrivilegeValueW(nullptr, SE_RESTORE_NAME, &wanted.Privileges[0].Luid))
@@ -61,21 +42,23 @@ private:
     TOKEN_PRIVILEGES m_before{};
 };
 
-// Opened without following links: someone may have put a junction to a directory of the system there, whose access
-// rights would be changed instead.
-OwnedHandle openForProtection(const QString& path)
+enum class Links { Refuse, Open };
+
+// Opens a file or directory itself: someone may have put a junction to a directory of the system there, which would be
+// read, changed or held instead. Null with Links::Refuse if there is one.
+OwnedHandle openItself(const QString& path, DWORD access, DWORD share, Links links = Links::Refuse)
 {
-    OwnedHandle file =
-        ownFile(CreateFileW(wide(QDir::toNativeSeparators(path)), READ_CONTROL | WRITE_DAC | WRITE_OWNER,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                            FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    OwnedHandle file = ownFile(CreateFileW(wide(QDir::toNativeSeparators(path)), access, share, nullptr, OPEN_EXISTING,
+                                           FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     BY_HANDLE_FILE_INFORMATION information{};
-    if (!file || !GetFileInformationByHandle(file.get(), &information)
-        || (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
+    if (!file || !GetFileInformationByHandle(file.get(), &information))
         return {};
-    }
+    if (links == Links::Refuse && (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
+        return {};
     return file;
 }
+
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 bool applyDescriptor(const QString& path, const QString& sddl)
 {
@@ -86,7 +69,7 @@ bool applyDescriptor(const QString& path, const QString& sddl)
     PACL accessList = nullptr;
     BOOL present = FALSE;
     BOOL defaulted = FALSE;
-    const OwnedHandle file = openForProtection(path);
+    const OwnedHandle file = openItself(path, READ_CONTROL | WRITE_DAC | WRITE_OWNER, shareAll);
     return file && GetSecurityDescriptorOwner(descriptor.get(), &newOwner, &defaulted)
         && GetSecurityDescriptorDacl(descriptor.get(), &present, &accessList, &defaulted) && present
         && SetSecurityInfo(file.get(), SE_FILE_OBJECT,
@@ -104,31 +87,73 @@ QString descriptorText(const QString& user, bool directory)
         .arg(directory ? QStringLiteral("OICI") : QString(), user);
 }
 
-// The directory, and then what was put into it before, which would otherwise keep its owner and its own rights. A
-// directory is entered only after it was found to be no link and nobody else can exchange what is in it any more.
-bool protectTree(const QString& directory, const QString& user)
+// What was put into the directory before, which would otherwise keep its owner and its own rights. A directory is
+// entered only after it was found to be no link and nobody else can exchange what is in it any more.
+bool protectEntries(const QString& directory, const QString& user)
 {
-    if (!applyDescriptor(directory, descriptorText(user, true)))
-        return false;
     bool all = true;
     const QFileInfoList entries =
         QDir(directory).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     for (const QFileInfo& entry : entries) {
         const QString path = entry.filePath();
-        all = (entry.isDir() ? protectTree(path, user) : applyDescriptor(path, descriptorText(user, false))) && all;
+        const bool itself = applyDescriptor(path, descriptorText(user, entry.isDir()));
+        all = itself && (!entry.isDir() || protectEntries(path, user)) && all;
     }
     return all;
 }
 
 } // namespace
 
+FileOwner fileOwner(const QString& path)
+{
+    const OwnedHandle file = openItself(path, READ_CONTROL, shareAll, Links::Open);
+    if (!file)
+        return FileOwner::Unknown;
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (GetFileInformationByHandle(file.get(), &information)
+        && (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
+        return FileOwner::Other;
+    }
+    PSID owner = nullptr;
+    OwnedLocal<void> descriptor;
+    if (GetSecurityInfo(file.get(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr, nullptr,
+                        descriptor.put())
+            != ERROR_SUCCESS
+        || !owner) {
+        return FileOwner::Unknown;
+    }
+    return IsWellKnownSid(owner, WinBuiltinAdministratorsSid) || IsWellKnownSid(owner, WinLocalSystemSid)
+        ? FileOwner::Privileged
+        : FileOwner::Other;
+}
+
 bool protectDirectory(const QString& path)
 {
-    const QString user = userSid();
-    if (user.isEmpty())
-        return false;
+    const QString user = currentUserId();
     const RestorePrivilege privilege;
-    return protectTree(path, user);
+    return !user.isEmpty() && applyDescriptor(path, descriptorText(user, true));
+}
+
+bool protectContents(const QString& path)
+{
+    const QString user = currentUserId();
+    const RestorePrivilege privilege;
+    return !user.isEmpty() && protectEntries(path, user);
+}
+
+DirectoryHold holdDirectory(const QString& path)
+{
+    // Sharing counts only for a handle that may read, write or delete data: listing a directory is reading it.
+    constexpr DWORD access = FILE_LIST_DIRECTORY | SYNCHRONIZE;
+    constexpr DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    auto handles = std::make_shared<std::vector<OwnedHandle>>();
+    handles->push_back(openItself(path, access, share));
+    if (!handles->front())
+        return nullptr;
+    QDir above(path);
+    while (above.cdUp())
+        handles->push_back(openItself(above.path(), access, share, Links::Open));
+    return handles;
 }
 
 } // namespace torvelane::platform

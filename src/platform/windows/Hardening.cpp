@@ -5,6 +5,7 @@
 
 #include <QStringList>
 
+#include <array>
 #include <cstdlib>
 #include <cwchar>
 
@@ -35,30 +36,39 @@ QStringList variableNames()
     return names;
 }
 
-// Whether a variable makes this program or one of its tools load code, or find its own parts elsewhere. All of these
-// can be set below HKCU\Environment without elevation, and are in force after it.
-bool isSteering(const QString& name)
+// Whether a variable may keep the value that it came with. All of them can be set below HKCU\Environment without
+// elevation, and most that some library or runtime reads, today's or tomorrow's, make it load code or look for its parts
+// elsewhere. So the harmless ones are listed, and those that setSystemVariables sets aren't.
+bool isHarmless(const QString& name)
 {
-    // Qt's variables are many and grow with each version, so that the harmless ones are listed: what diagnoses, and
-    // scales. Whatever platform plug-in is asked for comes from our own directory.
-    static const QStringList harmlessQtNames = {
+    static const QStringList names = {
+        // Who and where: texts that nobody opens as a path.
+        QStringLiteral("COMPUTERNAME"),
+        QStringLiteral("LOGONSERVER"),
+        QStringLiteral("NUMBER_OF_PROCESSORS"),
+        QStringLiteral("OS"),
+        QStringLiteral("PROCESSOR_ARCHITECTURE"),
+        QStringLiteral("PROCESSOR_IDENTIFIER"),
+        QStringLiteral("PROCESSOR_LEVEL"),
+        QStringLiteral("PROCESSOR_REVISION"),
+        QStringLiteral("SESSIONNAME"),
+        QStringLiteral("USERDOMAIN"),
+        QStringLiteral("USERDOMAIN_ROAMINGPROFILE"),
+        QStringLiteral("USERNAME"),
+        // Where the user wants temporary files; no system call names another place.
+        QStringLiteral("TEMP"),
+        QStringLiteral("TMP"),
+        // Qt's for diagnosis and scaling. Whatever platform plug-in is asked for comes from our own directory.
         QStringLiteral("QT_FORCE_STDERR_LOGGING"),
         QStringLiteral("QT_LOGGING_RULES"),
         QStringLiteral("QT_QPA_PLATFORM"),
         QStringLiteral("QT_SCALE_FACTOR"),
+        // Our own.
+        QStringLiteral("TORVELANE_NO_CONNECTION_CHECK"),
+        QStringLiteral("TORVELANE_NO_UPDATE"),
     };
-    // Profilers and start-up hooks that the .NET runtime loads into every managed program, PowerShell among them.
-    static const QStringList prefixes = {
-        QStringLiteral("QT_"),      QStringLiteral("QML"),      QStringLiteral("COR_"),
-        QStringLiteral("CORECLR_"), QStringLiteral("COMPlus_"), QStringLiteral("DOTNET_"),
-    };
-    if (harmlessQtNames.contains(name, Qt::CaseInsensitive))
-        return false;
-    for (const QString& prefix : prefixes) {
-        if (name.startsWith(prefix, Qt::CaseInsensitive))
-            return true;
-    }
-    return name.compare(QStringLiteral("__COMPAT_LAYER"), Qt::CaseInsensitive) == 0;
+    // Wine finds its own parts by these; to Windows and its programs they mean nothing.
+    return names.contains(name, Qt::CaseInsensitive) || name.startsWith(QStringLiteral("WINE"));
 }
 
 void setKnownFolder(const QString& variable, const KNOWNFOLDERID& folder)
@@ -85,11 +95,35 @@ void setSystemVariables()
     setVariable(QStringLiteral("Path"),
                 QStringList{system, windows, system + QStringLiteral("\\wbem"), powerShell}.join(QChar(u';')));
     setVariable(QStringLiteral("PSModulePath"), powerShell + QStringLiteral("\\Modules"));
+    // The user's folders after the one that their paths begin with.
+    setKnownFolder(QStringLiteral("USERPROFILE"), FOLDERID_Profile);
+    setKnownFolder(QStringLiteral("APPDATA"), FOLDERID_RoamingAppData);
+    setKnownFolder(QStringLiteral("LOCALAPPDATA"), FOLDERID_LocalAppData);
+    setKnownFolder(QStringLiteral("PUBLIC"), FOLDERID_Public);
     setKnownFolder(QStringLiteral("ProgramData"), FOLDERID_ProgramData);
     setKnownFolder(QStringLiteral("ALLUSERSPROFILE"), FOLDERID_ProgramData);
     setKnownFolder(QStringLiteral("ProgramFiles"), FOLDERID_ProgramFilesX64);
     setKnownFolder(QStringLiteral("ProgramW6432"), FOLDERID_ProgramFilesX64);
     setKnownFolder(QStringLiteral("ProgramFiles(x86)"), FOLDERID_ProgramFilesX86);
+    setKnownFolder(QStringLiteral("CommonProgramFiles"), FOLDERID_ProgramFilesCommonX64);
+    setKnownFolder(QStringLiteral("CommonProgramW6432"), FOLDERID_ProgramFilesCommonX64);
+    setKnownFolder(QStringLiteral("CommonProgramFiles(x86)"), FOLDERID_ProgramFilesCommonX86);
+}
+
+// Windows makes the user or Administrators the owner of what an administrator creates, as the policy for default owners
+// says. A file of ours is told from a planted one by its owner, so it is always the latter, also for files that SQLite
+// and Qt create. Without elevation the system refuses, and then nothing that is created is trusted later.
+void createAsAdministrators()
+{
+    std::array<std::byte, SECURITY_MAX_SID_SIZE> administrators{};
+    DWORD sizeBytes = SECURITY_MAX_SID_SIZE;
+    OwnedHandle token;
+    if (!CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, administrators.data(), &sizeBytes)
+        || !OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_DEFAULT, token.put())) {
+        return;
+    }
+    TOKEN_OWNER owner{administrators.data()};
+    SetTokenInformation(token.get(), TokenOwner, &owner, sizeof(owner));
 }
 
 } // namespace
@@ -103,12 +137,13 @@ void prepareProcess()
     SetDllDirectoryW(L"");
 
     for (const QString& name : variableNames()) {
-        if (isSteering(name))
+        if (!isHarmless(name))
             setVariable(name, QString());
     }
     setSystemVariables();
     setVariable(QStringLiteral("NoDefaultCurrentDirectoryInExePath"), QStringLiteral("1"));
     SetCurrentDirectoryW(wide(systemDirectory()));
+    createAsAdministrators();
 }
 
 } // namespace torvelane::platform

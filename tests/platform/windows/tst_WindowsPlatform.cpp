@@ -1,4 +1,8 @@
+#include "platform/Arguments.h"
 #include "platform/ChildProcess.h"
+#include "platform/Console.h"
+#include "platform/DirectoryProtection.h"
+#include "platform/Elevation.h"
 #include "platform/Hardening.h"
 #include "platform/SecretBox.h"
 
@@ -12,10 +16,13 @@
 #include <QTest>
 
 #include <cstdio>
+#include <optional>
 
 #include <windows.h>
 
+#include <aclapi.h>
 #include <dpapi.h>
+#include <sddl.h>
 
 using namespace Qt::StringLiterals;
 using namespace torvelane::platform;
@@ -33,6 +40,91 @@ int showEnvironment()
     for (const QString& path : QCoreApplication::libraryPaths())
         std::printf("plugins=%s\n", qPrintable(path));
     return 0;
+}
+
+/// Has this program print what it was started with.
+const QString showArgumentsOption = u"--show-arguments"_s;
+
+/// Has this program say by its exit code whether it is elevated.
+const QString elevationOption = u"--elevation"_s;
+
+/// Has this program attach to its parent's console and wait there for Ctrl+C.
+const QString attachOption = u"--attach"_s;
+
+int waitOnTheParentsConsole()
+{
+    SetConsoleCtrlHandler(nullptr, FALSE); // the parent may have been made deaf to Ctrl+C, which is inherited
+    attachParentConsole();
+    Sleep(20000);
+    return 0;
+}
+
+/// Has this program, on a console of its own, press Ctrl+C while a child of the window subsystem writes there. It prints
+/// the console's code page before, during and after.
+const QString consoleOption = u"--console"_s;
+
+int pressControlC()
+{
+    SetConsoleOutputCP(850);
+    const UINT before = GetConsoleOutputCP();
+    QProcess child;
+    child.setCreateProcessArgumentsModifier([](QProcess::CreateProcessArguments* arguments) {
+        arguments->flags = (arguments->flags & ~static_cast<unsigned long>(CREATE_NO_WINDOW)) | DETACHED_PROCESS;
+    });
+    child.start(QCoreApplication::applicationFilePath(), {attachOption});
+    for (int i = 0; i < 500 && GetConsoleOutputCP() == before; ++i)
+        Sleep(20);
+    const UINT meanwhile = GetConsoleOutputCP();
+    SetConsoleCtrlHandler(nullptr, TRUE); // Ctrl+C reaches all on the console
+    GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+    child.waitForFinished();
+    std::printf("%u %u %u", before, meanwhile, GetConsoleOutputCP());
+    return 0;
+}
+
+/// The exit code of this program, started with a token that has lost its administrators' rights.
+std::optional<DWORD> exitCodeWithoutElevation(const QString& option)
+{
+    HANDLE own = nullptr;
+    TOKEN_LINKED_TOKEN linked{};
+    DWORD size = 0;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, &own)
+        || !GetTokenInformation(own, TokenLinkedToken, &linked, sizeof(linked), &size))
+        return std::nullopt;
+    HANDLE primary = nullptr;
+    DuplicateTokenEx(linked.LinkedToken, TOKEN_ALL_ACCESS, nullptr, SecurityImpersonation, TokenPrimary, &primary);
+    QString line = QDir::toNativeSeparators(QCoreApplication::applicationFilePath()) + u' ' + option;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessAsUserW(primary, nullptr, reinterpret_cast<wchar_t*>(line.data()), nullptr, nullptr, FALSE, 0,
+                              nullptr, nullptr, &startup, &process))
+        return std::nullopt;
+    WaitForSingleObject(process.hProcess, 20000);
+    DWORD code = 99;
+    GetExitCodeProcess(process.hProcess, &code);
+    return code;
+}
+
+/// The access list of a file or directory in its text form.
+QString accessList(const QString& path)
+{
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    wchar_t* text = nullptr;
+    GetNamedSecurityInfoW(reinterpret_cast<const wchar_t*>(QDir::toNativeSeparators(path).utf16()), SE_FILE_OBJECT,
+                          DACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr, nullptr, &descriptor);
+    ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text,
+                                                         nullptr);
+    const QString list = text ? QString::fromWCharArray(text) : QString();
+    LocalFree(text);
+    LocalFree(descriptor);
+    return list;
+}
+
+bool renames(const QString& from, const QString& to)
+{
+    return MoveFileW(reinterpret_cast<const wchar_t*>(QDir::toNativeSeparators(from).utf16()),
+                     reinterpret_cast<const wchar_t*>(QDir::toNativeSeparators(to).utf16()));
 }
 
 } // namespace
@@ -81,9 +173,11 @@ private Q_SLOTS:
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         for (const QString& name :
              {u"QT_PLUGIN_PATH"_s, u"QT_QPA_PLATFORM_PLUGIN_PATH"_s, u"QT_QPA_GENERIC_PLUGINS"_s,
-              u"COR_PROFILER_PATH"_s, u"ComSpec"_s, u"PSModulePath"_s, u"windir"_s, u"ProgramData"_s, u"PATHEXT"_s}) {
+              u"COR_PROFILER_PATH"_s, u"ComSpec"_s, u"PSModulePath"_s, u"windir"_s, u"ProgramData"_s, u"PATHEXT"_s,
+              u"OPENSSL_CONF"_s, u"TORVELANE_ANYTHING"_s, u"USERPROFILE"_s, u"LOCALAPPDATA"_s}) {
             environment.insert(name, evil);
         }
+        environment.insert(u"TORVELANE_NO_UPDATE"_s, u"kept"_s);
         // Behind what the child's own libraries are found by.
         environment.insert(u"PATH"_s, environment.value(u"PATH"_s) + u';' + evil);
         QProcess child;
@@ -93,8 +187,8 @@ private Q_SLOTS:
         QVERIFY(child.waitForFinished());
         const QString seen = QString::fromLocal8Bit(child.readAllStandardOutput());
 
-        for (const QString& line : {u"NoDefaultCurrentDirectoryInExePath=1"_s, u"cwd=C:\\windows\\system32"_s,
-                                    u"ComSpec=C:\\windows\\system32\\cmd.exe"_s})
+        for (const QString& line : {u"NoDefaultCurrentDirectoryInExePath=1"_s, u"TORVELANE_NO_UPDATE=kept"_s,
+                                    u"cwd=C:\\windows\\system32"_s, u"ComSpec=C:\\windows\\system32\\cmd.exe"_s})
             QVERIFY2(seen.contains(line, Qt::CaseInsensitive), qPrintable(seen));
         for (const QString& line : seen.split(u"\r\n"_s)) {
             // Wine's own note of where the program was started.
@@ -103,6 +197,70 @@ private Q_SLOTS:
                          qPrintable(line));
         }
     }
+
+    void argumentsAreTheSystems()
+    {
+        const QStringList given{showArgumentsOption, u"\u00e9\u65e5 x"_s, u"-platformpluginpath"_s, u"a\"b\\"_s, {}};
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), given);
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(QString::fromUtf8(child.readAllStandardOutput()), given.join(u'|'));
+    }
+
+    void elevation()
+    {
+        QVERIFY(isElevated());
+        QCOMPARE(exitCodeWithoutElevation(elevationOption), std::optional<DWORD>(0));
+    }
+
+    void heldDirectoryStays()
+    {
+        const QTemporaryDir above;
+        const QString held = above.filePath(u"held"_s);
+        const QString elsewhere = above.filePath(u"elsewhere"_s);
+        QVERIFY(QDir().mkdir(held));
+        DirectoryHold hold = holdDirectory(held);
+        QVERIFY(hold);
+        QVERIFY(!renames(held, elsewhere));
+        QVERIFY(!renames(above.path(), above.path() + u"-elsewhere"_s));
+        QVERIFY(!QDir().rmdir(held));
+        QFile inside(held + u"/file"_s);
+        QVERIFY(inside.open(QIODevice::WriteOnly));
+        inside.close();
+        QVERIFY(inside.remove());
+        hold.reset();
+        QVERIFY(renames(held, elsewhere));
+        QVERIFY(!holdDirectory(held));
+    }
+
+    void protectedDirectory()
+    {
+        const QTemporaryDir scratch;
+        const QString directory = scratch.filePath(u"data"_s);
+        QVERIFY(QDir().mkpath(directory + u"/below"_s));
+        QFile file(directory + u"/below/file"_s);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        QVERIFY(protectDirectory(directory));
+        QVERIFY(protectContents(directory));
+        for (const QString& path : {directory, file.fileName()}) {
+            const QString list = accessList(path);
+            QVERIFY2(list.contains(u";;;SY)"_s), qPrintable(list));
+            for (const QString& others : {u";;;WD)"_s, u";;;BU)"_s, u";;;AU)"_s})
+                QVERIFY2(!list.contains(others), qPrintable(list));
+        }
+        QVERIFY(!protectDirectory(scratch.filePath(u"missing"_s)));
+    }
+
+    void codePageAfterControlC()
+    {
+        QProcess console;
+        console.setCreateProcessArgumentsModifier(
+            [](QProcess::CreateProcessArguments* arguments) { arguments->flags |= CREATE_NO_WINDOW; });
+        console.start(QCoreApplication::applicationFilePath(), {consoleOption});
+        QVERIFY(console.waitForFinished());
+        QCOMPARE(QString::fromLatin1(console.readAllStandardOutput()), u"850 65001 850"_s);
+    }
 };
 
 int main(int argc, char** argv)
@@ -110,6 +268,18 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     if (QCoreApplication::arguments().contains(showOption))
         return showEnvironment();
+    const QStringList arguments = programArguments(argc, argv);
+    if (arguments.value(1) == showArgumentsOption) {
+        const QByteArray text = arguments.mid(1).join(u'|').toUtf8();
+        std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
+        return 0;
+    }
+    if (arguments.value(1) == elevationOption)
+        return isElevated() ? 1 : 0;
+    if (arguments.value(1) == consoleOption)
+        return pressControlC();
+    if (arguments.value(1) == attachOption)
+        return waitOnTheParentsConsole();
     tst_WindowsPlatform test;
     return QTest::qExec(&test, argc, argv);
 }
