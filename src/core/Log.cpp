@@ -55,11 +55,25 @@ QString levelText(LogLevel level)
     return QStringLiteral("DEBUG");
 }
 
-QString oneLine(QString message)
+/// Characters that would end the line, or steer the terminal that shows it or the order of its text, as \n, \r or their
+/// number.
+QString oneLine(const QString& message)
 {
-    message.replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    message.replace(QLatin1Char('\r'), QLatin1String("\\r"));
-    return message;
+    QString line;
+    line.reserve(message.size());
+    for (const QChar c : message) {
+        const QChar::Category kind = c.category();
+        if (c == QLatin1Char('\n'))
+            line += QLatin1String("\\n");
+        else if (c == QLatin1Char('\r'))
+            line += QLatin1String("\\r");
+        else if (kind == QChar::Other_Control || kind == QChar::Other_Format || kind == QChar::Separator_Line
+                 || kind == QChar::Separator_Paragraph)
+            line += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            line += c;
+    }
+    return line;
 }
 
 } // namespace

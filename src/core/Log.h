@@ -15,8 +15,8 @@ inline constexpr qint64 logRotationSizeBytes = 5242880;
 void initLogging(LogLevel minimum);
 
 /// The one log writer. `category` is a short lower-case word for the component; `message` is English. The line goes to
-/// standard error and to the file, flushed. Line breaks in a message are written as \n and \r, so that text from outside
-/// can't pass for a line of its own. Any thread; lines are whole, whoever writes at the same time.
+/// standard error and to the file, flushed. Line breaks and other control characters in a message are written as \n,
+/// \r and \uXXXX, so that text from outside can't pass for a line of its own or steer a terminal. Any thread; lines are whole, whoever writes at the same time.
 void logMessage(LogLevel level, const QString& category, const QString& message);
 
 /// Closes the file and forgets the threshold, as before initLogging. For a run against another data directory.

@@ -69,11 +69,14 @@ private Q_SLOTS:
             log(u"too little"_s, LogLevel::Debug);
             log(u"%1 %2 100%"_s);
             log(u"a\r\n2026 [ERROR] b\n"_s, LogLevel::Warn);
-            log(u"\u00c9t\u00e9 \u65e5"_s, LogLevel::Error);
+            log(u"\x1b[2J\t\0\u009b\u2028\u202e\ufeff"_s, LogLevel::Warn);
+            log(u"\u00c9t\u00e9 \u65e5 \U0001f600"_s, LogLevel::Error);
         }
         QCOMPARE(capture.lines(),
                  QStringList({u"[INFO] app: %1 %2 100%"_s, u"[WARN] app: a\\r\\n2026 [ERROR] b\\n"_s,
-                              u"[ERROR] app: \u00c9t\u00e9 \u65e5"_s, u"[ERROR] app: \u00c9t\u00e9 \u65e5"_s}));
+                              u"[WARN] app: \\u001b[2J\\u0009\\u0000\\u009b\\u2028\\u202e\\ufeff"_s,
+                              u"[ERROR] app: \u00c9t\u00e9 \u65e5 \U0001f600"_s,
+                              u"[ERROR] app: \u00c9t\u00e9 \u65e5 \U0001f600"_s}));
         QVERIFY(QDateTime::fromString(content().section(u' ', 0, 0), u"yyyy-MM-ddTHH:mm:ss.zzz"_s).isValid());
     }
 
