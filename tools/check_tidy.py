@@ -31,7 +31,6 @@ ALLOWED = {
     "closeLogging": "a test closes the log before it takes the directory away",
     "desktopAnnouncements": "the control of the simulated desktop, for tests",
     "enforcementFile": "Paths names all files of the program; the licence layer has this one",
-    "ensureMachineDataDir": "as enforcementFile",
     "isCurrentlyApplied": "the engine trusts state.db; a test compares the system with what a tweak wants",
     "loginWindow": "the window that tests use as a person would",
     "mainWindow": "as loginWindow",
