@@ -24,8 +24,8 @@ public:
     AppContext(const AppContext&) = delete;
     AppContext& operator=(const AppContext&) = delete;
 
-    /// Brings everything up in order and puts back what an earlier run left half done. False only if the data directory
-    /// can't be made; a log, configuration, database or catalogue that fails is logged and survived.
+    /// Brings everything up in order and puts back the changes that an earlier run left half done. False only if the
+    /// data directory can't be made; a log, configuration, database or catalogue that fails is logged and survived.
     [[nodiscard]] bool init();
 
     DataDirectory dataDirectory; ///< First, so that it is let go of last.

@@ -129,7 +129,7 @@ bool renames(const QString& from, const QString& to)
 
 } // namespace
 
-/// What only the real machine can show; the suites beside this folder run on it as well.
+/// For the real machine only; the suites beside this folder run on it as well.
 class tst_WindowsPlatform : public QObject {
     Q_OBJECT
 
@@ -178,7 +178,7 @@ private Q_SLOTS:
             environment.insert(name, evil);
         }
         environment.insert(u"TORVELANE_NO_UPDATE"_s, u"kept"_s);
-        // Behind what the child's own libraries are found by.
+        // Behind the place of the child's own libraries.
         environment.insert(u"PATH"_s, environment.value(u"PATH"_s) + u';' + evil);
         QProcess child;
         child.setProcessEnvironment(environment);
