@@ -75,6 +75,10 @@ identity=$(sed -n 's/^  Hardware ID:    //p' <<<"$output")
 torvelane hwid
 check 'hwid and status name the same machine' test "$output" = "$identity" -a -n "$identity"
 
+# Qt's own options would load a library by path.
+torvelane status -platformpluginpath 'Z:\nowhere' -platform foreign
+prints 'Torvelane 1.0.4 — status'
+
 torvelane LIST
 check 'list has a line for each tweak' test "$(grep -c 'requires' <<<"$output")" = 162
 prints '  [ ] selftest.toggle  (requires free, SelfTest)'
