@@ -24,7 +24,9 @@ bool makePrivate(const QString& path)
     struct stat status { };
     if (lstat(name.constData(), &status) != 0 || S_ISLNK(status.st_mode))
         return false;
-    return chmod(name.constData(), S_ISDIR(status.st_mode) ? privateDirectory : privateFile) == 0;
+    const mode_t wanted = S_ISDIR(status.st_mode) ? privateDirectory : privateFile;
+    // A change to the same mode would count as one, and every later wait for the disk would write it out.
+    return (status.st_mode & ALLPERMS) == wanted || chmod(name.constData(), wanted) == 0;
 }
 
 // A file descriptor that is closed with its owner.
