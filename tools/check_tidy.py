@@ -51,7 +51,6 @@ OPEN = {
     "failed": "of HResult.h: for the first calls of COM",
     "scrollBarStyle": "for a page that has a style sheet of its own",
     "setRestorePointMaker": "until there are restore points",
-    "src/platform/simulated/Machine.cpp": "its length",
 }
 
 # Where lengths are checked.

@@ -27,7 +27,7 @@ CASES = {
     "upwards": ("system/A.cpp", '#include "tweaks/Tweak.h"\n', "system may not use tweaks"),
     "sideways": ("optimizers/A.cpp", '#include "tweaks/Tweak.h"\n', "optimizers may not use tweaks"),
     "spaced directive": ("core/A.h", '#  include  "platform/Registry.h"\n', "core may not use platform"),
-    "one machine's header": ("tweaks/A.cpp", '#include "platform/simulated/Machine.h"\n', "belongs to one machine"),
+    "one machine's header": ("tweaks/A.cpp", '#include "platform/simulated/Store.h"\n', "belongs to one machine"),
     "out of the folder": ("core/A.cpp", '#include "../platform/Registry.h"\n', "leaves its folder"),
     "Windows header": ("platform/simulated/A.cpp", "#include <Windows.h>\n", "Windows header"),
     "Windows header of a family": ("optimizers/A.cpp", "#include <wrl/client.h>\n", "Windows header"),

@@ -44,11 +44,11 @@ ChildProcessResult runChildProcess(const ToolCommand& command, const ChildProces
         process.waitForFinished(killTimeoutMs);
         result.outcome = Outcome::TimedOut;
     } else {
-        tree.release();
         const bool isRegular = process.exitStatus() == QProcess::NormalExit;
         result.outcome = isRegular ? Outcome::Finished : Outcome::Crashed;
         if (isRegular)
-            result.exitCode = process.exitCode();
+            result.exitCode = tree.exitCode(process);
+        tree.release();
     }
     result.output = process.readAll();
     return result;

@@ -27,6 +27,9 @@ public:
     /// Ends the child and all its descendants at once.
     void killAll();
 
+    /// The exit code of the child, which has ended and wasn't released yet: 32 bits of it also where the host keeps eight.
+    [[nodiscard]] int exitCode(const QProcess& process) const;
+
     /// Lets go: descendants that the child left running on purpose, such as a restarted shell, stay alive.
     void release();
 

@@ -4,7 +4,15 @@
 #include "support/ScratchMachine.h"
 #include "system/RegistryAccess.h"
 
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTest>
+
+#include <functional>
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
@@ -16,7 +24,7 @@ namespace {
 
 const QString userSid = u"S-1-5-21-1004336348-1177238915-682003330-1001"_s;
 const QString newPath = u"Software\\New\\Deep"_s;
-const QString newKey = u"HKCU\\"_s + newPath;
+const QString task = u"\\Microsoft\\Windows\\Defrag\\ScheduledDefrag"_s;
 
 ChildProcessResult shell(const QString& command, int limitMs = 30000)
 {
@@ -32,6 +40,48 @@ bool read(const QString& path, Hive hive = Hive::CurrentUser)
 {
     RegistryValue value;
     return readValue(hive, path, u"V"_s, value);
+}
+
+bool erase(const QString& path)
+{
+    return deleteValue(Hive::CurrentUser, path, u"V"_s);
+}
+
+bool keyExists(const QString& path)
+{
+    RegistryKey key;
+    return RegistryKey::open(RootKey::CurrentUser, path, KeyAccess::Read, key) == Win32Error::Success;
+}
+
+/// What the machine's own tool says, and what it writes to standard error.
+QString inspector(const QStringList& arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(systemToolPath(u"torvelane-pc"_s), arguments);
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAll()) + QString::number(process.exitCode());
+}
+
+void sql(const QString& file, const QString& statement)
+{
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"elsewhere"_s);
+        database.setDatabaseName(file);
+        if (!database.open() || !QSqlQuery(database).exec(statement))
+            qFatal("%s failed", qPrintable(statement));
+    }
+    QSqlDatabase::removeDatabase(u"elsewhere"_s);
+}
+
+/// Puts bytes into a file, or cuts it where they begin if there are none.
+void overwrite(const QString& path, qint64 at, const QByteArray& bytes)
+{
+    QFile file(path);
+    const bool isOk = file.open(QIODevice::ReadWrite) && file.seek(at)
+        && (bytes.isEmpty() ? file.resize(at) : file.write(bytes) == bytes.size());
+    if (!isOk)
+        qFatal("%s can't be damaged", qPrintable(path));
 }
 
 } // namespace
@@ -51,10 +101,8 @@ private Q_SLOTS:
     {
         using Place = std::pair<Hive, QString>;
         const std::pair<Place, Place> rows[] = {
-            {{Hive::LocalMachine, u"SYSTEM\\ControlSet001\\New"_s},
-             {Hive::LocalMachine, u"SYSTEM\\CurrentControlSet\\New"_s}},
             {{Hive::CurrentUser, newPath}, {Hive::Users, userSid + u'\\' + newPath}},
-            {{Hive::CurrentUser, u"Software\\Classes\\.new"_s}, {Hive::Users, userSid + u"_Classes\\.new"_s}},
+            {{Hive::ClassesRoot, u".new"_s}, {Hive::LocalMachine, u"SOFTWARE\\Classes\\.new"_s}},
             {{Hive::CurrentUser, u"Software\\\u00c9t\u00e9"_s}, {Hive::CurrentUser, u"SOFTWARE\\\u00e9T\u00c9"_s}},
         };
         for (const auto& [one, other] : rows) {
@@ -68,7 +116,7 @@ private Q_SLOTS:
         }
     }
 
-    void imagesTellEveryDifference()
+    void imagesShowEveryDifference()
     {
         const RawValue original{regSz, utf16(u"a"_s)};
         putRaw(u"A"_s, original);
@@ -82,68 +130,192 @@ private Q_SLOTS:
         QCOMPARE(differing(), 1);
         putRaw(u"a"_s, original);
         QCOMPARE(differing(), 0);
+
+        QCOMPARE(shell(u"schtasks /Change /TN \"%1\" /Disable"_s.arg(task)).exitCode, 0);
+        QCOMPARE(differing(), 2);
+        QVERIFY(SimulatedPc::image().contains(u"tasks/%1/enabled = false"_s.arg(task)));
+        QVERIFY(SimulatedPc::setValue(u"tasks/%1/enabled"_s.arg(task), true));
+        QCOMPARE(differing(), 0);
     }
 
-    void denialReachesDown()
+    void faultsStrikeTheCallsThatTheyName()
     {
-        const QString path = u"Control Panel\\Mouse"_s;
-        SimulatedPc::denyReads(u"HKEY_CURRENT_USER\\control panel\\MOUSE"_s);
-        QVERIFY(!read(path) && !read(path + u"\\Below"_s) && !read(userSid + u'\\' + path, Hive::Users));
-        QVERIFY(read(path + u'X') && write(path));
+        const QString mouse = u"Control Panel\\Mouse"_s;
+        SimulatedPc::fail(u"registry.openToRead"_s, Win32Error::AccessDenied,
+                          {.part = u"hkcu\\control panel\\MOUSE"_s});
+        QVERIFY(!read(mouse));
+        QVERIFY(!read(mouse + u"\\Below"_s));
+        QVERIFY(!read(userSid + u'\\' + mouse, Hive::Users));
+        QVERIFY(read(u"Control Panel"_s));
+        QVERIFY(write(mouse));
 
         SimulatedPc::clearFaults();
-        SimulatedPc::denyWrites(u"HKCU\\Control Panel\\Mouse"_s);
-        QVERIFY(!write(path) && !write(path + u"\\New"_s));
-        QVERIFY(!deleteValue(Hive::CurrentUser, path, u"V"_s));
-        QVERIFY(!SimulatedPc::keyExists(u"HKCU\\Control Panel\\Mouse\\New"_s));
-        QVERIFY(write(path + u'X') && read(path));
+        SimulatedPc::fail(u"registry.openToWrite"_s, Win32Error::AccessDenied, {.part = u"HKCU\\"_s + mouse});
+        QVERIFY(!write(mouse));
+        QVERIFY(!write(mouse + u"\\New"_s));
+        QVERIFY(!erase(mouse));
+        QVERIFY(!keyExists(mouse + u"\\New"_s));
+        QVERIFY(read(mouse));
+
+        // A facility stands for its changes: reading isn't struck.
+        SimulatedPc::clearFaults();
+        SimulatedPc::fail(u"registry"_s, Win32Error::AccessDenied);
+        QVERIFY(read(mouse));
+        QVERIFY(!write(mouse));
+        SimulatedPc::clearFaults();
+        SimulatedPc::fail(u"tasks"_s, 1);
+        QVERIFY(write(mouse));
     }
 
     void changesFailInTurn()
     {
         QVERIFY(write(newPath));
-        SimulatedPc::failChange(3);
-        const auto erase = [] { return deleteValue(Hive::CurrentUser, newPath, u"V"_s); };
-        QVERIFY(erase() && erase());                                     // 1, and none
-        QCOMPARE(shell(u"reg add HKCU\\Software\\2"_s).exitCode, 0);     // 2, in another process
-        QVERIFY(!write(newPath) && !SimulatedPc::value(newKey, u"V"_s)); // 3
+        SimulatedPc::fail(u"registry"_s, Win32Error::WriteFault, {.n = 3, .once = true});
+        QVERIFY(erase(newPath));                                     // 1
+        QVERIFY(erase(newPath));                                     // none, since there is nothing to be deleted
+        QCOMPARE(shell(u"reg add HKCU\\Software\\2"_s).exitCode, 0); // 2, in another process
+        QVERIFY(!write(newPath));
+        QVERIFY(!rawValue(u"V"_s, newPath));
         QVERIFY(write(newPath));
 
         SimulatedPc::clearFaults();
-        SimulatedPc::failChange(2, Win32Error::WriteFault, true);
-        QVERIFY(write(newPath) && !write(newPath) && !write(u"Software\\Another"_s));
-        QVERIFY(!SimulatedPc::keyExists(u"HKCU\\Software\\Another"_s));
+        SimulatedPc::fail(u"registry"_s, Win32Error::WriteFault, {.n = 2});
+        QVERIFY(write(newPath));
+        QVERIFY(!write(newPath));
+        QVERIFY(!write(u"Software\\Another"_s));
+        QVERIFY(!keyExists(u"Software\\Another"_s));
         SimulatedPc::clearFaults();
         QVERIFY(write(newPath));
     }
 
-    /// "reg add" makes the key first and the value then.
-    void killedAtAnyChange()
+    void killedAtAnyCall_data()
     {
-        const QString command = u"reg add %1 /v V /t REG_DWORD /d 7 /f"_s.arg(newKey);
-        for (const int n : {1, 2}) {
-            for (const ChangeMoment moment : {ChangeMoment::Before, ChangeMoment::After}) {
-                m_machine.emplace();
-                SimulatedPc::killAtChange(n, moment);
-                QCOMPARE(shell(command).outcome, ChildProcessResult::Outcome::Crashed);
-                QCOMPARE(SimulatedPc::keyExists(newKey), n == 2 || moment == ChangeMoment::After);
-                QCOMPARE(SimulatedPc::value(newKey, u"V"_s).has_value(), n == 2 && moment == ChangeMoment::After);
-                QVERIFY(!SimulatedPc::journal().constLast().exitCode);
-                // Once only: the next start of the same program gets through.
-                QCOMPARE(shell(command).exitCode, 0);
-            }
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<int>("n");
+        QTest::addColumn<int>("differencesBefore"); // of images, when it is killed before the call
+        QTest::addColumn<int>("differencesAfter");
+        const QString add = u"reg add HKCU\\%1 /v V /t REG_DWORD /d 7 /f"_s.arg(newPath);
+        // It makes the key first and the value then.
+        QTest::newRow("key") << add << u"registry"_s << 1 << 0 << 0;
+        QTest::newRow("value") << add << u"registry"_s << 2 << 0 << 1;
+        QTest::newRow("tool") << add << u"tools.reg"_s << 1 << 0 << 1;
+        QTest::newRow("document") << u"schtasks /Change /TN %1 /Disable"_s.arg(task) << u"tasks.change"_s << 1 << 0
+                                  << 2;
+    }
+
+    void killedAtAnyCall()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, call);
+        QFETCH(int, n);
+        for (const CallMoment moment : {CallMoment::Before, CallMoment::After}) {
+            m_machine.emplace();
+            const MachineImage before = TestMachine::image();
+            SimulatedPc::kill(call, moment, {.n = n});
+            QCOMPARE(shell(command).outcome, ChildProcessResult::Outcome::Crashed);
+            const qsizetype differing = differences(before, TestMachine::image()).size();
+            QTEST(static_cast<int>(differing), moment == CallMoment::Before ? "differencesBefore" : "differencesAfter");
+            QVERIFY(!SimulatedPc::calls(u"tools.cmd"_s).constLast().answer);
+            QCOMPARE(SimulatedPc::calls(call).constLast().answer.has_value(), moment == CallMoment::After);
+            // Once only: the next start of the same program gets through.
+            QCOMPARE(shell(command).exitCode, 0);
         }
     }
 
     void toolsFailAndHang()
     {
-        SimulatedPc::failTool(u"ECHO FAILING"_s, 9);
-        SimulatedPc::hangTool(u"echo hanging"_s, 60000);
+        SimulatedPc::fail(u"tools.cmd"_s, 0x12345, {.part = u"ECHO FAILING"_s});
+        SimulatedPc::hang(u"tools.cmd"_s, 60000, {.part = u"echo hanging"_s});
+        SimulatedPc::fail(u"processes.runTool"_s, 1, {.part = u"echo absent"_s});
         const ChildProcessResult failed = shell(u"echo failing"_s);
-        QVERIFY(failed.exitCode == 9 && failed.output.isEmpty());
+        QCOMPARE(failed.exitCode, 0x12345);
+        QCOMPARE(failed.output, QByteArray());
         QCOMPARE(shell(u"echo hanging"_s, 1000).outcome, ChildProcessResult::Outcome::TimedOut);
-        QVERIFY(!SimulatedPc::journal().constLast().exitCode);
+        QVERIFY(!SimulatedPc::calls(u"tools"_s).constLast().answer);
+        QCOMPARE(shell(u"echo absent"_s).outcome, ChildProcessResult::Outcome::NotStarted);
         QCOMPARE(shell(u"echo at work"_s).output, QByteArray("at work\r\n"));
+    }
+
+    void unknownToolsAndOptionsFail()
+    {
+        for (const auto& [command, exitCode, words] :
+             {std::tuple(u"regg add HKCU\\A /f"_s, 9009, "'regg' is not recognized"),
+              {u"start explorr.exe"_s, 9009, "cannot find the file explorr.exe"},
+              {u"reg add HKCU\\A /v A /q /f"_s, 1, "Invalid syntax"},
+              {u"schtasks /Change /TN \\Nowhere /Disable"_s, 1, "cannot find the file"},
+              {u"powershell -NoProfile -Command \"Disable-MMAgents\""_s, 1, "doesn't know"},
+              {u"ipconfig /flushdn"_s, 1, "doesn't know"},
+              {u"taskkill /f /im explorr.exe"_s, 128, "not found"}}) {
+            const MachineImage before = TestMachine::image();
+            const ChildProcessResult result = shell(command);
+            QCOMPARE(result.exitCode, exitCode);
+            QVERIFY2(result.output.contains(words), result.output.constData());
+            QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        }
+    }
+
+    /// A file that can't be used says in one line what to do, and that works.
+    void anyFileCanBeReset_data()
+    {
+        QTest::addColumn<std::function<void(QString)>>("damage");
+        const auto row = [](const char* name, std::function<void(QString)> damage) {
+            QTest::newRow(name) << std::move(damage);
+        };
+        row("older", [](const QString& file) { sql(file, u"PRAGMA user_version = 1"_s); });
+        row("no machine", [](const QString& file) {
+            QFile::remove(file);
+            sql(file, u"CREATE TABLE other (a)"_s);
+        });
+        row("no database", [](const QString& file) { overwrite(file, 0, QByteArray(200, 'x')); });
+        row("cut", [](const QString& file) { overwrite(file, 6000, {}); });
+        row("damaged inside", [](const QString& file) {
+            for (qint64 at = 4096; at < 60000; at += 4096)
+                overwrite(file, at, QByteArray(500, 'x'));
+        });
+    }
+
+    void anyFileCanBeReset()
+    {
+        QFETCH(std::function<void(QString)>, damage);
+        const QStringList image = SimulatedPc::image();
+        const QString file = SimulatedPc::machineFile();
+        SimulatedPc::setMachineFile(m_machine->scratchFile(u"other.db"_s)); // closes it
+        damage(file);
+
+        const QStringList onFile{u"--machine"_s, file};
+        const QString answer = inspector(onFile + QStringList{u"image"_s});
+        QCOMPARE(answer.count(u"\"./dev pc reset\" makes it anew.\n"_s), 1);
+        QVERIFY(answer.endsWith(u'1'));
+        QCOMPARE(inspector(onFile + QStringList{u"reset"_s}), u"0"_s);
+        SimulatedPc::setMachineFile(file);
+        QCOMPARE(SimulatedPc::image(), image);
+    }
+
+    /// A facility that is added later is there on machines that were made before.
+    void newFacilitiesComeToOldMachines()
+    {
+        const QStringList image = SimulatedPc::image();
+        sql(SimulatedPc::machineFile(), u"DELETE FROM facility WHERE name = 'tasks'"_s);
+        QCOMPARE(SimulatedPc::image(), image);
+        QCOMPARE(shell(u"schtasks /Change /TN %1 /Disable"_s.arg(task)).exitCode, 0);
+        QCOMPARE(SimulatedPc::value(u"tasks/%1/enabled"_s.arg(task)), QJsonValue(false));
+    }
+
+    /// By a test, or by hand with `./dev pc set`.
+    void documentsCanBeArranged()
+    {
+        QVERIFY(SimulatedPc::setValue(u"user/elevated"_s, false));
+        QVERIFY(!write(u"SOFTWARE\\New"_s, Hive::LocalMachine));
+        QVERIFY(write(newPath));
+        QVERIFY(SimulatedPc::setValue(u"tasks/list"_s, QJsonArray{1, 2}));
+        QVERIFY(SimulatedPc::setValue(u"tasks/list/-"_s, u"a~/b"_s));
+        QVERIFY(SimulatedPc::setValue(u"tasks/list/0"_s, QJsonValue::Undefined));
+        QCOMPARE(SimulatedPc::value(u"tasks/list"_s), QJsonValue(QJsonArray{2, u"a~/b"_s}));
+        QVERIFY(SimulatedPc::setValue(u"tasks/a~1b"_s, QJsonObject{{u"c"_s, 1}}));
+        QVERIFY(SimulatedPc::image().contains(u"tasks/a~1b/c = 1"_s));
+        QVERIFY(!SimulatedPc::setValue(u"tasks/list/9"_s, 1));
+        QVERIFY(!SimulatedPc::setValue(u"tasks/none/below"_s, 1));
     }
 };
 

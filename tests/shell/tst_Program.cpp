@@ -10,7 +10,7 @@
 using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
-using platform::ChangeMoment;
+using platform::CallMoment;
 using platform::SimulatedPc;
 
 namespace {
@@ -52,12 +52,12 @@ private Q_SLOTS:
     void nextStartPutsEverythingBack()
     {
         for (const QString& id : {u"selftest.toggle"_s, u"torv.periph.kervo-mouse-fix"_s}) {
-            for (const ChangeMoment moment : {ChangeMoment::Before, ChangeMoment::After}) {
+            for (const CallMoment moment : {CallMoment::Before, CallMoment::After}) {
                 int kills = 0;
                 for (bool killed = true; killed;) {
                     const TestMachine machine;
                     const MachineImage before = TestMachine::image();
-                    SimulatedPc::killAtChange(kills + 1, moment);
+                    SimulatedPc::kill(u"registry"_s, moment, {.n = kills + 1});
                     Program killedOne(machine, {u"apply"_s, id});
                     QVERIFY(killedOne.waitForFinished());
                     killed = killedOne.exitStatus() == QProcess::CrashExit;

@@ -145,11 +145,11 @@ private Q_SLOTS:
         for (const auto& [end, applied] : ends) {
             ShellBench bench;
             const MachineImage machine = TestMachine::image();
-            SimulatedPc::hangTool(u"rem apply slow"_s, 500);
+            SimulatedPc::hang(u"tools"_s, 500, {.part = u"rem apply slow"_s});
             const QPointer<MainWindow> window = bench.shell->mainWindow();
             for (const QString& id : {u"slow"_s, u"pro"_s, u"a"_s})
                 bench.click(id);
-            QTRY_VERIFY(!SimulatedPc::journal().isEmpty());
+            QTRY_VERIFY(!SimulatedPc::calls(u"tools"_s).isEmpty());
             end(bench);
             QCOMPARE(bench.applied(), applied);
             QTRY_VERIFY(!window || !isWorking(*window));
@@ -165,16 +165,16 @@ private Q_SLOTS:
     {
         ShellBench bench;
         const MachineImage before = TestMachine::image();
-        SimulatedPc::hangTool(u"rem apply slow"_s, 1000);
+        SimulatedPc::hang(u"tools"_s, 1000, {.part = u"rem apply slow"_s});
         bench.click(u"slow"_s);
         bench.click(u"a"_s);
-        QTRY_VERIFY(!SimulatedPc::journal().isEmpty());
+        QTRY_VERIFY(!SimulatedPc::calls(u"tools"_s).isEmpty());
         bench.shell->mainWindow()->window()->close();
         bench.shell.reset();
         QVERIFY(visibleFrames().isEmpty());
         // The command wasn't torn apart, and what hadn't begun never ran.
-        QCOMPARE(SimulatedPc::journal().size(), 1);
-        QCOMPARE(SimulatedPc::journal().constFirst().exitCode, 0);
+        QCOMPARE(SimulatedPc::calls(u"tools"_s).size(), 1);
+        QCOMPARE(SimulatedPc::calls(u"tools"_s).constFirst().answer, 0);
         QCOMPARE(stateSql(u"SELECT tweak_id, state FROM tweak_state"_s), QStringList(u"slow applied"_s));
         QCOMPARE(differences(before, TestMachine::image()), QStringList());
     }

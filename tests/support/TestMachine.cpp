@@ -10,8 +10,8 @@ namespace {
 
 QSet<QString> described(const MachineImage& image)
 {
-    QSet<QString> lines;
-    for (const MachineValue& value : image) {
+    QSet<QString> lines(image.facts.begin(), image.facts.end());
+    for (const MachineValue& value : image.values) {
         lines.insert(QStringLiteral("%1 [%2] type %3: %4")
                          .arg(value.keyPath.toLower(), value.name.toLower(), QString::number(value.type),
                               QString::fromLatin1(value.data.toHex())));

@@ -22,8 +22,14 @@ struct MachineValue {
     bool operator==(const MachineValue&) const = default;
 };
 
-/// Every registry value of the machine that Torvelane could reach, in a fixed order.
-using MachineImage = QList<MachineValue>;
+/// The machine: every registry value that Torvelane could reach, in a fixed order, and on the simulated PC all else that
+/// there is, one line for each fact.
+struct MachineImage {
+    QList<MachineValue> values;
+    QStringList facts;
+
+    bool operator==(const MachineImage&) const = default;
+};
 
 /// A machine and a data directory for one test. On the simulated PC both are new and end with the object; under Wine the
 /// registry is the prefix's own, so a test there puts back what it changes, which is what it is about anyway. Only what
@@ -56,7 +62,7 @@ private:
     QTemporaryDir m_dir;
 };
 
-/// One readable line, in lower case, for each value that differs: "- " before, "+ " after; empty if none does. Keys
+/// One readable line, in lower case for values, for each value or fact that differs: "- " before, "+ " after; empty if none does. Keys
 /// without values don't count, nor does the case of names.
 [[nodiscard]] QStringList differences(const MachineImage& before, const MachineImage& after);
 

@@ -1,3 +1,4 @@
+#include "platform/Win32Error.h"
 #include "platform/simulated/SimulatedPc.h"
 #include "support/ScratchMachine.h"
 #include "system/RegistryAccess.h"
@@ -9,8 +10,8 @@
 using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
-using platform::QueryStage;
 using platform::SimulatedPc;
+using platform::Win32Error;
 
 class tst_RegistryFaults : public QObject {
     Q_OBJECT
@@ -28,16 +29,19 @@ private Q_SLOTS:
         };
         const auto erase = [&] { return deleteValue(hkcu, scratchKey, name); };
         const auto writeNumber = [&] { return writeDword(hkcu, scratchKey, name, 2); };
-        const auto denyWrites = [&] { SimulatedPc::denyWrites(key); };
-        const auto failChange = [] { SimulatedPc::failChange(1); };
+        const auto fault = [&](const QString& call, Win32Error code = Win32Error::AccessDenied) {
+            return [&key, call, code] { SimulatedPc::fail(call, code, {.part = key}); };
+        };
+        const auto denyWrites = fault(u"registry.openToWrite"_s);
+        const auto failChange = fault(u"registry"_s, Win32Error::WriteFault);
         const struct {
             std::function<void()> breakIt;
             std::function<bool()> attempt;
             QString line;
         } rows[] = {
-            {[&] { SimulatedPc::denyReads(key); }, read, u"RegOpenKeyExW failed (5) for "_s + key},
-            {[&] { SimulatedPc::failQuery(key, name, QueryStage::Size); }, read, u"RegQueryValueExW size failed (5)"_s},
-            {[&] { SimulatedPc::failQuery(key, name, QueryStage::Data); }, read, u"RegQueryValueExW read failed (5)"_s},
+            {fault(u"registry.openToRead"_s), read, u"RegOpenKeyExW failed (5) for "_s + key},
+            {fault(u"registry.querySize"_s), read, u"RegQueryValueExW size failed (5)"_s},
+            {fault(u"registry.query"_s), read, u"RegQueryValueExW read failed (5)"_s},
             {denyWrites, writeNumber, u"RegCreateKeyExW failed (5) for "_s + key},
             {failChange, writeNumber, u"RegSetValueExW(DWORD) failed (29) for %1 [Value]"_s.arg(key)},
             {failChange, [&] { return writeQword(hkcu, scratchKey, name, 2); }, {}},

@@ -41,9 +41,9 @@ namespace torvelane::test {
 /// The machine from before tweaks were applied as their restore leaves it. What they leave alone keeps its bytes.
 [[nodiscard]] inline MachineImage asRestored(MachineImage before, const MachineImage& applied)
 {
-    for (MachineValue& value : before) {
+    for (MachineValue& value : before.values) {
         const MachineValue restored = asRestored(value);
-        if (restored != value && !applied.contains(value))
+        if (restored != value && !applied.values.contains(value))
             value = restored;
     }
     return before;

@@ -11,8 +11,8 @@
 using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
-using platform::ChangeMoment;
-using platform::RegistryChange;
+using platform::Call;
+using platform::CallMoment;
 using platform::SimulatedPc;
 
 namespace {
@@ -78,11 +78,11 @@ private Q_SLOTS:
             QString allowedState;
             QStringList early;
             int changes = 0;
-            SimulatedPc::setChangeObserver([&](ChangeMoment moment, const RegistryChange& change) {
+            SimulatedPc::setObserver([&](CallMoment moment, const Call& call) {
                 const QString row = committedRow(id);
-                changes += moment == ChangeMoment::Before;
+                changes += moment == CallMoment::Before;
                 if (row != allowedState + u' ' + original)
-                    early.append(id + u": "_s + change.keyPath + u" while "_s + row);
+                    early.append(id + u": "_s + call.argumentLine() + u" while "_s + row);
             });
             allowedState = u"capturing"_s;
             QVERIFY2(apply(id), qPrintable(m_error));
@@ -92,7 +92,7 @@ private Q_SLOTS:
             QVERIFY2(apply(id), qPrintable(m_error));
             allowedState = u"reverting"_s;
             QVERIFY(revert(id));
-            SimulatedPc::setChangeObserver({});
+            SimulatedPc::setObserver({});
 
             QCOMPARE(early.join(u'\n'), QString());
             // Apply, restore, apply, restore: and what was right to begin with is still restored.
@@ -114,7 +114,7 @@ private Q_SLOTS:
             const QString original = captured(tweak);
             const MachineImage before = TestMachine::image();
             for (int n = 1;; ++n, ++refusals) {
-                SimulatedPc::failChange(n, platform::Win32Error::WriteFault, forGood);
+                SimulatedPc::fail(u"registry"_s, platform::Win32Error::WriteFault, {.n = n, .once = !forGood});
                 const bool applied = apply(id);
                 SimulatedPc::clearFaults();
                 if (applied)
@@ -129,7 +129,7 @@ private Q_SLOTS:
                 QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
             }
             for (int n = 1;; ++n, ++refusals) {
-                SimulatedPc::failChange(n, platform::Win32Error::WriteFault, forGood);
+                SimulatedPc::fail(u"registry"_s, platform::Win32Error::WriteFault, {.n = n, .once = !forGood});
                 if (revert(id))
                     break;
                 QVERIFY2(m_error.startsWith(u"Failed to restore: "_s), qPrintable(m_error));
@@ -153,7 +153,8 @@ private Q_SLOTS:
         const MachineImage before = TestMachine::image();
         for (const auto& tweak : m_tweaks) {
             for (const RegistryOperation& operation : tweak->operations()) {
-                SimulatedPc::denyReads(hiveName(operation.hive) + u'\\' + operation.path);
+                SimulatedPc::fail(u"registry.openToRead"_s, platform::Win32Error::AccessDenied,
+                                  {.part = hiveName(operation.hive) + u'\\' + operation.path});
                 const bool applied = apply(tweak->id());
                 SimulatedPc::clearFaults();
                 QVERIFY2(!applied && m_error.contains(u": Capture failed: Failed to read "_s), qPrintable(m_error));

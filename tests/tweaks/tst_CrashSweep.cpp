@@ -1,9 +1,9 @@
 #include "app/AppContext.h"
 #include "core/Paths.h"
 #include "platform/Hardening.h"
+#include "support/MachineWatch.h"
 #include "support/TestMachine.h"
 #include "system/RegistryAccess.h"
-#include "tweaks/RegistryWatch.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/Sweeps.h"
 #include "tweaks/TweakEngine.h"
@@ -47,7 +47,7 @@ int runChild(const QStringList& arguments)
         while (std::fgetc(stdin) != EOF) { }
         std::_Exit(3);
     };
-    watchRegistry(event);
+    watchMachine(event);
     AppContext context;
     context.store.setCommitObserver([&event](bool, const char*) { event(); });
     if (!context.init())
@@ -57,7 +57,7 @@ int runChild(const QStringList& arguments)
         ok = context.engine->applyTweak(id, Tier::Pro, nullptr, false);
     else if (verb == "revert"_L1)
         ok = context.engine->revertTweak(id, nullptr, true);
-    watchRegistry({});
+    watchMachine({});
     return ok ? 0 : 1;
 }
 
@@ -171,7 +171,7 @@ private:
         }
         // Three commits, and each value that changes, with a before and an after: or else this was no sweep.
         const qsizetype valuesChanged =
-            registryCanBeWatched && m_id != commands ? differences(m_before, m_applied).size() / 2 : 0;
+            machineCanBeWatched && m_id != commands ? differences(m_before, m_applied).size() / 2 : 0;
         expect(events >= 6 + 2 * valuesChanged, u"only %1 events"_s.arg(events));
         expect(m_statesLeft == expectedStates, u"not all states were left behind"_s);
     }
@@ -181,8 +181,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("id");
         QTest::addColumn<int>("nestedStride"); // 0: no kills inside the recovery
-        QTest::newRow("over other types") << overOtherTypes << (registryCanBeWatched ? 3 : 0);
-        if (!registryCanBeWatched)
+        QTest::newRow("over other types") << overOtherTypes << (machineCanBeWatched ? 3 : 0);
+        if (!machineCanBeWatched)
             return;
         QTest::newRow("over nothing") << u"opt.disable-gamedvr"_s << 1;
         QTest::newRow("over a multi-string") << u"tweaks.disable-windows-tips"_s << 2;

@@ -138,11 +138,11 @@ private Q_SLOTS:
                     if (commits >= commit)
                         fillDisk(1);
                 });
-                SimulatedPc::setChangeObserver([](auto, const auto&) { fillDisk(RLIM_INFINITY); });
+                SimulatedPc::setObserver([](auto, const auto&) { fillDisk(RLIM_INFINITY); });
                 QString error;
                 const bool ok = revert ? context.engine->revertTweak(id, &error, true)
                                        : context.engine->applyTweak(id, Tier::Pro, &error, false);
-                SimulatedPc::setChangeObserver({});
+                SimulatedPc::setObserver({});
                 fillDisk(RLIM_INFINITY);
                 QCOMPARE(commits >= commit, commit < 4);
                 // A store that lags behind the truth is no failure of what was done.

@@ -1,4 +1,5 @@
 #include "account/TierWatcher.h"
+#include "platform/Win32Error.h"
 #include "platform/simulated/SimulatedPc.h"
 #include "tweaks/StateSql.h"
 #include "ui/WindowBench.h"
@@ -20,6 +21,11 @@ using platform::SimulatedPc;
 namespace {
 
 const QString scratchRoot = u"HKCU\\"_s + scratchKey;
+
+void denyWrites(const QString& key)
+{
+    SimulatedPc::fail(u"registry.openToWrite"_s, platform::Win32Error::AccessDenied, {.part = key});
+}
 const QByteArray warning = R"(, "warning": "Loses <b>sleep</b>.")";
 const QByteArray pro = R"(, "requiredTier": "pro")";
 
@@ -110,7 +116,7 @@ private Q_SLOTS:
                 bench.action()->click();
                 QTRY_VERIFY(!isWorking(bench.page));
             }
-            SimulatedPc::denyWrites(scratchRoot);
+            denyWrites(scratchRoot);
             QStringList texts;
             bool onUnderTheDialog = true;
             whenDialogOpens([&](QDialog*) {
@@ -127,7 +133,7 @@ private Q_SLOTS:
     void clicksRunInTheirOrder()
     {
         PageBench bench({registryEntry("a"), registryEntry("b"), commandEntry("c")});
-        SimulatedPc::hangTool(u"rem revert c"_s, 300);
+        SimulatedPc::hang(u"tools"_s, 300, {.part = u"rem revert c"_s});
         bench.toggle(u"a"_s)->click();
         bench.toggle(u"a"_s)->click();
         bench.toggle(u"b"_s)->click();
@@ -145,8 +151,8 @@ private Q_SLOTS:
     {
         // Nobody tells this page about the reverts: what is queued runs on, and ends without a card.
         PageBench bench({commandEntry("slow"), registryEntry("locked", pro)});
-        SimulatedPc::hangTool(u"rem apply slow"_s, 200);
-        SimulatedPc::denyWrites(scratchRoot);
+        SimulatedPc::hang(u"tools"_s, 200, {.part = u"rem apply slow"_s});
+        denyWrites(scratchRoot);
         bench.toggle(u"slow"_s)->click();
         bench.toggle(u"locked"_s)->click();
         bench.changeTier(Tier::Free);
@@ -173,7 +179,7 @@ private Q_SLOTS:
         QCOMPARE(afterClick(bench.toggle(u"b"_s)), u"Apply all/primary -b"_s);
         QCOMPARE(afterClick(bench.action()), u"Revert all/ghost +b"_s);
         QCOMPARE(afterClick(bench.action()), u"Apply all/primary -a -b"_s);
-        SimulatedPc::denyWrites(scratchRoot + u"\\B"_s);
+        denyWrites(scratchRoot + u"\\B"_s);
         QStringList texts;
         answerNextDialog(true, &texts);
         QCOMPARE(afterClick(bench.action()), u"Revert all/ghost +a"_s);

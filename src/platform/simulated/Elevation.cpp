@@ -1,6 +1,6 @@
 #include "platform/Elevation.h"
 
-#include "platform/simulated/Machine.h"
+#include "platform/simulated/store/Store.h"
 
 namespace torvelane::platform {
 
@@ -8,17 +8,17 @@ using namespace simulated;
 
 bool isElevated()
 {
-    Machine* const machine = Machine::current();
-    if (!machine)
+    Store* const store = Store::current();
+    if (!store)
         return false;
-    machine->refreshConditions();
-    return machine->conditions().elevated;
+    store->refreshConditions();
+    return store->conditions().elevated;
 }
 
 QString currentUserName()
 {
-    Machine* const machine = Machine::current();
-    return machine ? machine->conditions().userName : QString();
+    Store* const store = Store::current();
+    return store ? store->conditions().userName : QString();
 }
 
 QString currentUserId()

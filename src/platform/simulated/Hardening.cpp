@@ -1,7 +1,7 @@
 #include "platform/Hardening.h"
 
-#include "platform/simulated/Machine.h"
-#include "platform/simulated/ToolsDirectory.h"
+#include "platform/simulated/store/Store.h"
+#include "platform/simulated/tools/ToolsDirectory.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -19,8 +19,8 @@ void prepareProcess()
 {
     // Every file that is made from here on is the user's alone, as it is Administrators' on Windows.
     umask(S_IRWXG | S_IRWXO);
-    qputenv("ProgramData", QFile::encodeName(QFileInfo(Machine::file()).absoluteDir().filePath(u"ProgramData"_s)));
-    qputenv("TORVELANE_SIMULATED_PC", QFile::encodeName(Machine::file()));
+    qputenv("ProgramData", QFile::encodeName(QFileInfo(Store::file()).absoluteDir().filePath(u"ProgramData"_s)));
+    qputenv("TORVELANE_SIMULATED_PC", QFile::encodeName(Store::file()));
 
     const QByteArray tools = QFile::encodeName(toolsDirectory());
     const QByteArray path = qgetenv("PATH");

@@ -1,5 +1,9 @@
 #include "platform/ProcessTree.h"
 
+#include "platform/simulated/calls/Calls.h"
+#include "platform/simulated/tools/ToolsDirectory.h"
+
+#include <QFileInfo>
 #include <QProcess>
 
 #include <array>
@@ -10,6 +14,8 @@
 #include <unistd.h>
 
 namespace torvelane::platform {
+
+using namespace simulated;
 
 // The child leads a process group of its own. A parent-death signal would reach the child alone, not what it started, so
 // a small guard process does it: it reads from a channel whose other end only this process keeps open. The child
@@ -60,6 +66,18 @@ struct ProcessTree::Private {
     int writeEnd = -1;
     pid_t guardId = -1;
     pid_t group = -1;
+    std::optional<Calls::Running> toolRun; ///< If the child is one of the machine's tools.
+
+    /// What the tool has recorded as its exit code.
+    [[nodiscard]] std::optional<int> recordedExitCode() const
+    {
+        Store* const store = toolRun ? Store::current() : nullptr;
+        if (!store)
+            return std::nullopt;
+        Execution record(store->prepared(u"SELECT answer FROM call WHERE id > ? AND processId = ? ORDER BY id LIMIT 1"),
+                         {toolRun->recordId(), group});
+        return record.next() && !record.value(0).isNull() ? std::optional(record.value(0).toInt()) : std::nullopt;
+    }
 
     /// Ends the guard without letting it end the group.
     void dismissGuard()
@@ -86,6 +104,13 @@ ProcessTree::~ProcessTree()
 
 void ProcessTree::prepare(QProcess& process)
 {
+    // The tool records its own work; this is the caller's side of it, so that a test can stop the caller here.
+    if (QFileInfo(process.program()).absolutePath() == toolsDirectory()) {
+        d->toolRun.emplace(Call{QStringLiteral("processes.runTool"),
+                                QStringList{QFileInfo(process.program()).fileName()} + process.arguments()});
+        if (d->toolRun->laidDown())
+            process.setProgram(QString());
+    }
     std::array<int, 2> ends{-1, -1};
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0) {
         d->guardId = ::fork();
@@ -116,8 +141,16 @@ void ProcessTree::killAll()
     d->group = -1;
 }
 
+int ProcessTree::exitCode(const QProcess& process) const
+{
+    return d->recordedExitCode().value_or(process.exitCode());
+}
+
 void ProcessTree::release()
 {
+    if (d->toolRun)
+        d->toolRun->finish(d->recordedExitCode().value_or(0));
+    d->toolRun.reset();
     d->group = -1;
     d->dismissGuard();
 }

@@ -1,6 +1,6 @@
 #include "platform/SecretBox.h"
 
-#include "platform/simulated/Machine.h"
+#include "platform/simulated/store/Store.h"
 
 #include <QMessageAuthenticationCode>
 #include <QRandomGenerator>
@@ -34,11 +34,11 @@ struct Keys {
 /// Empty if the machine can't be reached.
 Keys currentKeys()
 {
-    Machine* const machine = Machine::current();
-    if (!machine)
+    Store* const store = Store::current();
+    if (!store)
         return {};
-    const QByteArray user = machine->conditions().userName.toUtf8();
-    const QByteArray secret = machine->conditions().secret;
+    const QByteArray user = store->conditions().userName.toUtf8();
+    const QByteArray secret = store->conditions().secret;
     return {authenticate(secret, "cipher:" + user), authenticate(secret, "tag:" + user)};
 }
 

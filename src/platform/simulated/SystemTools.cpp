@@ -1,6 +1,6 @@
 #include "platform/SystemTools.h"
 
-#include "platform/simulated/ToolsDirectory.h"
+#include "platform/simulated/tools/ToolsDirectory.h"
 
 #include <QFileInfo>
 

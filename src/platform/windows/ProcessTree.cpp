@@ -95,6 +95,11 @@ void ProcessTree::killAll()
         TerminateJobObject(d->job.get(), 1);
 }
 
+int ProcessTree::exitCode(const QProcess& process) const
+{
+    return process.exitCode();
+}
+
 void ProcessTree::release()
 {
     if (!d->job)

@@ -1,7 +1,9 @@
 #include "support/TestMachine.h"
 
 #include "platform/Hardening.h"
+#include "platform/simulated/Image.h"
 #include "platform/simulated/SimulatedPc.h"
+#include "platform/simulated/store/Store.h"
 
 #include <QFile>
 
@@ -37,7 +39,7 @@ void TestMachine::enter()
 
 void TestMachine::leave() const
 {
-    SimulatedPc::setChangeObserver({});
+    SimulatedPc::setObserver({});
 }
 
 QStringList TestMachine::childEnvironment() const
@@ -53,9 +55,12 @@ QString TestMachine::childDataDir() const
 
 MachineImage TestMachine::image()
 {
-    MachineImage image;
-    for (const platform::SimulatedValue& value : SimulatedPc::snapshot())
-        image.append({value.keyPath, value.name, value.type, value.data});
+    platform::simulated::Store* const store = platform::simulated::Store::current();
+    if (!store)
+        qFatal("The simulated PC can't be used");
+    MachineImage image{{}, platform::simulated::facilityImage(*store)};
+    for (const platform::simulated::SimulatedValue& value : platform::simulated::allValues(*store))
+        image.values.append({value.keyPath, value.name, value.type, value.data});
     return image;
 }
 

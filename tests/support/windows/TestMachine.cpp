@@ -43,7 +43,7 @@ void collect(RootKey root, const QString& path, const QString& shownAs, MachineI
         value.data.resize(sizeBytes);
         const auto buffer = std::as_writable_bytes(std::span(value.data.data(), sizeBytes));
         if (key.query(name, buffer, value.type, sizeBytes) == Win32Error::Success)
-            image.append(value);
+            image.values.append(value);
     }
     names.clear();
     std::ignore = key.subkeyNames(names);

@@ -1,11 +1,13 @@
 #include "platform/simulated/tools/Inspector.h"
 
-#include "platform/simulated/RegistryPath.h"
-#include "platform/simulated/RegistryText.h"
 #include "platform/simulated/SimulatedPc.h"
-#include "platform/simulated/tools/RegTool.h"
+#include "platform/simulated/store/Store.h"
+#include "platform/simulated/tools/Tool.h"
 
 #include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <algorithm>
 #include <array>
@@ -20,25 +22,27 @@ constexpr auto usage = R"(Usage: torvelane-pc [--machine FILE] <command>
 
 Looks at the simulated PC that Torvelane works on where there is no Windows.
 
-  where                           path of the machine's file
-  dump [KEY]                      every value, or those below a key, one a line
-  reg query KEY [/v NAME] [/s]    as Windows' reg.exe; reg add and reg delete work too
-  journal [clear]                 calls of the simulated tools
-  elevated yes|no                 whether programs run as administrator
-  reset [SEED]                    back to the state out of the box, or to the one of a seed file
+  where                     path of the machine's file
+  image [TEXT]              the whole machine, or what has TEXT in its line
+  reset [SEED]              back to the state out of the box, or to the one of a seed file
 
-  faults                          the faults in force
+  reg query KEY [/v NAME]   as Windows' reg.exe; reg add and reg delete work too
+  show PATH                 a facility's document or a part of it: user, user/elevated
+  set PATH VALUE            changes it; VALUE is JSON, and a text needs no quotes
+  remove PATH
+
+  calls [CALL]              what changed the machine, and the tools that were run
+  calls clear
+  faults                    the faults in force
   faults clear
-  faults deny-reads KEY           access denied below a key
-  faults deny-writes KEY
-  faults fail-change N [CODE] [all-after]
-                                  refuse the n-th registry change from now
-  faults kill N before|after      end the process that makes the n-th change
-  faults fail-query KEY NAME size|data [CODE]
-  faults hang-tool PART MS        let tools whose command line contains PART wait
-  faults fail-tool PART CODE      let them fail
+  fault CALL fail CODE      let a call fail with a code: 5, 0x80070422
+  fault CALL hang MS        let it wait first
+  fault CALL kill before|after
+                            end the process that makes the call
 
-Keys are written HKLM\SOFTWARE\...; "" is the name of a default value.)";
+CALL is facility.call (registry.setValue, tools.cmd), a facility for all of its changes, or "any". A fault may end in
+"with TEXT" (what has to occur in the call's arguments), "from N" (it strikes the N-th such call and all after it) or
+"only N". Without these it strikes every time, and kills once.)";
 
 ToolOutput plainOutput()
 {
@@ -57,41 +61,18 @@ int showUsage()
     return 2;
 }
 
-int dump(const QStringList& arguments)
+int where(const QStringList&)
 {
-    if (arguments.size() == 1 && !parseKeyName(arguments[0]))
-        return fail("no key: "_L1 + arguments[0]);
-    const QString below = arguments.isEmpty() ? QString() : folded(SimulatedPc::canonicalKeyPath(arguments[0]));
-    for (const SimulatedValue& value : SimulatedPc::snapshot()) {
-        if (below.isEmpty() || isSameOrBelow(folded(value.keyPath), below))
-            plainOutput().line(u"%1 [%2] %3 %4"_s.arg(value.keyPath, value.name.isEmpty() ? u"(Default)"_s : value.name,
-                                                      typeName(value.type), dataText(value.type, value.data)));
-    }
+    plainOutput().line(SimulatedPc::machineFile());
     return 0;
 }
 
-int journal(const QStringList& arguments)
+int image(const QStringList& arguments)
 {
-    if (arguments == QStringList{u"clear"_s}) {
-        SimulatedPc::clearJournal();
-        return 0;
+    for (const QString& line : SimulatedPc::image()) {
+        if (line.contains(arguments.value(0), Qt::CaseInsensitive))
+            plainOutput().line(line);
     }
-    if (!arguments.isEmpty())
-        return showUsage();
-    for (const ToolCall& call : SimulatedPc::journal()) {
-        plainOutput().line(
-            u"%1  %2  %3"_s.arg(QDateTime::fromMSecsSinceEpoch(call.startedMs).toString(u"yyyy-MM-dd hh:mm:ss.zzz"),
-                                call.exitCode ? QString::number(*call.exitCode) : u"-"_s,
-                                (QStringList{call.tool} + call.arguments).join(u' ')));
-    }
-    return 0;
-}
-
-int elevated(const QStringList& arguments)
-{
-    if (arguments != QStringList{u"yes"_s} && arguments != QStringList{u"no"_s})
-        return showUsage();
-    SimulatedPc::setElevated(arguments[0] == u"yes");
     return 0;
 }
 
@@ -101,41 +82,57 @@ int reset(const QStringList& arguments)
     return SimulatedPc::reset(arguments.value(0), &error) ? 0 : fail(error);
 }
 
-std::optional<int> positive(const QString& text)
+int reg(const QStringList& arguments)
 {
-    bool isNumber = false;
-    const int number = text.toInt(&isNumber);
-    return isNumber && number > 0 ? std::optional(number) : std::nullopt;
+    return runReg({arguments, plainOutput()});
 }
 
-bool setFault(const QString& kind, const QStringList& arguments)
+int show(const QStringList& arguments)
 {
-    const QString first = arguments.value(0);
-    const QString last = arguments.value(arguments.size() - 1);
-    const bool isKey = parseKeyName(first).has_value();
-    const auto number = positive(first);
-    if (kind == u"deny-reads" && arguments.size() == 1 && isKey) {
-        SimulatedPc::denyReads(first);
-    } else if (kind == u"deny-writes" && arguments.size() == 1 && isKey) {
-        SimulatedPc::denyWrites(first);
-    } else if (kind == u"fail-change" && number && arguments.size() <= 3) {
-        const auto code = positive(arguments.value(1));
-        SimulatedPc::failChange(*number, code ? static_cast<Win32Error>(*code) : Win32Error::WriteFault,
-                                last == u"all-after");
-    } else if (kind == u"kill" && number && arguments.size() == 2 && (last == u"before" || last == u"after")) {
-        SimulatedPc::killAtChange(*number, last == u"before" ? ChangeMoment::Before : ChangeMoment::After);
-    } else if (kind == u"fail-query" && isKey && (arguments.size() == 3 || arguments.size() == 4)) {
-        const auto code = positive(arguments.value(3));
-        SimulatedPc::failQuery(first, arguments[1], arguments[2] == u"size" ? QueryStage::Size : QueryStage::Data,
-                               code ? static_cast<Win32Error>(*code) : Win32Error::AccessDenied);
-    } else if (kind == u"hang-tool" && arguments.size() == 2 && positive(last)) {
-        SimulatedPc::hangTool(first, *positive(last));
-    } else if (kind == u"fail-tool" && arguments.size() == 2 && positive(last)) {
-        SimulatedPc::failTool(first, *positive(last));
-    } else {
-        return false;
+    const QJsonValue value = SimulatedPc::value(arguments.value(0));
+    if (value.isUndefined())
+        return fail("nothing is at "_L1 + arguments.value(0));
+    if (value.isObject())
+        plainOutput().line(QString::fromUtf8(QJsonDocument(value.toObject()).toJson()).trimmed());
+    else if (value.isArray())
+        plainOutput().line(QString::fromUtf8(QJsonDocument(value.toArray()).toJson()).trimmed());
+    else
+        plainOutput().line(value.toVariant().toString());
+    return 0;
+}
+
+int set(const QStringList& arguments)
+{
+    if (arguments.size() != 2)
+        return showUsage();
+    const QJsonDocument json = QJsonDocument::fromJson("[" + arguments[1].toUtf8() + "]");
+    const QJsonValue value = json.isNull() ? QJsonValue(arguments[1]) : json.array().at(0);
+    return SimulatedPc::setValue(arguments[0], value) ? 0 : fail("there is no place for "_L1 + arguments[0]);
+}
+
+int remove(const QStringList& arguments)
+{
+    if (arguments.size() != 1)
+        return showUsage();
+    const bool isThere = !SimulatedPc::value(arguments[0]).isUndefined();
+    return isThere && SimulatedPc::setValue(arguments[0], QJsonValue::Undefined)
+        ? 0
+        : fail("nothing to remove at "_L1 + arguments[0]);
+}
+
+int calls(const QStringList& arguments)
+{
+    if (arguments == QStringList{u"clear"_s}) {
+        SimulatedPc::clearCalls();
+        return 0;
     }
-    return true;
+    for (const CallRecord& record : SimulatedPc::calls(arguments.value(0))) {
+        plainOutput().line(u"%1  %2  %3  %4 %5"_s.arg(
+            QDateTime::fromMSecsSinceEpoch(record.startedMs).toString(u"yyyy-MM-dd hh:mm:ss.zzz"),
+            QString::number(record.processId), record.answer ? QString::number(*record.answer) : u"-"_s,
+            record.call.name, record.call.argumentLine()));
+    }
+    return 0;
 }
 
 int faults(const QStringList& arguments)
@@ -144,23 +141,60 @@ int faults(const QStringList& arguments)
         SimulatedPc::clearFaults();
         return 0;
     }
-    if (arguments.isEmpty()) {
-        for (const QString& fault : SimulatedPc::faults())
-            plainOutput().line(fault);
-        return 0;
+    for (const QString& fault : SimulatedPc::faults())
+        plainOutput().line(fault);
+    return arguments.isEmpty() ? 0 : showUsage();
+}
+
+/// The words behind a fault. Absent if they aren't understood.
+std::optional<Struck> readStruck(QStringList words)
+{
+    Struck struck;
+    while (!words.isEmpty()) {
+        const QString word = words.takeFirst();
+        if (words.isEmpty())
+            return std::nullopt;
+        const QString text = words.takeFirst();
+        if (word == "with"_L1) {
+            struck.part = text;
+        } else if ((word == "from"_L1 || word == "only"_L1) && text.toInt() > 0) {
+            struck.n = text.toInt();
+            struck.once = word == "only"_L1;
+        } else {
+            return std::nullopt;
+        }
     }
-    return setFault(arguments[0], arguments.sliced(1)) ? 0 : showUsage();
+    return struck;
 }
 
-int where(const QStringList&)
+/// Decimal, or hexadecimal as HRESULTs are written, which are signed.
+std::optional<qint64> readCode(const QString& text)
 {
-    plainOutput().line(SimulatedPc::machineFile());
+    bool isNumber = false;
+    const qint64 number = text.toLongLong(&isNumber, 0);
+    if (!isNumber)
+        return std::nullopt;
+    return text.startsWith("0x"_L1) ? static_cast<qint32>(static_cast<quint32>(number)) : number;
+}
+
+int fault(const QStringList& arguments)
+{
+    const auto struck = readStruck(arguments.sliced(std::min(qsizetype(3), arguments.size())));
+    if (arguments.size() < 3 || !struck)
+        return showUsage();
+    const QString call = arguments[0] == "any"_L1 ? QString() : arguments[0];
+    const QString& effect = arguments[1];
+    const QString& more = arguments[2];
+    const auto code = readCode(more);
+    if (effect == "fail"_L1 && code)
+        SimulatedPc::fail(call, *code, *struck);
+    else if (effect == "hang"_L1 && code)
+        SimulatedPc::hang(call, static_cast<int>(*code), *struck);
+    else if (effect == "kill"_L1 && (more == "before"_L1 || more == "after"_L1))
+        SimulatedPc::kill(call, more == "before"_L1 ? CallMoment::Before : CallMoment::After, *struck);
+    else
+        return showUsage();
     return 0;
-}
-
-int reg(const QStringList& arguments)
-{
-    return runReg(arguments, plainOutput());
 }
 
 struct Command {
@@ -169,9 +203,8 @@ struct Command {
 };
 
 constexpr std::array commands = {
-    Command{"where"_L1, where},       Command{"dump"_L1, dump},   Command{"reg"_L1, reg},
-    Command{"journal"_L1, journal},   Command{"reset"_L1, reset}, Command{"faults"_L1, faults},
-    Command{"elevated"_L1, elevated},
+    Command{"image"_L1, image}, Command{"reg"_L1, reg},       Command{"show"_L1, show},     Command{"set"_L1, set},
+    Command{"calls"_L1, calls}, Command{"remove"_L1, remove}, Command{"faults"_L1, faults}, Command{"fault"_L1, fault},
 };
 
 } // namespace
@@ -179,12 +212,20 @@ constexpr std::array commands = {
 int runInspector(const QStringList& arguments)
 {
     QStringList rest = arguments;
-    if (rest.value(0) == u"--machine" && rest.size() >= 2) {
+    if (rest.value(0) == "--machine"_L1 && rest.size() >= 2) {
         SimulatedPc::setMachineFile(rest[1]);
         rest = rest.sliced(2);
     }
-    const auto command = std::ranges::find_if(commands, [&rest](const Command& c) { return rest.value(0) == c.name; });
-    return command == commands.end() ? showUsage() : command->run(rest.sliced(1));
+    const QString name = rest.isEmpty() ? QString() : rest.takeFirst();
+    // These two have to work on any file.
+    if (name == "where"_L1)
+        return where(rest);
+    if (name == "reset"_L1)
+        return reset(rest);
+    const auto command = std::ranges::find(commands, name, &Command::name);
+    if (command == commands.end())
+        return showUsage();
+    return Store::current() ? command->run(rest) : 1;
 }
 
 } // namespace torvelane::platform::simulated

@@ -1,15 +1,12 @@
-#include "platform/simulated/tools/RegTool.h"
-
 #include "platform/Registry.h"
-#include "platform/simulated/RegistryDeletion.h"
-#include "platform/simulated/RegistryPath.h"
-#include "platform/simulated/RegistryText.h"
+#include "platform/simulated/registry/RegistryDeletion.h"
+#include "platform/simulated/registry/RegistryPath.h"
+#include "platform/simulated/registry/RegistryText.h"
+#include "platform/simulated/tools/Tool.h"
 
 #include <QByteArray>
 
-#include <iostream>
 #include <optional>
-#include <string>
 
 using namespace Qt::StringLiterals;
 
@@ -20,12 +17,9 @@ struct Options {
     QString operation; ///< "ADD"
     KeyName key;
     std::optional<QString> valueName; ///< Empty for the default value (/ve).
-    bool allValues = false;
-    bool recurse = false;
     bool force = false;
     quint32 type = regSz;
     std::optional<QString> data;
-    QString separator = u"\\0"_s;
 };
 
 int failSyntax(const QString& operation, const QString& what, const ToolOutput& output)
@@ -46,6 +40,13 @@ int failWith(Win32Error code, const ToolOutput& output)
     return 1;
 }
 
+/// reg.exe asks without /f, and Torvelane's tools have nobody to answer.
+int failQuestion(const ToolOutput& output)
+{
+    output.error(u"The simulated reg.exe doesn't ask: /f is missing."_s);
+    return 1;
+}
+
 int succeed(const ToolOutput& output)
 {
     output.line(u"The operation completed successfully."_s);
@@ -59,17 +60,12 @@ std::optional<Options> parseOptions(const QString& operation, const KeyName& key
     options.operation = operation;
     options.key = key;
     const bool isAdd = operation == "ADD"_L1;
-    const bool isQuery = operation == "QUERY"_L1;
     while (!rest.isEmpty()) {
         const QString option = rest.takeFirst().toLower();
         if (option == "/ve"_L1) {
             options.valueName = u""_s;
-        } else if (option == "/va"_L1 && operation == "DELETE"_L1) {
-            options.allValues = true;
-        } else if (option == "/f"_L1 && !isQuery) {
+        } else if (option == "/f"_L1 && operation != "QUERY"_L1) {
             options.force = true;
-        } else if (option == "/s"_L1 && isQuery) {
-            options.recurse = true;
         } else if (rest.isEmpty()) {
             return std::nullopt;
         } else if (option == "/v"_L1) {
@@ -81,8 +77,6 @@ std::optional<Options> parseOptions(const QString& operation, const KeyName& key
             options.type = *type;
         } else if (option == "/d"_L1 && isAdd) {
             options.data = rest.takeFirst();
-        } else if (option == "/s"_L1 && isAdd) {
-            options.separator = rest.takeFirst();
         } else {
             return std::nullopt;
         }
@@ -93,20 +87,6 @@ std::optional<Options> parseOptions(const QString& operation, const KeyName& key
 QString shownName(const QString& name)
 {
     return name.isEmpty() ? u"(Default)"_s : name;
-}
-
-bool confirm(const QString& question, const ToolOutput& output)
-{
-    if (output.out) {
-        std::fputs(QString(question % "(Yes/No)? "_L1).toUtf8().constData(), output.out);
-        std::fflush(output.out);
-    }
-    std::string answer;
-    if (std::getline(std::cin, answer) && !answer.empty() && (answer[0] == 'y' || answer[0] == 'Y'))
-        return true;
-    output.line();
-    output.line(u"The operation was canceled by the user."_s);
-    return false;
 }
 
 struct Value {
@@ -133,22 +113,21 @@ void printValue(const QString& name, const Value& value, const ToolOutput& outpu
     output.line(u"    %1    %2    %3"_s.arg(shownName(name), typeName(value.type), dataText(value.type, value.data)));
 }
 
-/// Prints one key's values and goes down into its subkeys if asked to.
-Win32Error printKey(const KeyName& name, bool recurse, const ToolOutput& output)
+/// Prints one key's values and the names of its subkeys.
+Win32Error printKey(const KeyName& name, const ToolOutput& output)
 {
     RegistryKey key;
-    if (const Win32Error code = RegistryKey::open(name.root, name.path, KeyAccess::Read, key);
-        code != Win32Error::Success)
-        return code;
     QStringList values;
     QStringList subkeys;
-    if (const Win32Error code = key.valueNames(values); code != Win32Error::Success)
-        return code;
-    if (const Win32Error code = key.subkeyNames(subkeys); code != Win32Error::Success)
+    Win32Error code = RegistryKey::open(name.root, name.path, KeyAccess::Read, key);
+    if (code == Win32Error::Success)
+        code = key.valueNames(values);
+    if (code == Win32Error::Success)
+        code = key.subkeyNames(subkeys);
+    if (code != Win32Error::Success)
         return code;
 
-    if (!recurse || !values.isEmpty())
-        output.line();
+    output.line();
     if (!values.isEmpty()) {
         output.line(longKeyName(name));
         for (const QString& valueName : values) {
@@ -156,24 +135,17 @@ Win32Error printKey(const KeyName& name, bool recurse, const ToolOutput& output)
             if (value.code == Win32Error::Success)
                 printValue(valueName, value, output);
         }
-        if (!recurse)
-            output.line();
+        output.line();
     }
-    for (const QString& subkey : subkeys) {
-        const KeyName below{name.root, name.path.isEmpty() ? subkey : QString(name.path % u'\\' % subkey)};
-        if (!recurse)
-            output.line(longKeyName(below));
-        // A subkey that denies reading doesn't end the listing.
-        else
-            (void)printKey(below, true, output);
-    }
+    for (const QString& subkey : subkeys)
+        output.line(longKeyName({name.root, name.path % u'\\' % subkey}));
     return Win32Error::Success;
 }
 
 int query(const Options& options, const ToolOutput& output)
 {
     if (!options.valueName) {
-        const Win32Error code = printKey(options.key, options.recurse, output);
+        const Win32Error code = printKey(options.key, output);
         return code == Win32Error::Success ? 0 : failWith(code, output);
     }
 
@@ -198,19 +170,13 @@ int query(const Options& options, const ToolOutput& output)
 int add(const Options& options, const ToolOutput& output)
 {
     const bool setsValue = options.valueName || options.data;
-    const auto data = dataFromText(options.type, options.data.value_or(QString()), options.separator);
+    const auto data = dataFromText(options.type, options.data.value_or(QString()));
     if (setsValue && !data)
         return failSyntax(options.operation, u"Invalid syntax. Specify a valid numeric value for '/d'."_s, output);
+    if (setsValue && !options.force)
+        return failQuestion(output);
 
     const QString name = options.valueName.value_or(QString());
-    if (setsValue && !options.force) {
-        RegistryKey key;
-        if (RegistryKey::open(options.key.root, options.key.path, KeyAccess::Read, key) == Win32Error::Success
-            && readValue(key, name).code == Win32Error::Success
-            && !confirm(u"Value %1 exists, overwrite"_s.arg(shownName(name)), output))
-            return 0;
-    }
-
     RegistryKey key;
     if (const Win32Error code = RegistryKey::create(options.key.root, options.key.path, key);
         code != Win32Error::Success)
@@ -223,24 +189,6 @@ int add(const Options& options, const ToolOutput& output)
     return succeed(output);
 }
 
-Win32Error removeAllValues(const KeyName& name)
-{
-    RegistryKey readable;
-    if (const Win32Error code = RegistryKey::open(name.root, name.path, KeyAccess::Read, readable);
-        code != Win32Error::Success)
-        return code;
-    QStringList values;
-    if (const Win32Error code = readable.valueNames(values); code != Win32Error::Success)
-        return code;
-    RegistryKey key;
-    Win32Error code = RegistryKey::open(name.root, name.path, KeyAccess::SetValue, key);
-    for (const QString& value : values) {
-        if (code == Win32Error::Success)
-            code = key.deleteValue(value);
-    }
-    return code;
-}
-
 Win32Error removeValue(const KeyName& name, const QString& valueName)
 {
     RegistryKey key;
@@ -250,40 +198,33 @@ Win32Error removeValue(const KeyName& name, const QString& valueName)
 
 int remove(const Options& options, const ToolOutput& output)
 {
-    const QString question = options.valueName
-        ? u"Delete the registry value %1"_s.arg(shownName(*options.valueName))
-        : u"Permanently delete the registry key %1"_s.arg(longKeyName(options.key));
-    if (!options.force && !confirm(question, output))
-        return 0;
-
-    Win32Error code = Win32Error::Success;
-    if (options.allValues)
-        code = removeAllValues(options.key);
-    else if (options.valueName)
-        code = removeValue(options.key, *options.valueName);
-    else
-        code = deleteKeyTree(options.key.root, options.key.path);
+    if (!options.force)
+        return failQuestion(output);
+    const Win32Error code = options.valueName ? removeValue(options.key, *options.valueName)
+                                              : deleteKeyTree(options.key.root, options.key.path);
     return code == Win32Error::Success ? succeed(output) : failWith(code, output);
 }
 
 } // namespace
 
-int runReg(const QStringList& arguments, const ToolOutput& output)
+/// reg.exe: `query` of one key or value, `add` and `delete` on the simulated registry, with reg.exe's messages and exit
+/// codes. https://learn.microsoft.com/windows-server/administration/windows-commands/reg
+int runReg(const ToolRun& tool)
 {
-    const QString operation = arguments.value(0).toUpper();
+    const QString operation = tool.arguments.value(0).toUpper();
     const auto run = operation == "QUERY"_L1 ? query
         : operation == "ADD"_L1              ? add
         : operation == "DELETE"_L1           ? remove
                                              : nullptr;
-    if (!run || arguments.size() < 2)
-        return failSyntax(run ? operation : QString(), u"Invalid syntax."_s, output);
-    const auto key = parseKeyName(arguments[1]);
+    if (!run || tool.arguments.size() < 2)
+        return failSyntax(run ? operation : QString(), u"Invalid syntax."_s, tool.output);
+    const auto key = parseKeyName(tool.arguments[1]);
     if (!key)
-        return failSyntax(operation, u"Invalid key name."_s, output);
-    const auto options = parseOptions(operation, *key, arguments.sliced(2));
+        return failSyntax(operation, u"Invalid key name."_s, tool.output);
+    const auto options = parseOptions(operation, *key, tool.arguments.sliced(2));
     if (!options)
-        return failSyntax(operation, u"Invalid syntax."_s, output);
-    return run(*options, output);
+        return failSyntax(operation, u"Invalid syntax."_s, tool.output);
+    return run(*options, tool.output);
 }
 
 } // namespace torvelane::platform::simulated

@@ -1,29 +1,12 @@
-#include "platform/simulated/ToolJournal.h"
-#include "platform/simulated/tools/CommandShell.h"
 #include "platform/simulated/tools/Inspector.h"
-#include "platform/simulated/tools/RegTool.h"
+#include "platform/simulated/tools/Tool.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 
 #include <cstdlib>
-#include <optional>
 
-using namespace Qt::StringLiterals;
 using namespace torvelane::platform::simulated;
-
-namespace {
-
-int runRegTool(const QStringList& arguments)
-{
-    ToolCallRecord record(u"reg.exe"_s, arguments);
-    const std::optional<int> laidDown = record.meetFaults();
-    const int exitCode = laidDown ? *laidDown : runReg(arguments, {});
-    record.finish(exitCode);
-    return exitCode;
-}
-
-} // namespace
 
 /// The simulated PC's tools in one program: the name that it is started by says which one it is.
 int main(int argc, char** argv)
@@ -38,10 +21,6 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
 
-    const QString name = QFileInfo(QString::fromLocal8Bit(argv[0])).fileName();
-    if (name == u"cmd.exe")
-        return runCommandShell(arguments);
-    if (name == u"reg.exe")
-        return runRegTool(arguments);
-    return runInspector(arguments);
+    const Tool* const tool = findTool(QFileInfo(QString::fromLocal8Bit(argv[0])).fileName());
+    return tool ? runTool(*tool, {arguments, {}}) : runInspector(arguments);
 }

@@ -35,13 +35,9 @@ struct KeyName {
 /// "HKEY_LOCAL_MACHINE\SOFTWARE\..." for a key name in any spelling: the form in which Windows' own tools print it.
 [[nodiscard]] QString longKeyName(const KeyName& key);
 
-/// The stored keys that a key name stands for. Aliases are resolved, the letter case is left alone.
-struct StoredPaths {
-    QString first;
-    QString second; ///< Only for HKCR, the merged view: the machine's classes behind the user's.
-};
-
-[[nodiscard]] StoredPaths storedPaths(RootKey root, const QString& path, const QString& userSid);
+/// The one name under which a key is stored: roots HKLM, HKCU and HKU, HKU\<the user's SID> as HKCU, HKCR as the
+/// machine's classes. The letter case is left alone. HKCC isn't simulated; nothing is stored below it.
+[[nodiscard]] QString storedPath(RootKey root, const QString& path, const QString& userSid);
 
 /// Win32Error::Success, or why Windows refuses the path as such.
 [[nodiscard]] Win32Error checkKeyPath(RootKey root, const QString& path);

@@ -1,4 +1,4 @@
-#include "platform/simulated/RegistryText.h"
+#include "platform/simulated/registry/RegistryText.h"
 
 #include "platform/Registry.h"
 

@@ -1,4 +1,4 @@
-#include "platform/simulated/RegistryPath.h"
+#include "platform/simulated/registry/RegistryPath.h"
 
 #include <QStringList>
 
@@ -21,7 +21,6 @@ constexpr std::array rootNames = {
     RootName{RootKey::CurrentUser, u"HKCU", u"HKEY_CURRENT_USER"},
     RootName{RootKey::ClassesRoot, u"HKCR", u"HKEY_CLASSES_ROOT"},
     RootName{RootKey::Users, u"HKU", u"HKEY_USERS"},
-    RootName{RootKey::CurrentConfig, u"HKCC", u"HKEY_CURRENT_CONFIG"},
 };
 
 const RootName& rootName(RootKey root)
@@ -48,28 +47,6 @@ QString joined(QStringView root, const QList<QStringView>& parts, qsizetype from
         path += parts[i];
     }
     return path;
-}
-
-/// The control set is stored under the name that everybody uses, though Windows has the link the other way round.
-QString storedMachinePath(QList<QStringView> parts)
-{
-    if (parts.size() >= 2 && equals(parts[0], u"SYSTEM") && equals(parts[1], u"ControlSet001"))
-        parts[1] = u"CurrentControlSet";
-    return joined(u"HKLM", parts);
-}
-
-QString storedUserPath(const QList<QStringView>& parts, const QString& userSid)
-{
-    if (parts.isEmpty())
-        return u"HKU"_s;
-    if (equals(parts[0], userSid))
-        return joined(u"HKCU", parts, 1);
-    if (equals(parts[0], QString(userSid % "_Classes"_L1)))
-        return joined(u"HKCU\\Software\\Classes", parts, 1);
-    // The profile of the system account and the one of the sign-in screen are the same.
-    if (equals(parts[0], u"S-1-5-18"))
-        return joined(u"HKU\\.DEFAULT", parts, 1);
-    return joined(u"HKU", parts);
 }
 
 } // namespace
@@ -114,20 +91,20 @@ QString longKeyName(const KeyName& key)
     return joined(rootName(key.root).longName, components(key.path));
 }
 
-StoredPaths storedPaths(RootKey root, const QString& path, const QString& userSid)
+QString storedPath(RootKey root, const QString& path, const QString& userSid)
 {
     const QList<QStringView> parts = components(path);
     switch (root) {
     case RootKey::LocalMachine:
-        return {storedMachinePath(parts), {}};
+        return joined(u"HKLM", parts);
     case RootKey::CurrentUser:
-        return {joined(u"HKCU", parts), {}};
+        return joined(u"HKCU", parts);
     case RootKey::Users:
-        return {storedUserPath(parts, userSid), {}};
-    case RootKey::CurrentConfig:
-        return {joined(u"HKLM\\SYSTEM\\CurrentControlSet\\Hardware Profiles\\Current", parts), {}};
+        return !parts.isEmpty() && equals(parts[0], userSid) ? joined(u"HKCU", parts, 1) : joined(u"HKU", parts);
     case RootKey::ClassesRoot:
-        return {joined(u"HKCU\\Software\\Classes", parts), joined(u"HKLM\\SOFTWARE\\Classes", parts)};
+        return joined(u"HKLM\\SOFTWARE\\Classes", parts);
+    case RootKey::CurrentConfig:
+        return joined(u"HKCC", parts);
     }
     Q_UNREACHABLE();
 }

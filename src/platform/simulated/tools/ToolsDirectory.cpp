@@ -1,4 +1,4 @@
-#include "platform/simulated/ToolsDirectory.h"
+#include "platform/simulated/tools/ToolsDirectory.h"
 
 #include <QFileInfo>
 
