@@ -29,7 +29,6 @@ ALLOWED = {
     "src/platform/simulated/SimulatedPc.h": "the control of the simulated PC, for tests and benchmarks",
     "assemble": "of the Windows kit: copies, one after the other; each change of the recipe builds the kit anew",
     "closeLogging": "a test closes the log before it takes the directory away",
-    "desktopAnnouncements": "the control of the simulated desktop, for tests",
     "enforcementFile": "Paths names all files of the program; the licence layer has this one",
     "isCurrentlyApplied": "the engine trusts state.db; a test compares the system with what a tweak wants",
     "loginWindow": "the window that tests use as a person would",

@@ -1,30 +1,15 @@
 #include "platform/DesktopChange.h"
 
-#include "platform/simulated/DesktopAnnouncements.h"
-
-#include <atomic>
+#include "platform/simulated/calls/Calls.h"
 
 namespace torvelane::platform {
 
-namespace {
-
-std::atomic<int>& counter(DesktopChange change)
-{
-    static std::atomic<int> colors = 0;
-    static std::atomic<int> icons = 0;
-    return change == DesktopChange::Colors ? colors : icons;
-}
-
-} // namespace
+using namespace simulated;
 
 void announceDesktopChange(DesktopChange change)
 {
-    ++counter(change);
-}
-
-int simulated::desktopAnnouncements(DesktopChange change)
-{
-    return counter(change);
+    const QString what = change == DesktopChange::Colors ? QStringLiteral("colors") : QStringLiteral("icons");
+    std::ignore = Calls::run({QStringLiteral("desktop.announce"), {what}}, [](QJsonObject&) { return 0; });
 }
 
 } // namespace torvelane::platform

@@ -1,28 +1,44 @@
 #include "tweaks/DesktopWatch.h"
 
-#include "platform/simulated/DesktopAnnouncements.h"
+#include "platform/simulated/SimulatedPc.h"
+
+#include <algorithm>
 
 namespace torvelane::test {
 
-using platform::DesktopChange;
-using platform::simulated::desktopAnnouncements;
+namespace {
 
-DesktopWatch::DesktopWatch()
-    : m_colors(desktopAnnouncements(DesktopChange::Colors))
-    , m_icons(desktopAnnouncements(DesktopChange::Icons))
+int announced(const QString& what)
 {
+    const QList<platform::CallRecord> calls = platform::SimulatedPc::calls(QStringLiteral("desktop.announce"));
+    return static_cast<int>(std::ranges::count(
+        calls, QStringList(what), [](const platform::CallRecord& record) { return record.call.arguments; }));
 }
+
+int colorsAnnounced()
+{
+    return announced(QStringLiteral("colors"));
+}
+
+int iconsAnnounced()
+{
+    return announced(QStringLiteral("icons"));
+}
+
+} // namespace
+
+DesktopWatch::DesktopWatch() : m_colors(colorsAnnounced()), m_icons(iconsAnnounced()) { }
 
 DesktopWatch::~DesktopWatch() = default;
 
 int DesktopWatch::colors() const
 {
-    return desktopAnnouncements(DesktopChange::Colors) - m_colors;
+    return colorsAnnounced() - m_colors;
 }
 
 std::optional<int> DesktopWatch::icons() const
 {
-    return desktopAnnouncements(DesktopChange::Icons) - m_icons;
+    return iconsAnnounced() - m_icons;
 }
 
 } // namespace torvelane::test

@@ -48,11 +48,10 @@ void del(Shell& shell, const Command& command)
 void start(Shell& shell, const Command& command)
 {
     const bool isKnown = command.words.sliced(1) == QStringList{u"explorer.exe"_s};
-    if (isKnown)
-        Calls::Running({u"processes.start"_s, command.words.sliced(1)}).finish(0);
-    else
+    if (!isKnown)
         command.output.error(u"The system cannot find the file %1."_s.arg(command.words.value(1)));
     shell.errorLevel = isKnown ? 0 : notFound;
+    Calls::Running({u"processes.start"_s, command.words.sliced(1)}).finish(shell.errorLevel);
 }
 
 struct BuiltIn {
@@ -82,6 +81,8 @@ void runCommand(Shell& shell, const QString& text)
         shell.errorLevel = runTool(*tool, {command.words.sliced(1), command.output});
         return;
     }
+    // Recorded too: a command behind it on the line hides the exit code.
+    Calls::Running({u"tools.unknown"_s, command.words}).finish(notFound);
     command.output.error(u"'%1' is not recognized as an internal or external command,"_s.arg(name));
     command.output.error(u"operable program or batch file."_s);
     shell.errorLevel = notFound;
