@@ -53,6 +53,11 @@ QString logFile()
     return QDir(dataDir()).filePath(QStringLiteral("torvelane.log"));
 }
 
+QString lockFile()
+{
+    return QDir(dataDir()).filePath(QStringLiteral("torvelane.lock"));
+}
+
 QString tokenFile()
 {
     return QDir(dataDir()).filePath(QStringLiteral("token.bin"));

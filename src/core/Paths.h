@@ -15,6 +15,7 @@ namespace torvelane::Paths {
 [[nodiscard]] QString configFile();      ///< config.json, per user
 [[nodiscard]] QString stateDb();         ///< state.db, per user; SQLite keeps -wal and -shm beside it
 [[nodiscard]] QString logFile();         ///< torvelane.log, per user
+[[nodiscard]] QString lockFile();        ///< torvelane.lock, per user; empty: see system/MachineLock
 [[nodiscard]] QString tokenFile();       ///< token.bin, per user; enciphered
 [[nodiscard]] QString enforcementFile(); ///< enforcement.dat, machine
 

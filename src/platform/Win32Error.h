@@ -13,6 +13,7 @@ enum class Win32Error : quint32 {
     AccessDenied = 5,
     InvalidHandle = 6,
     WriteFault = 29,
+    LockViolation = 33, ///< Another process has locked that part of the file.
     InvalidParameter = 87,
     BadPathname = 161,
     MoreData = 234, ///< The buffer is too small.

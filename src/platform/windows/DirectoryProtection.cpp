@@ -1,6 +1,8 @@
 #include "platform/DirectoryProtection.h"
 
 #include "platform/Elevation.h"
+#include "platform/LockFile.h"
+#include "platform/windows/AccessRights.h"
 #include "platform/windows/Owners.h"
 
 #include <QDir>
@@ -81,10 +83,13 @@ bool applyDescriptor(const QString& path, const QString& sddl)
 // Owner: Administrators, for an owner may change the access list whatever it says. Full access for the system and
 // administrators, reading and entering for the user, nothing from the parent (P), and the same for what will be made
 // inside a directory (OICI).
-QString descriptorText(const QString& user, bool directory)
+QString descriptorText(const QString& user, const QFileInfo& entry)
 {
+    // Whoever may read a lock file can lock it, and keep this program waiting.
+    if (!entry.isDir() && entry.fileName().endsWith(lockFileSuffix, Qt::CaseInsensitive))
+        return administratorsOnly;
     return QStringLiteral("O:BAD:P(A;%1;FA;;;SY)(A;%1;FA;;;BA)(A;%1;FRFX;;;%2)")
-        .arg(directory ? QStringLiteral("OICI") : QString(), user);
+        .arg(entry.isDir() ? QStringLiteral("OICI") : QString(), user);
 }
 
 // What was put into the directory before, which would otherwise keep its owner and its own rights. A directory is
@@ -96,7 +101,7 @@ bool protectEntries(const QString& directory, const QString& user)
         QDir(directory).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     for (const QFileInfo& entry : entries) {
         const QString path = entry.filePath();
-        const bool itself = applyDescriptor(path, descriptorText(user, entry.isDir()));
+        const bool itself = applyDescriptor(path, descriptorText(user, entry));
         all = itself && (!entry.isDir() || protectEntries(path, user)) && all;
     }
     return all;
@@ -131,7 +136,7 @@ bool protectDirectory(const QString& path)
 {
     const QString user = currentUserId();
     const RestorePrivilege privilege;
-    return !user.isEmpty() && applyDescriptor(path, descriptorText(user, true));
+    return !user.isEmpty() && applyDescriptor(path, descriptorText(user, QFileInfo(path)));
 }
 
 bool protectContents(const QString& path)
