@@ -6,6 +6,7 @@
 #include "Pair.h"
 #include "core/Log.h"
 #include "core/Paths.h"
+#include "platform/SharedLogFile.h"
 #include "platform/simulated/SimulatedPc.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TweakCatalog.h"
@@ -44,7 +45,7 @@ public:
         require(m_dir.isValid());
         platform::SimulatedPc::setMachineFile(m_dir.filePath(QStringLiteral("machine.db")));
         Paths::setDataDirOverride(m_dir.path());
-        initLogging(LogLevel::Info);
+        initLogging(LogLevel::Info, platform::openSharedLogFile);
         require(m_store.open(Paths::stateDb()) && m_catalog.load(QStringLiteral(":/tweaks.json")));
         const QList<TweakDefinition> definitions = m_catalog.definitions();
         for (const TweakDefinition& definition : definitions) {

@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Paths.h"
+#include "platform/SharedLogFile.h"
 #include "platform/simulated/SimulatedPc.h"
 
 #include <QCoreApplication>
@@ -25,7 +26,7 @@ void prepareMachine()
     platform::SimulatedPc::setMachineFile(dir.filePath(QStringLiteral("machine.db")));
     Paths::setDataDirOverride(dir.path());
     constexpr auto aboveAll = static_cast<LogLevel>(static_cast<int>(LogLevel::Error) + 1);
-    initLogging(aboveAll);
+    initLogging(aboveAll, platform::openSharedLogFile);
 }
 
 void replaceContent(const QString& path, const QByteArray& content)

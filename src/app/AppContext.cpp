@@ -5,6 +5,7 @@
 #include "account/TierWatcher.h"
 #include "core/Log.h"
 #include "core/Paths.h"
+#include "platform/SharedLogFile.h"
 #include "tweaks/TweakEngine.h"
 
 namespace torvelane {
@@ -32,7 +33,7 @@ bool AppContext::init()
 {
     if (!dataDirectory.prepare())
         return false;
-    initLogging(LogLevel::Info);
+    initLogging(LogLevel::Info, platform::openSharedLogFile);
     logMessage(LogLevel::Info, category, QStringLiteral("Torvelane starting"));
     dataDirectory.report();
     load();

@@ -3,10 +3,8 @@
 #include "core/Paths.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QMutex>
 #include <QMutexLocker>
-#include <QTextStream>
 
 #include <cstdio>
 
@@ -14,24 +12,11 @@ namespace torvelane {
 
 namespace {
 
-constexpr QIODevice::OpenMode fileMode = QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text;
-
 struct LogState {
     QMutex mutex;
     LogLevel minimum = LogLevel::Info;
     bool openTried = false;
-    QFile file;
-
-    /// Keeps one old generation. After a failed open the file stays closed and lines go to standard error only.
-    void rotate()
-    {
-        file.close();
-        const QString path = file.fileName();
-        const QString oldPath = path + QStringLiteral(".1");
-        QFile::remove(oldPath);
-        QFile::rename(path, oldPath);
-        [[maybe_unused]] const bool opened = file.open(fileMode);
-    }
+    std::unique_ptr<LogFile> file; ///< Null if it couldn't be opened: lines then go to standard error only.
 };
 
 LogState& state()
@@ -78,7 +63,7 @@ QString oneLine(const QString& message)
 
 } // namespace
 
-void initLogging(LogLevel minimum)
+void initLogging(LogLevel minimum, LogFileOpener open)
 {
     LogState& log = state();
     const QMutexLocker locker(&log.mutex);
@@ -86,8 +71,7 @@ void initLogging(LogLevel minimum)
     if (log.openTried)
         return;
     log.openTried = true;
-    log.file.setFileName(Paths::logFile());
-    [[maybe_unused]] const bool opened = log.file.open(fileMode);
+    log.file = open(Paths::logFile(), logRotationSizeBytes);
 }
 
 void logMessage(LogLevel level, const QString& category, const QString& message)
@@ -100,26 +84,19 @@ void logMessage(LogLevel level, const QString& category, const QString& message)
     const QString line = QStringLiteral("%1 [%2] %3: %4")
                              .arg(QDateTime::currentDateTime().toString(Qt::ISODateWithMs), levelText(level), category,
                                   oneLine(message));
-    const QByteArray bytes = line.toUtf8() + '\n';
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
+    const QByteArray bytes = line.toUtf8();
+    const QByteArray whole = bytes + '\n';
+    std::fwrite(whole.constData(), 1, static_cast<std::size_t>(whole.size()), stderr);
     std::fflush(stderr);
-
-    if (log.file.isOpen() && log.file.size() >= logRotationSizeBytes)
-        log.rotate();
-    if (log.file.isOpen()) {
-        QTextStream stream(&log.file);
-        stream.setEncoding(QStringConverter::Utf8);
-        stream << line << QLatin1Char('\n');
-        stream.flush();
-        log.file.flush();
-    }
+    if (log.file)
+        log.file->append(bytes);
 }
 
 void closeLogging()
 {
     LogState& log = state();
     const QMutexLocker locker(&log.mutex);
-    log.file.close();
+    log.file.reset();
     log.openTried = false;
     log.minimum = LogLevel::Info;
 }

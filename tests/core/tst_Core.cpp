@@ -1,12 +1,17 @@
 #include "core/AppConfig.h"
 #include "core/Log.h"
 #include "core/Paths.h"
+#include "platform/SharedLogFile.h"
 #include "support/LogCapture.h"
 #include "support/TestMachine.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QProcess>
 #include <QTest>
 
+#include <array>
+#include <cstdio>
 #include <thread>
 #include <vector>
 
@@ -14,6 +19,10 @@ using namespace Qt::StringLiterals;
 using namespace torvelane;
 
 namespace {
+
+const QString childOption = u"--log"_s;
+constexpr int processCount = 6;
+constexpr int threadCount = 2;
 
 QString content(const QString& suffix = {})
 {
@@ -26,15 +35,62 @@ void log(const QString& message, LogLevel level = LogLevel::Info)
     logMessage(level, u"app"_s, message);
 }
 
+/// Adds a line that brings the log to this size.
+void fillLogTo(qint64 sizeBytes)
+{
+    QFile file(Paths::logFile());
+    const bool opened = file.open(QIODevice::Append);
+    const qint64 missingBytes = sizeBytes - file.size();
+    if (!opened || file.write(QByteArray(missingBytes - 1, '.') + '\n') != missingBytes)
+        qFatal("The log could not be prepared");
+}
+
 /// Starts over on a log with one line of this size in it.
 void startLogOf(qint64 sizeBytes)
 {
     closeLogging();
-    QFile file(Paths::logFile());
-    if (!file.open(QIODevice::WriteOnly) || file.write(QByteArray(sizeBytes - 1, '.') + '\n') != sizeBytes)
-        qFatal("The log could not be prepared");
-    file.close();
-    initLogging(LogLevel::Debug);
+    QFile::remove(Paths::logFile());
+    fillLogTo(sizeBytes);
+    initLogging(LogLevel::Debug, platform::openSharedLogFile);
+}
+
+/// What one thread logs: short lines, and some that are longer than a write of a buffered stream.
+QStringList linesOfThread(const QString& name)
+{
+    QStringList lines;
+    for (int i = 0; i < 30; ++i)
+        lines.append(u"%1 %2 %3"_s.arg(name).arg(i).arg(QString(i % 4 * 1500, u'x')));
+    return lines;
+}
+
+/// The messages that begin like this; a line that is damaged comes out as no message, or as another one.
+QStringList messages(const QString& logContent, const QString& prefix)
+{
+    QStringList found;
+    const QStringList lines = logContent.split(u'\n', Qt::SkipEmptyParts);
+    for (const QString& line : lines) {
+        const QString message = line.section(u" [INFO] app: "_s, 1);
+        if (message.startsWith(prefix))
+            found.append(message);
+    }
+    return found;
+}
+
+/// Logs from several threads, when the parent says so.
+int runChild(const QStringList& arguments)
+{
+    Paths::setDataDirOverride(arguments.at(2));
+    initLogging(LogLevel::Info, platform::openSharedLogFile);
+    std::puts("ready");
+    std::fflush(stdout);
+    std::ignore = std::fgetc(stdin);
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < threadCount; ++t) {
+        threads.emplace_back([own = linesOfThread(arguments.at(3) + QString::number(arguments.at(4).toInt() + t))] {
+            std::ranges::for_each(own, [](const QString& line) { log(line); });
+        });
+    }
+    return 0;
 }
 
 QString shown(const AppConfig& config)
@@ -65,7 +121,7 @@ private Q_SLOTS:
         closeLogging();
         const test::LogCapture capture;
         for (const LogLevel minimum : {LogLevel::Info, LogLevel::Error}) {
-            initLogging(minimum);
+            initLogging(minimum, platform::openSharedLogFile);
             log(u"too little"_s, LogLevel::Debug);
             log(u"%1 %2 100%"_s);
             log(u"a\r\n2026 [ERROR] b\n"_s, LogLevel::Warn);
@@ -93,30 +149,39 @@ private Q_SLOTS:
         }
     }
 
-    void manyThreadsAcrossARotation()
+    /// Twice: the second time the file to be replaced is one that this process, which says nothing, still has open.
+    void manyProcessesAcrossARotation()
     {
-        constexpr int threadCount = 8;
-        constexpr int lineCount = 150;
-        startLogOf(logRotationSizeBytes - 40 * threadCount * lineCount / 2);
-        QStringList expected;
-        {
-            std::vector<std::jthread> threads;
-            for (int t = 0; t < threadCount; ++t) {
-                QStringList own;
-                for (int i = 0; i < lineCount; ++i)
-                    own.append(u"thread %1 line %2"_s.arg(t).arg(i));
-                expected += own;
-                threads.emplace_back([own] { std::ranges::for_each(own, [](const QString& line) { log(line); }); });
+        startLogOf(1);
+        for (const QString& round : {u"first "_s, u"second "_s}) {
+            QStringList expected;
+            for (int i = 0; i < processCount * threadCount; ++i)
+                expected += linesOfThread(round + QString::number(i));
+            fillLogTo(logRotationSizeBytes - expected.join(u'\n').size() / 2);
+            std::array<QProcess, processCount> children;
+            for (std::size_t i = 0; i < processCount; ++i) {
+                children[i].setStandardErrorFile(QProcess::nullDevice());
+                children[i].start(QCoreApplication::applicationFilePath(),
+                                  {childOption, Paths::dataDir(), round, QString::number(i * threadCount)});
             }
+            for (QProcess& child : children)
+                QVERIFY(child.waitForReadyRead());
+            for (QProcess& child : children)
+                child.write("go\n");
+            for (QProcess& child : children)
+                QVERIFY(child.waitForFinished());
+            const QStringList old = messages(content(u".1"_s), round);
+            const QStringList current = messages(content(), round);
+            QVERIFY(!old.isEmpty());
+            QVERIFY(!current.isEmpty());
+            QStringList lines = old + current;
+            lines.sort();
+            expected.sort();
+            QCOMPARE(lines, expected);
         }
-        QStringList lines = content(u".1"_s).split(u'\n', Qt::SkipEmptyParts).sliced(1);
-        QVERIFY(!lines.isEmpty() && !content().isEmpty());
-        lines += content().split(u'\n', Qt::SkipEmptyParts);
-        for (QString& line : lines)
-            line = line.section(u" [INFO] app: "_s, 1);
-        lines.sort();
-        expected.sort();
-        QCOMPARE(lines, expected);
+        closeLogging();
+        QCOMPARE(QDir(Paths::dataDir()).entryList({u"torvelane.log*"_s}, QDir::Files),
+                 QStringList({u"torvelane.log"_s, u"torvelane.log.1"_s}));
     }
 
     /// Something else than the defaults stands everywhere before, so that a load has to set every field.
@@ -169,5 +234,13 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_Core)
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    if (const QStringList arguments = QCoreApplication::arguments(); arguments.value(1) == childOption)
+        return runChild(arguments);
+    tst_Core suite;
+    return QTest::qExec(&suite, argc, argv);
+}
+
 #include "tst_Core.moc"

@@ -1,6 +1,7 @@
 #include "support/TestMachine.h"
 
 #include "core/Log.h"
+#include "platform/SharedLogFile.h"
 
 #include <QSet>
 
@@ -28,7 +29,7 @@ TestMachine::TestMachine()
     Paths::setDataDirOverride(m_dir.filePath(QStringLiteral("config/Torvelane")));
     if (!Paths::ensureDataDir())
         qFatal("The data directory could not be made");
-    initLogging(LogLevel::Debug);
+    initLogging(LogLevel::Debug, platform::openSharedLogFile);
 }
 
 TestMachine::~TestMachine()
