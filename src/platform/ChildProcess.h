@@ -6,10 +6,11 @@
 
 namespace torvelane::platform {
 
-/// How long a child may take.
+/// How long a child may take, and how much of what it says is kept.
 struct ChildProcessLimits {
     int startTimeoutMs = 5000;
     int finishTimeoutMs = 30000;
+    qsizetype outputLimitBytes = 1024 * 1024;
 };
 
 /// What became of a child.
@@ -23,7 +24,8 @@ struct ChildProcessResult {
 
     Outcome outcome = Outcome::NotStarted;
     int exitCode = -1;
-    QByteArray output; ///< Standard output and standard error, merged as they came.
+    QByteArray output;        ///< Standard output and standard error, merged as they came, up to the limit.
+    bool outputIsCut = false; ///< There was more, which is dropped.
 };
 
 /// The one way to run an external tool. Blocks the calling thread up to both limits together, so it never runs on the

@@ -9,8 +9,8 @@ namespace torvelane::platform {
 /// Keeps hold of a child process and of everything that it starts: a job object on Windows, a process group on the
 /// simulated PC. Order: prepare before the start, adopt after it, then either release or destroy.
 ///
-/// While the tree is held, the end of this process, even by a crash, ends the children too. One tree a child; it lives
-/// on the thread of its QProcess.
+/// While the tree is held, the end of this process, even by a crash, ends the children too. Where the machine can't make
+/// a tree, at least the child itself is ended by killAll. One tree a child; it lives on the thread of its QProcess.
 class ProcessTree {
 public:
     ProcessTree();

@@ -1,6 +1,8 @@
 #include "platform/ChildProcess.h"
+#include "platform/ProcessTree.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -39,6 +41,23 @@ bool isSilent(const QString& folder)
     return before < maximumBeats && beatsIn(folder) == before;
 }
 
+QElapsedTimer started()
+{
+    QElapsedTimer timer;
+    timer.start();
+    return timer;
+}
+
+/// The most that this process has had so far; 0 where the system doesn't say.
+qint64 peakMemoryKiB()
+{
+    QFile file(u"/proc/self/status"_s);
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    const QString status = QString::fromLatin1(file.readAll());
+    return status.section(u"VmHWM:"_s, 1).section(u"kB"_s, 0, 0).trimmed().toLongLong();
+}
+
 /// What this program does when a test starts it as a child.
 int play(const QString& role, const QString& folder)
 {
@@ -51,6 +70,11 @@ int play(const QString& role, const QString& folder)
         std::fflush(stderr);
         std::fputs(QByteArray(muchOutput, 'x').constData(), stdout);
         return atEnd ? 7 : 1;
+    }
+    if (role == u"--shout") { // never stops by itself
+        const QByteArray block(65536, 'x');
+        while (std::fwrite(block.constData(), 1, 65536, stdout) == 65536) { }
+        return 0;
     }
     if (role == u"--beat") { // lets a file grow while its folder is there
         QFile file(folder + u"/beat"_s);
@@ -90,6 +114,32 @@ private Q_SLOTS:
         QCOMPARE(result.exitCode, 7);
         QCOMPARE(result.output, "first second " + QByteArray(muchOutput, 'x'));
         QCOMPARE(runChildProcess({u"/nowhere/tool.exe"_s, {}, {}}).outcome, Outcome::NotStarted);
+    }
+
+    void muchOutputIsCutAndTheLimitOfTimeHolds()
+    {
+        const qint64 before = peakMemoryKiB();
+        const QElapsedTimer timer = started();
+        const ChildProcessResult result = runSelf(u"--shout"_s, {}, 1000);
+        QCOMPARE(result.outcome, Outcome::TimedOut);
+        QCOMPARE_LT(timer.elapsed(), 10000);
+        QCOMPARE(result.output.size(), ChildProcessLimits().outputLimitBytes);
+        QVERIFY(result.outputIsCut);
+        QCOMPARE_LT(peakMemoryKiB() - before, 32 * 1024);
+    }
+
+    /// As when the system can't make a job: what the child has started is beyond reach then, the child isn't.
+    void aChildWithoutATreeIsEnded()
+    {
+        const QTemporaryDir dir;
+        QProcess child;
+        ProcessTree tree;
+        child.start(QCoreApplication::applicationFilePath(), {u"--beat"_s, dir.path()});
+        QVERIFY(child.waitForStarted());
+        tree.adopt(child);
+        QTRY_VERIFY(beatsIn(dir.path()) > 0);
+        tree.killAll();
+        QVERIFY(child.waitForFinished(3000));
     }
 
     void timeoutEndsDescendants()

@@ -136,8 +136,9 @@ void ProcessTree::killAll()
 {
     // The number of a group stays taken as long as it has members, even after its leader's end. Without members, it
     // could in theory have gone to another group; the kernel hands numbers out in turn, so not within a tool's time.
-    if (d->group > 0)
-        ::kill(-d->group, SIGKILL);
+    // A child that wasn't prepared leads no group.
+    if (d->group > 0 && ::kill(-d->group, SIGKILL) != 0)
+        ::kill(d->group, SIGKILL);
     d->group = -1;
 }
 

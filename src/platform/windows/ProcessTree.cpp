@@ -44,10 +44,10 @@ public:
     JobStartupInfo(const JobStartupInfo&) = delete;
     JobStartupInfo& operator=(const JobStartupInfo&) = delete;
 
+    [[nodiscard]] bool isUsable() const { return m_usable; }
+
     void putInto(QProcess::CreateProcessArguments& arguments)
     {
-        if (!m_usable)
-            return;
         m_info.StartupInfo = *arguments.startupInfo;
         m_info.StartupInfo.cb = sizeof(m_info);
         arguments.startupInfo = &m_info.StartupInfo;
@@ -64,20 +64,28 @@ private:
 } // namespace
 
 struct ProcessTree::Private {
-    OwnedHandle job; ///< Its last handle: closing it ends what is in it, until release.
+    OwnedHandle job;   ///< Its last handle: closing it ends what is in it, until release.
+    OwnedHandle child; ///< For ending it alone, where there is no job.
     std::unique_ptr<JobStartupInfo> startupInfo;
 };
 
 ProcessTree::ProcessTree() : d(std::make_unique<Private>()) { }
 
-ProcessTree::~ProcessTree() = default;
+ProcessTree::~ProcessTree()
+{
+    killAll();
+}
 
 void ProcessTree::prepare(QProcess& process)
 {
     d->job.reset(CreateJobObjectW(nullptr, nullptr));
-    if (!d->job || !setJobLimits(d->job.get(), JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE))
+    if (d->job && setJobLimits(d->job.get(), JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE))
+        d->startupInfo = std::make_unique<JobStartupInfo>(d->job.get());
+    if (!d->startupInfo || !d->startupInfo->isUsable()) {
+        d->startupInfo.reset();
+        d->job.reset();
         return;
-    d->startupInfo = std::make_unique<JobStartupInfo>(d->job.get());
+    }
     process.setCreateProcessArgumentsModifier(
         [info = d->startupInfo.get()](QProcess::CreateProcessArguments* arguments) { info->putInto(*arguments); });
 }
@@ -87,12 +95,16 @@ void ProcessTree::adopt(QProcess& process)
     // The start is over, and startupInfo needn't live as long as the process object.
     process.setCreateProcessArgumentsModifier({});
     d->startupInfo.reset();
+    if (!d->job)
+        d->child.reset(OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(process.processId())));
 }
 
 void ProcessTree::killAll()
 {
     if (d->job)
         TerminateJobObject(d->job.get(), 1);
+    if (d->child)
+        TerminateProcess(d->child.get(), 1);
 }
 
 int ProcessTree::exitCode(const QProcess& process) const
@@ -102,6 +114,7 @@ int ProcessTree::exitCode(const QProcess& process) const
 
 void ProcessTree::release()
 {
+    d->child.reset();
     if (!d->job)
         return;
     // What lives on stays in the job. A restarted shell must be free to start programs outside it, as it could before.
