@@ -138,8 +138,11 @@ int revert(AppContext& context, const QStringList& arguments)
 
 int restoreAll(AppContext& context, const QStringList&)
 {
-    context.engine->revertAll(true);
-    cliOut() << "Restored everything.\n";
+    QString error;
+    if (context.engine->revertAll(true, &error))
+        cliOut() << "Restored everything.\n";
+    else
+        cliOut() << "Restore failed: " << error << '\n';
     return exitOk;
 }
 

@@ -101,6 +101,16 @@ Match matchesDesired(const RegistryOperation& operation)
     }
 }
 
+/// Whether a captured value can be put back: no value, or one of a kind that this version writes.
+bool isKindKnown(const QJsonObject& entry)
+{
+    const RegistryValue value = valueFromJson(entry);
+    if (value.kind != RegistryValueKind::None)
+        return true;
+    const QString name = entry.value(QStringLiteral("valueType")).toString();
+    return !value.exists && (name.isEmpty() || name == valueKindName(RegistryValueKind::None));
+}
+
 bool writeDesired(const RegistryOperation& operation)
 {
     switch (operation.kind) {
@@ -206,6 +216,11 @@ TweakResult RegistryTweak::revertCapture(const QJsonObject& capture, const QSet<
             logMessage(
                 LogLevel::Warn, category,
                 QStringLiteral("Rejected out-of-catalog registry restore: %1").arg(valueLocation(hive, path, name)));
+            continue;
+        }
+        // A kind of a later version must not pass for no value, which would be deleted.
+        if (!isKindKnown(entry)) {
+            failures.append(path + QLatin1Char('\\') + name);
             continue;
         }
         news.valueChanged(hive, path);

@@ -24,16 +24,22 @@ const QString createStateTable =
 const QString createSelectionTable =
     QStringLiteral("CREATE TABLE IF NOT EXISTS tweak_selection ( tweak_id TEXT PRIMARY KEY, selected_at INTEGER)");
 const QString upsertState =
-    QStringLiteral("INSERT INTO tweak_state(tweak_id, required_tier, capture, state, applied_at, updated_at) "
-                   "VALUES(?,?,?,?,?,?) ON CONFLICT(tweak_id) DO UPDATE SET  required_tier=excluded.required_tier,  "
+    QStringLiteral("INSERT INTO tweak_state(tweak_id, required_tier, capture, state, applied_at, updated_at, "
+                   "apply_sequence) "
+                   "VALUES(?,?,?,?,?,?,(SELECT COALESCE(MAX(apply_sequence), 0) + 1 FROM tweak_state)) ON "
+                   "CONFLICT(tweak_id) DO UPDATE SET  required_tier=excluded.required_tier,  "
                    "capture=excluded.capture,  state=excluded.state,  applied_at=excluded.applied_at,  "
-                   "updated_at=excluded.updated_at");
+                   "updated_at=excluded.updated_at,  apply_sequence=excluded.apply_sequence");
 const QString updateState = QStringLiteral("UPDATE tweak_state SET state=?, updated_at=? WHERE tweak_id=?");
-const QString selectById =
-    QStringLiteral("SELECT tweak_id, required_tier, capture, state, applied_at FROM tweak_state WHERE tweak_id=?");
+const QString addSequenceColumn = QStringLiteral("ALTER TABLE tweak_state ADD COLUMN apply_sequence INTEGER");
+const QString selectSequence = QStringLiteral("SELECT apply_sequence FROM tweak_state LIMIT 0");
+const QString selectRecords =
+    QStringLiteral("SELECT tweak_id, required_tier, capture, state, applied_at, apply_sequence FROM tweak_state ");
+const QString selectById = selectRecords + QStringLiteral("WHERE tweak_id=?");
+const QString selectByState = selectRecords + QStringLiteral("WHERE state=?");
+const QString selectByUnknownState =
+    selectRecords + QStringLiteral("WHERE state NOT IN ('capturing', 'applied', 'reverting', 'reverted')");
 const QString selectIdsByState = QStringLiteral("SELECT tweak_id FROM tweak_state WHERE state=?");
-const QString selectByState =
-    QStringLiteral("SELECT tweak_id, required_tier, capture, state, applied_at FROM tweak_state WHERE state=?");
 
 /// Indexed by the state's number.
 constexpr std::array stateNames{QLatin1String("capturing"), QLatin1String("applied"), QLatin1String("reverting"),
@@ -51,7 +57,7 @@ TweakState stateFromString(const QString& name)
         if (name == stateNames[i])
             return static_cast<TweakState>(i);
     }
-    return TweakState::Reverted;
+    return TweakState::Unknown;
 }
 
 qint64 nowMs()
@@ -70,16 +76,39 @@ std::weak_ptr<const void> currentThreadToken()
     return token;
 }
 
-QSqlQuery selectQuery(const QSqlDatabase& database, const QString& sql, const QString& value)
+thread_local bool lastWasBusy = false;
+
+/// Takes note of how an operation ended; whether it failed, which is logged then.
+bool hasFailed(const char* operation, const QSqlQuery& query)
 {
+    const QSqlError error = query.lastError();
+    // The low byte of what SQLite says in more detail: https://www.sqlite.org/rescode.html#busy
+    constexpr int busy = 5;
+    lastWasBusy = error.isValid() && (error.nativeErrorCode().toInt() & 0xff) == busy;
+    if (error.isValid())
+        logError(QLatin1String(operation) + QStringLiteral(" failed: ") + error.text());
+    return error.isValid();
+}
+
+QSqlQuery selectQuery(const QSqlDatabase& database, const QString& sql, const QVariantList& values)
+{
+    lastWasBusy = false;
     QSqlQuery query(database);
     query.setForwardOnly(true);
     // Executing what couldn't be prepared would replace the reason by one of Qt's own.
     if (query.prepare(sql)) {
-        query.addBindValue(value);
+        for (const QVariant& value : values)
+            query.addBindValue(value);
         query.exec();
     }
     return query;
+}
+
+/// Qt's reader drops a U+FEFF that begins a text, unless it is escaped. The writer doesn't escape it.
+QJsonObject captureFromText(QString text)
+{
+    text.replace(QChar(QChar::ByteOrderMark), QStringLiteral("\\ufeff"));
+    return QJsonDocument::fromJson(text.toUtf8()).object();
 }
 
 TweakRecord recordFrom(const QSqlQuery& query)
@@ -87,11 +116,12 @@ TweakRecord recordFrom(const QSqlQuery& query)
     TweakRecord record;
     record.id = query.value(0).toString();
     record.requiredTier = tierFromString(query.value(1).toString());
-    record.capture = QJsonDocument::fromJson(query.value(2).toString().toUtf8()).object();
+    record.capture = captureFromText(query.value(2).toString());
     record.state = stateFromString(query.value(3).toString());
     const qint64 appliedAtMs = query.value(4).toLongLong();
     if (appliedAtMs > 0)
         record.appliedAt = QDateTime::fromMSecsSinceEpoch(appliedAtMs);
+    record.sequence = query.value(5).toLongLong();
     return record;
 }
 
@@ -115,7 +145,7 @@ bool StateStore::open(const QString& path)
     if (!connection().isOpen())
         return false;
     if (!createTable(QStringLiteral("tweak_state"), createStateTable)
-        || !createTable(QStringLiteral("tweak_selection"), createSelectionTable)) {
+        || !createTable(QStringLiteral("tweak_selection"), createSelectionTable) || !addSequence()) {
         return false;
     }
     m_open = true;
@@ -140,6 +170,25 @@ bool StateStore::createTable(const QString& table, const QString& sql) const
         return true;
     logError(QStringLiteral("Cannot create %1: %2").arg(table, query.lastError().text()));
     return false;
+}
+
+/// A database from before there was a sequence gets the column, with nothing in it.
+bool StateStore::addSequence() const
+{
+    QSqlQuery query(connection());
+    if (query.exec(selectSequence) || query.exec(addSequenceColumn))
+        return true;
+    const QString reason = query.lastError().text();
+    // Another process may have been faster.
+    if (query.exec(selectSequence))
+        return true;
+    logError(QStringLiteral("Cannot extend tweak_state: ") + reason);
+    return false;
+}
+
+bool StateStore::wasBusy()
+{
+    return lastWasBusy;
 }
 
 /// A database from before there was a selection gets it filled with what was applied.
@@ -178,29 +227,31 @@ bool StateStore::loadRecord(const QString& id, TweakRecord& out, bool* unreadabl
         *unreadable = false;
     if (!m_open)
         return false;
-    QSqlQuery query = selectQuery(connection(), selectById, id);
+    QSqlQuery query = selectQuery(connection(), selectById, {id});
     if (query.next()) {
         out = recordFrom(query);
         return true;
     }
-    if (query.lastError().isValid()) {
-        logError(QStringLiteral("loadRecord failed: ") + query.lastError().text());
-        if (unreadable)
-            *unreadable = true;
-    }
+    const bool failed = hasFailed("loadRecord", query);
+    if (unreadable)
+        *unreadable = failed;
     return false;
 }
 
-QList<TweakRecord> StateStore::listByState(TweakState state) const
+QList<TweakRecord> StateStore::listByState(TweakState state, bool* unreadable) const
 {
     QList<TweakRecord> records;
+    if (unreadable)
+        *unreadable = false;
     if (!m_open)
         return records;
-    QSqlQuery query = selectQuery(connection(), selectByState, stateName(state));
+    QSqlQuery query = state == TweakState::Unknown ? selectQuery(connection(), selectByUnknownState, {})
+                                                   : selectQuery(connection(), selectByState, {stateName(state)});
     while (query.next())
         records.append(recordFrom(query));
-    if (query.lastError().isValid())
-        logError(QStringLiteral("listByState failed: ") + query.lastError().text());
+    const bool failed = hasFailed("listByState", query);
+    if (unreadable)
+        *unreadable = failed;
     return records;
 }
 
@@ -209,11 +260,10 @@ QStringList StateStore::listIdsByState(TweakState state) const
     QStringList ids;
     if (!m_open)
         return ids;
-    QSqlQuery query = selectQuery(connection(), selectIdsByState, stateName(state));
+    QSqlQuery query = selectQuery(connection(), selectIdsByState, {stateName(state)});
     while (query.next())
         ids.append(query.value(0).toString());
-    if (query.lastError().isValid())
-        logError(QStringLiteral("listByState failed: ") + query.lastError().text());
+    std::ignore = hasFailed("listByState", query);
     return ids;
 }
 
@@ -240,6 +290,7 @@ void StateStore::clearSelection()
 
 bool StateStore::execute(const char* operation, const QString& sql, const QVariantList& values) const
 {
+    lastWasBusy = false;
     if (!m_open)
         return false;
     QSqlQuery query(connection());
@@ -248,10 +299,11 @@ bool StateStore::execute(const char* operation, const QString& sql, const QVaria
         query.addBindValue(value);
     if (m_commitObserver)
         m_commitObserver(false, operation);
-    if (!prepared || !query.exec()) {
-        logError(QLatin1String(operation) + QStringLiteral(" failed: ") + query.lastError().text());
+    // Executing what couldn't be prepared would replace the reason by one of Qt's own.
+    if (prepared)
+        query.exec();
+    if (hasFailed(operation, query))
         return false;
-    }
     if (m_commitObserver)
         m_commitObserver(true, operation);
     return true;

@@ -16,8 +16,8 @@
 
 namespace torvelane {
 
-/// How far a change got.
-enum class TweakState { Capturing = 0, Applied = 1, Reverting = 2, Reverted = 3 };
+/// How far a change got. Unknown is what a later version may have written; it is only ever read.
+enum class TweakState { Capturing = 0, Applied = 1, Reverting = 2, Reverted = 3, Unknown = 4 };
 
 /// A row of tweak_state as read.
 struct TweakRecord {
@@ -26,6 +26,7 @@ struct TweakRecord {
     QJsonObject capture; ///< Empty if the stored text doesn't parse.
     TweakState state = TweakState::Reverted;
     QDateTime appliedAt; ///< Invalid if never.
+    qint64 sequence = 0; ///< Grows with each apply, whatever the clock says; 0 in rows from before there was one.
 };
 
 /// The crash-safe memory of what was changed: state.db, an SQLite database in WAL mode with synchronous=FULL, so that a
@@ -42,14 +43,19 @@ public:
     StateStore(const StateStore&) = delete;
     StateStore& operator=(const StateStore&) = delete;
 
-    /// Makes the tables where they are missing, and fills an empty selection from what is applied. False, logged, if
-    /// the database can't be used; nothing in the file has been changed then.
+    /// Makes the tables and the column that older versions don't have where they are missing, and fills an empty
+    /// selection from what is applied. False, logged, if the database can't be used; nothing in the file has been
+    /// changed then.
     [[nodiscard]] bool open(const QString& path);
 
     /// Closes the connections of all threads. No other thread may be using the store.
     void close();
 
     [[nodiscard]] bool isOpen() const { return m_open; }
+
+    /// Whether the calling thread's last operation failed because another process kept the database for as long as an
+    /// operation waits. The next one would wait as long.
+    [[nodiscard]] static bool wasBusy();
 
     /// Commits the row that makes a change undoable: state capturing, with the capture. Replaces an earlier row.
     [[nodiscard]] bool beginApply(const QString& id, Tier tier, const QJsonObject& capture);
@@ -64,7 +70,8 @@ public:
     /// read (which is logged), so that a caller needn't take damage for absence.
     [[nodiscard]] bool loadRecord(const QString& id, TweakRecord& out, bool* unreadable = nullptr) const;
 
-    [[nodiscard]] QList<TweakRecord> listByState(TweakState state) const;
+    /// Of state Unknown: every row whose state this version doesn't know. `unreadable` as for loadRecord.
+    [[nodiscard]] QList<TweakRecord> listByState(TweakState state, bool* unreadable = nullptr) const;
 
     /// The same without the captures, which take far longer to parse than the ids to read.
     [[nodiscard]] QStringList listIdsByState(TweakState state) const;
@@ -92,6 +99,7 @@ private:
     [[nodiscard]] QSqlDatabase connection() const;
     [[nodiscard]] bool execute(const char* operation, const QString& sql, const QVariantList& values) const;
     [[nodiscard]] bool createTable(const QString& table, const QString& sql) const;
+    [[nodiscard]] bool addSequence() const;
     void seedSelection();
 
     bool m_open = false;

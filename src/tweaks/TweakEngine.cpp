@@ -1,6 +1,7 @@
 #include "tweaks/TweakEngine.h"
 
 #include "core/Log.h"
+#include "system/MachineLock.h"
 #include "tweaks/RegistryTweak.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TierGate.h"
@@ -23,14 +24,20 @@ void logLine(LogLevel level, const QString& message)
     logMessage(level, QStringLiteral("engine"), message);
 }
 
-/// The order in which several are put back: two entries can write one value, and the first of them holds what stood there.
-QList<TweakRecord> appliedNewestFirst(const StateStore& store)
+const QString persistFailure = QStringLiteral("Could not persist original value (state store)");
+const QString storeUnavailable = QStringLiteral("The state store is not available; nothing was done");
+const QString storeUnreadable = QStringLiteral("Could not read the original values (state store)");
+const QString storeBusy = QStringLiteral("Another process keeps the state store");
+const QString unknownState = QStringLiteral("A later version left it in a state that this one doesn't know");
+const QString notTried = QStringLiteral("Not tried, since another process is in the way");
+const QString gaveUp = QStringLiteral("Another process is in the way; try again when it has finished");
+
+QStringList idsOf(const QList<TweakRecord>& records)
 {
-    QList<TweakRecord> applied = store.listByState(TweakState::Applied);
-    // Rows of one millisecond stay in the order of the list, which begins with the oldest.
-    std::ranges::reverse(applied);
-    std::ranges::stable_sort(applied, std::ranges::greater(), &TweakRecord::appliedAt);
-    return applied;
+    QStringList ids;
+    for (const TweakRecord& record : records)
+        ids.append(record.id);
+    return ids;
 }
 
 } // namespace
@@ -50,9 +57,12 @@ bool TweakEngine::applyBatch(const QStringList& ids, Tier tier, QStringList* err
     if (withRestorePoint)
         makeRestorePoint(ids.size());
     bool allApplied = true;
+    bool busy = false;
     for (const QString& id : ids) {
-        QString error;
-        if (applyOne(id, tier, &error))
+        QString error = notTried;
+        const Outcome outcome = busy ? Outcome::Busy : applyOne(id, tier, &error);
+        busy = outcome == Outcome::Busy || (outcome == Outcome::Done && StateStore::wasBusy());
+        if (outcome == Outcome::Done)
             continue;
         allApplied = false;
         if (errors)
@@ -70,7 +80,7 @@ bool TweakEngine::applyTweak(const QString& id, Tier tier, QString* error, bool 
     return applied;
 }
 
-bool TweakEngine::applyOne(const QString& id, Tier tier, QString* error)
+TweakEngine::Outcome TweakEngine::applyOne(const QString& id, Tier tier, QString* error)
 {
     const TweakDefinition* definition = m_catalog->findPointer(id);
     if (!definition)
@@ -84,17 +94,29 @@ bool TweakEngine::applyOne(const QString& id, Tier tier, QString* error)
     QString reason;
     if (!tweak->isApplicable(&reason))
         return failApply(id, QStringLiteral("Not applicable: ") + reason, error);
+    if (!m_store->isOpen())
+        return failApply(id, persistFailure, error);
+    const MachineLock lock(m_lockTimeouts.changeMs);
+    if (!lock.isHeld())
+        return failApply(id, lock.error(), error, Outcome::Busy);
+    return applyLocked(*definition, *tweak, error);
+}
 
+TweakEngine::Outcome TweakEngine::applyLocked(const TweakDefinition& definition, ITweak& tweak, QString* error)
+{
+    const QString& id = definition.id;
+    const auto storeFailure = [] { return StateStore::wasBusy() ? Outcome::Busy : Outcome::Failed; };
     TweakRecord record;
     bool unreadable = false;
     const bool known = m_store->loadRecord(id, record, &unreadable);
     // A row that can't be read may hold the only original values: capturing over it would lose them.
-    const QString persistFailure = QStringLiteral("Could not persist original value (state store)");
     if (unreadable)
-        return failApply(id, persistFailure, error);
+        return failApply(id, persistFailure, error, storeFailure());
+    if (known && record.state == TweakState::Unknown)
+        return failApply(id, unknownState, error);
     if (known && record.state == TweakState::Applied) {
         m_store->setSelected(id, true);
-        return true;
+        return Outcome::Done;
     }
     // The same goes for a row that waits to be put back: first back, then forward again.
     QString restoreError;
@@ -105,67 +127,87 @@ bool TweakEngine::applyOne(const QString& id, Tier tier, QString* error)
 
     bool captured = false;
     QString captureError;
-    const QJsonObject capture = tweak->capture(&captured, &captureError);
+    const QJsonObject capture = tweak.capture(&captured, &captureError);
     if (!captured)
         return failApply(id, QStringLiteral("Capture failed: ") + captureError, error);
     // The committed row comes before the first touch of the system; everything rests on this order.
-    if (!m_store->beginApply(id, definition->requiredTier, capture))
-        return failApply(id, persistFailure, error);
+    if (!m_store->beginApply(id, definition.requiredTier, capture))
+        return failApply(id, persistFailure, error, storeFailure());
 
-    const TweakResult applied = tweak->apply();
+    const TweakResult applied = tweak.apply();
     if (!applied.ok) {
-        std::ignore = tweak->revert(capture);
+        std::ignore = tweak.revert(capture);
         m_store->setState(id, TweakState::Reverted);
         return failApply(id, QStringLiteral("Apply error: ") + applied.message, error);
     }
-    m_store->markApplied(id);
-    m_store->setSelected(id, true);
+    // A busy store keeps its waiting for one statement.
+    if (m_store->markApplied(id) || !StateStore::wasBusy())
+        m_store->setSelected(id, true);
     Q_EMIT tweakApplied(id);
     logLine(LogLevel::Info, QStringLiteral("Applied tweak: ") + id);
-    return true;
+    return Outcome::Done;
 }
 
-bool TweakEngine::failApply(const QString& id, const QString& message, QString* error)
+TweakEngine::Outcome TweakEngine::failApply(const QString& id, const QString& message, QString* error, Outcome outcome)
 {
     if (error)
         *error = message;
     Q_EMIT tweakFailed(id, message);
     logLine(LogLevel::Warn, QStringLiteral("apply %1 failed: %2").arg(id, message));
-    return false;
+    return outcome;
 }
 
 bool TweakEngine::revertTweak(const QString& id, QString* error, bool updateSelection)
 {
-    if (updateSelection)
+    return revertOne(id, error, updateSelection) == Outcome::Done;
+}
+
+TweakEngine::Outcome TweakEngine::revertOne(const QString& id, QString* error, bool updateSelection)
+{
+    if (!m_store->isOpen())
+        return failRevert(id, storeUnavailable, error);
+    if (updateSelection) {
         m_store->setSelected(id, false);
+        if (StateStore::wasBusy())
+            return failRevert(id, storeBusy, error, Outcome::Busy);
+    }
+    const MachineLock lock(m_lockTimeouts.changeMs);
+    if (!lock.isHeld())
+        return failRevert(id, lock.error(), error, Outcome::Busy);
+
+    const auto storeFailure = [] { return StateStore::wasBusy() ? Outcome::Busy : Outcome::Failed; };
     TweakRecord record;
     bool unreadable = false;
     if (!m_store->loadRecord(id, record, &unreadable)) {
         if (unreadable)
-            return failRevert(id, QStringLiteral("Could not read the original value (state store)"), error);
-        return true;
+            return failRevert(id, storeUnreadable, error, storeFailure());
+        return Outcome::Done;
     }
     if (record.state == TweakState::Reverted)
-        return true;
+        return Outcome::Done;
+    if (record.state == TweakState::Unknown)
+        return failRevert(id, unknownState, error);
 
-    // From here on a crash leaves a row that recovery takes up.
-    m_store->markReverting(id);
+    // From here on a crash leaves a row that recovery takes up. Without it, a crash halfway would leave one that says
+    // applied over values of which some are the original ones.
+    if (!m_store->markReverting(id))
+        return failRevert(id, QStringLiteral("Could not record that it begins (state store)"), error, storeFailure());
     QString message;
     if (!restoreFromRecord(record, &message))
         return failRevert(id, message, error);
     m_store->markReverted(id);
     Q_EMIT tweakReverted(id);
     logLine(LogLevel::Info, QStringLiteral("Reverted tweak: ") + id);
-    return true;
+    return Outcome::Done;
 }
 
-bool TweakEngine::failRevert(const QString& id, const QString& message, QString* error)
+TweakEngine::Outcome TweakEngine::failRevert(const QString& id, const QString& message, QString* error, Outcome outcome)
 {
     if (error)
         *error = message;
     Q_EMIT tweakFailed(id, QStringLiteral("Revert failed: ") + message);
     logLine(LogLevel::Error, QStringLiteral("revert %1 failed: %2").arg(id, message));
-    return false;
+    return outcome;
 }
 
 bool TweakEngine::restoreFromRecord(const TweakRecord& record, QString* error)
@@ -184,37 +226,126 @@ bool TweakEngine::restoreFromRecord(const TweakRecord& record, QString* error)
     return result.ok;
 }
 
-void TweakEngine::revertAll(bool clearSelection)
+TweakEngine::Outcome TweakEngine::revertEach(const QStringList& ids, bool updateSelection, QStringList* errors)
+{
+    Outcome worst = Outcome::Done;
+    bool busy = false;
+    for (const QString& id : ids) {
+        QString error = notTried;
+        const Outcome outcome = busy ? Outcome::Busy : revertOne(id, &error, updateSelection);
+        busy = outcome == Outcome::Busy || (outcome == Outcome::Done && StateStore::wasBusy());
+        worst = std::max(worst, outcome);
+        if (errors && outcome != Outcome::Done)
+            errors->append(QStringLiteral("%1: %2").arg(id, error));
+    }
+    return worst;
+}
+
+/// Newest first.
+bool TweakEngine::listApplied(QList<TweakRecord>& records, QString* error)
+{
+    bool unreadable = false;
+    records = m_store->listByState(TweakState::Applied, &unreadable);
+    if (unreadable || !m_store->isOpen())
+        return failAll(unreadable ? storeUnreadable : storeUnavailable, error);
+    // Rows from before there was a sequence have none, and go by their time; those of one millisecond stay in the order
+    // of the list, which begins with the oldest.
+    std::ranges::reverse(records);
+    std::ranges::stable_sort(records, std::ranges::greater(), [](const TweakRecord& record) {
+        return std::pair(record.sequence, record.sequence > 0 ? QDateTime() : record.appliedAt);
+    });
+    return true;
+}
+
+bool TweakEngine::revertBatch(const QStringList& ids, QStringList* errors)
+{
+    QList<TweakRecord> applied;
+    QString error;
+    if (!listApplied(applied, &error)) {
+        for (const QString& id : ids) {
+            if (errors)
+                errors->append(QStringLiteral("%1: %2").arg(id, error));
+        }
+        return ids.isEmpty();
+    }
+    QStringList ordered;
+    for (const TweakRecord& record : std::as_const(applied)) {
+        if (ids.contains(record.id))
+            ordered.append(record.id);
+    }
+    for (const QString& id : ids) {
+        if (!ordered.contains(id))
+            ordered.append(id);
+    }
+    return revertEach(ordered, true, errors) == Outcome::Done;
+}
+
+bool TweakEngine::revertAll(bool clearSelection, QString* error)
 {
     if (clearSelection)
         m_store->clearSelection();
-    const QList<TweakRecord> applied = appliedNewestFirst(*m_store);
+    if (clearSelection && StateStore::wasBusy())
+        return failAll(gaveUp, error);
+    QList<TweakRecord> applied;
+    if (!listApplied(applied, error))
+        return false;
+    warnOfUnknownStates();
     logLine(LogLevel::Info, QStringLiteral("Reverting all %1 applied tweak(s)").arg(applied.size()));
-    for (const TweakRecord& record : applied)
-        revertTweak(record.id, nullptr, clearSelection);
+    return revertEach(idsOf(applied), clearSelection, nullptr) != Outcome::Busy || failAll(gaveUp, error);
+}
+
+bool TweakEngine::failAll(const QString& message, QString* error)
+{
+    if (error)
+        *error = message;
+    logLine(LogLevel::Error, QStringLiteral("Reverting several tweaks failed: ") + message);
+    return false;
 }
 
 void TweakEngine::revertAboveTier(Tier tier)
 {
-    const QList<TweakRecord> applied = appliedNewestFirst(*m_store);
-    for (const TweakRecord& record : applied) {
-        if (!TierGate::covers(tier, record.requiredTier))
-            revertTweak(record.id, nullptr, false);
-    }
+    QList<TweakRecord> applied;
+    if (!listApplied(applied, nullptr))
+        return;
+    applied.removeIf([tier](const TweakRecord& record) { return TierGate::covers(tier, record.requiredTier); });
+    std::ignore = revertEach(idsOf(applied), false, nullptr);
+}
+
+void TweakEngine::warnOfUnknownStates()
+{
+    const QList<TweakRecord> unknown = m_store->listByState(TweakState::Unknown);
+    for (const TweakRecord& record : unknown)
+        logLine(LogLevel::Warn, QStringLiteral("Left %1 alone: %2").arg(record.id, unknownState));
 }
 
 void TweakEngine::recoverInterrupted()
 {
+    warnOfUnknownStates();
+    // Most starts find nothing and needn't wait for anybody.
+    const qsizetype expected = m_store->listInterrupted().size();
+    if (expected == 0)
+        return;
+    const MachineLock lock(m_lockTimeouts.recoveryMs);
+    if (!lock.isHeld()) {
+        logLine(LogLevel::Warn,
+                QStringLiteral("Left %1 unfinished tweak(s) alone: %2").arg(QString::number(expected), lock.error()));
+        return;
+    }
     const QList<TweakRecord> interrupted = m_store->listInterrupted();
     if (interrupted.isEmpty())
         return;
     logLine(LogLevel::Warn, QStringLiteral("Recovering %1 interrupted tweak(s) after crash").arg(interrupted.size()));
     for (const TweakRecord& record : interrupted) {
         QString error;
-        if (restoreFromRecord(record, &error))
-            m_store->setState(record.id, TweakState::Reverted);
-        else
+        if (!restoreFromRecord(record, &error)) {
             logLine(LogLevel::Error, QStringLiteral("Recovery revert failed for %1: %2").arg(record.id, error));
+            continue;
+        }
+        m_store->setState(record.id, TweakState::Reverted);
+        if (StateStore::wasBusy()) {
+            logLine(LogLevel::Warn, QStringLiteral("Gave up recovering: ") + storeBusy);
+            return;
+        }
     }
 }
 

@@ -13,16 +13,19 @@
 
 namespace torvelane {
 
+class ITweak;
 class StateStore;
 class TweakCatalog;
+struct TweakDefinition;
 struct TweakRecord;
 
 /// The one place that changes the system on behalf of a catalogue entry, and the owner of the order that makes every
 /// change undoable: look up, check, capture, commit the capture durably, only then touch the system, record the outcome.
 /// After a crash at any point the next start finds the row and puts the system back.
 ///
-/// Runs on its caller's thread, without a lock: pages call it from workers, since a call may take minutes. Two threads
-/// must not work on one id. Signals are emitted on the calling thread. Failures come back as false and text and as
+/// Runs on its caller's thread: pages call it from workers, since a call may take minutes. Two threads of this process
+/// must not work on one id; other processes are kept out by the MachineLock, which is held while one entry is applied or
+/// reverted, and for a whole recovery. Who can't have it in time does nothing and fails. Signals are emitted on the calling thread. Failures come back as false and text and as
 /// tweakFailed, and are logged (category "engine").
 class TweakEngine : public QObject {
     Q_OBJECT
@@ -31,8 +34,9 @@ public:
     /// Neither is owned; both outlive the engine.
     TweakEngine(TweakCatalog* catalog, StateStore* store, QObject* parent = nullptr);
 
-    /// Applies each id in order; a failure doesn't stop the rest. True if all succeeded; `errors`, which may be null,
-    /// gets "id: message" for each that didn't. `withRestorePoint` asks for a system restore point first, at most one in
+    /// Applies each id in order; a failure doesn't stop the rest, unless it is another process that has the lock or the
+    /// store: each of the rest would wait as long. True if all succeeded; `errors`, which may be null, gets
+    /// "id: message" for each that didn't, those that weren't tried included. `withRestorePoint` asks for a system restore point first, at most one in
     /// ten minutes; that it can't be had stops nothing.
     bool applyBatch(const QStringList& ids, Tier tier, QStringList* errors, bool withRestorePoint);
 
@@ -43,13 +47,20 @@ public:
     /// and the next start tries again. `updateSelection` also takes the id out of the user's choice, whatever follows.
     bool revertTweak(const QString& id, QString* error, bool updateSelection);
 
-    /// Puts every applied tweak back; failures show through tweakFailed and the log.
-    void revertAll(bool clearSelection);
+    /// The same for several, newest first: two entries can write one value, and the one that was applied first holds what
+    /// stood there. `errors` and the end at a busy process as for applyBatch.
+    bool revertBatch(const QStringList& ids, QStringList* errors);
+
+    /// Puts every applied tweak back, newest first; failures show through tweakFailed and the log. False, with the reason
+    /// in `error`, which may be null, if that couldn't be tried for all: without a store that can be read, or because
+    /// another process has the lock or the store.
+    bool revertAll(bool clearSelection, QString* error = nullptr);
 
     /// Puts back the applied tweaks that `tier` doesn't cover. The selection stays.
     void revertAboveTier(Tier tier);
 
-    /// Puts back whatever an earlier run left half done; never finishes an interrupted apply. Emits nothing.
+    /// Puts back whatever an earlier run left half done; never finishes an interrupted apply. Emits nothing. What
+    /// another process is at is left alone: only with the lock is the list read that counts.
     void recoverInterrupted();
 
     [[nodiscard]] bool isApplied(const QString& id) const;
@@ -63,15 +74,31 @@ public:
     using Clock = std::function<qint64()>;
     void setClock(Clock clock) { m_clock = std::move(clock); }
 
+    /// How long to wait for another process, for a change and for the recovery, which keeps a start waiting.
+    struct LockTimeouts {
+        int changeMs = 10000;
+        int recoveryMs = 5000;
+    };
+    void setLockTimeouts(LockTimeouts timeouts) { m_lockTimeouts = timeouts; }
+
 Q_SIGNALS:
     void tweakApplied(const QString& id);
     void tweakReverted(const QString& id);
     void tweakFailed(const QString& id, const QString& error);
 
 private:
-    bool applyOne(const QString& id, Tier tier, QString* error);
-    bool failApply(const QString& id, const QString& message, QString* error);
-    bool failRevert(const QString& id, const QString& message, QString* error);
+    /// What became of one entry. After Busy the next one would wait for the same process.
+    enum class Outcome { Done, Failed, Busy };
+
+    Outcome applyOne(const QString& id, Tier tier, QString* error);
+    Outcome applyLocked(const TweakDefinition& definition, ITweak& tweak, QString* error);
+    Outcome failApply(const QString& id, const QString& message, QString* error, Outcome outcome = Outcome::Failed);
+    Outcome revertOne(const QString& id, QString* error, bool updateSelection);
+    Outcome failRevert(const QString& id, const QString& message, QString* error, Outcome outcome = Outcome::Failed);
+    Outcome revertEach(const QStringList& ids, bool updateSelection, QStringList* errors);
+    bool failAll(const QString& message, QString* error);
+    [[nodiscard]] bool listApplied(QList<TweakRecord>& records, QString* error);
+    void warnOfUnknownStates();
     bool restoreFromRecord(const TweakRecord& record, QString* error);
     void makeRestorePoint(qsizetype tweakCount);
 
@@ -81,6 +108,7 @@ private:
     std::atomic<qint64> m_lastRestorePointMs = 0;    ///< When the last restore point was tried; 0 at first.
     RestorePointMaker m_restorePointMaker;
     Clock m_clock;
+    LockTimeouts m_lockTimeouts;
 };
 
 } // namespace torvelane

@@ -226,9 +226,9 @@ private Q_SLOTS:
             QVERIFY(store.open(Paths::stateDb()));
             QStringList rows;
             for (int i = 0; i < 8; ++i) {
-                rows.append(u"(%1, 'free', %2, '%3', %4, %4)"_s.arg(sqlText(text(6).toUtf8()),
-                                                                    sqlText(document(capture())), states.at(below(5)),
-                                                                    QString::number(qint64(m_random.generate64()))));
+                rows.append(u"(%1, 'free', %2, '%3', %4, %4, %4)"_s.arg(
+                    sqlText(text(6).toUtf8()), sqlText(document(capture())), states.at(below(5)),
+                    QString::number(qint64(m_random.generate64()))));
             }
             stateSql(u"INSERT OR REPLACE INTO tweak_state VALUES "_s + rows.join(u','));
             TweakEngine engine(&catalog, &store);

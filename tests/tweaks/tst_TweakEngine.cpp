@@ -6,6 +6,7 @@
 #include "tweaks/TweakEngine.h"
 
 #include <QTest>
+#include <QThread>
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
@@ -19,6 +20,7 @@ QByteArray catalogue()
     QByteArray json = R"({"tweaks": [
         {"id": "two", "operations": [{@ "name": "A"}, {@ "name": "B"}]},
         {"id": "one", "operations": [{@ "name": "C"}]},
+        {"id": "also", "operations": [{"hive": "HKCU", "path": "Software\\Torvelane\\Test", "desired": 2, "name": "A"}]},
         {"id": "pro", "requiredTier": "pro", "operations": [{@ "name": "P"}]},
         {"id": "once", "type": "command", "apply": ["exit 0"]},
         {"id": "both", "type": "command", "requiredTier": "none", "apply": ["exit 0"],
@@ -180,6 +182,101 @@ private Q_SLOTS:
             QVERIFY(revert(u"two"_s));
             QCOMPARE(scratchImage(), before);
         }
+    }
+
+    /// Two entries write one value. A clock that was set back must not turn the order round, and rows from before there
+    /// was a sequence go by their time.
+    void newestGoesFirst()
+    {
+        const auto before = scratchImage();
+        for (const QString& rows : {u"applied_at=applied_at - 3600000 * apply_sequence"_s,
+                                    u"applied_at=1000 * apply_sequence, apply_sequence=NULL"_s}) {
+            for (const bool batch : {false, true}) {
+                QVERIFY(apply(u"also"_s));
+                QVERIFY(apply(u"two"_s));
+                stateSql(u"UPDATE tweak_state SET "_s + rows);
+                QVERIFY(batch ? engine().revertBatch({u"also"_s, u"one"_s, u"two"_s}, nullptr)
+                              : engine().revertAll(false));
+                QCOMPARE(scratchImage(), before);
+            }
+        }
+    }
+
+    /// A crash halfway would leave a row that says applied.
+    void revertThatCannotBeRecordedTouchesNothing()
+    {
+        QVERIFY(apply(u"two"_s));
+        const auto applied = scratchImage();
+        stateSql(u"CREATE TRIGGER full BEFORE UPDATE ON tweak_state BEGIN SELECT RAISE(ABORT, 'full'); END"_s);
+        QVERIFY(!revert(u"two"_s));
+        QCOMPARE(m_error, u"Could not record that it begins (state store)"_s);
+        QCOMPARE(scratchImage(), applied);
+    }
+
+    /// Neither a state nor a kind of value of a later version is taken for one that this version knows.
+    void whatALaterVersionWrote()
+    {
+        QVERIFY(apply(u"two"_s));
+        QVERIFY(apply(u"one"_s));
+        stateSql(uR"(UPDATE tweak_state SET capture=replace(capture, '"dword"', '"multi"') WHERE tweak_id='two')"_s);
+        QVERIFY(!revert(u"two"_s));
+        QCOMPARE(m_error, u"Failed to restore: Software\\Torvelane\\Test\\A"_s);
+        QCOMPARE(number(u"A"_s), 1);
+
+        stateSql(u"UPDATE tweak_state SET state='paused' WHERE tweak_id='one'"_s);
+        const QStringList row = stateSql(u"SELECT * FROM tweak_state WHERE tweak_id='one'"_s);
+        QVERIFY(!apply(u"one"_s));
+        QVERIFY(!revert(u"one"_s));
+        engine().revertAll(false);
+        engine().recoverInterrupted();
+        QCOMPARE(stateSql(u"SELECT * FROM tweak_state WHERE tweak_id='one'"_s), row);
+        QCOMPARE(number(u"C"_s), 1);
+        QCOMPARE(m_bench->machine.log.count(u"[WARN] engine: Left one alone: "
+                                            "A later version left it in a state that this one doesn't know"_s),
+                 2);
+    }
+
+    void textThatBeginsWithAByteOrderMark()
+    {
+        for (const QString& text : {u"\ufeffA"_s, u"\ufeff\u00e9\ufeff"_s, u"\\\ufeff\""_s}) {
+            putRaw(u"A"_s, {platform::regSz, utf16(text)});
+            const auto before = scratchImage();
+            QVERIFY(apply(u"two"_s));
+            QVERIFY(revert(u"two"_s));
+            QCOMPARE(scratchImage(), before);
+        }
+    }
+
+    /// Of several entries only the first one waits for another process, and the rest says why it wasn't tried.
+    void busyStoreIsGivenUp()
+    {
+        QVERIFY(apply(u"two"_s));
+        QVERIFY(apply(u"once"_s));
+        const QString own =
+            u"torvelane.state_"_s + QString::number(reinterpret_cast<quintptr>(QThread::currentThreadId()));
+        QVERIFY(QSqlQuery(QSqlDatabase::database(own)).exec(u"PRAGMA busy_timeout=50"_s));
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"other"_s);
+            other.setDatabaseName(Paths::stateDb());
+            QVERIFY(other.open());
+            QVERIFY(QSqlQuery(other).exec(u"BEGIN IMMEDIATE"_s));
+            const auto waits = [this] { return logged().filter(u"[ERROR] store: "_s).size(); };
+            QStringList errors;
+            QVERIFY(!engine().applyBatch({u"one"_s, u"pro"_s, u"both"_s}, Tier::Pro, &errors, false));
+            QCOMPARE(waits(), 1);
+            QCOMPARE(errors.size(), 3);
+            QCOMPARE(errors.last(), u"both: Not tried, since another process is in the way"_s);
+            for (const bool clearSelection : {false, true}) {
+                QVERIFY(!engine().revertAll(clearSelection, &m_error));
+                QCOMPARE(m_error, u"Another process is in the way; try again when it has finished"_s);
+                QCOMPARE(waits(), clearSelection ? 3 : 2);
+            }
+            engine().revertAboveTier(Tier::None);
+            QCOMPARE(waits(), 4);
+        }
+        QSqlDatabase::removeDatabase(u"other"_s);
+        QVERIFY(engine().revertAll(true));
+        QCOMPARE(number(u"A"_s), 7);
     }
 
     /// What can't be done stops nothing else, neither forward nor back.

@@ -45,15 +45,10 @@ ApplyOutcome runToggle(TweakEngine* engine, const QString& id, bool desired, Tie
 QStringList runBatch(TweakEngine* engine, const QStringList& ids, bool desired, Tier tier)
 {
     QStringList failures;
-    if (desired) {
+    if (desired)
         engine->applyBatch(ids, tier, &failures, false);
-        return failures;
-    }
-    for (const QString& id : ids) {
-        QString error;
-        if (!engine->revertTweak(id, &error, true))
-            failures.append(QStringLiteral("%1: %2").arg(id, error));
-    }
+    else
+        engine->revertBatch(ids, &failures);
     return failures;
 }
 
