@@ -1,8 +1,14 @@
 #include "shell/SingleInstance.h"
 
+#include "core/Log.h"
+#include "core/Paths.h"
+#include "system/MachineLock.h"
+
+#include <QDeadlineTimer>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QStringList>
+#include <QThread>
 #include <QTimer>
 
 #include <algorithm>
@@ -14,6 +20,8 @@ namespace {
 const QString serverName = QStringLiteral("torvelane-singleton");
 const QString linkScheme = QStringLiteral("torvelane://");
 constexpr int waitMs = 250;
+constexpr int silentInstanceMs = 5000;
+constexpr int pollIntervalMs = 20;
 
 /// A client that connects and says nothing is let go after this.
 constexpr int silentClientMs = 2000;
@@ -31,6 +39,22 @@ QString SingleInstance::linkIn(const QStringList& arguments)
     const auto found = std::ranges::find_if(
         arguments, [](const QString& argument) { return argument.startsWith(linkScheme, Qt::CaseSensitive); });
     return found == arguments.end() ? QString() : *found;
+}
+
+bool SingleInstance::claim(const QString& link)
+{
+    using platform::Win32Error;
+    if (m_lock.open(Paths::lockFile()) != Win32Error::Success)
+        return !handOver(link);
+    for (const QDeadlineTimer deadline(silentInstanceMs); !deadline.hasExpired(); QThread::msleep(pollIntervalMs)) {
+        if (m_lock.tryLock(static_cast<quint32>(LockSlot::Windows)) == Win32Error::Success)
+            return true;
+        if (handOver(link))
+            return false;
+    }
+    logMessage(LogLevel::Warn, QStringLiteral("shell"),
+               QStringLiteral("Another instance is starting or ending and doesn't answer; this one ends"));
+    return false;
 }
 
 bool SingleInstance::handOver(const QString& link)

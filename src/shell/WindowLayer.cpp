@@ -40,7 +40,8 @@ bool handOverToUpdate()
 
 int runWindowLayer(AppContext& context, const QStringList& arguments)
 {
-    if (SingleInstance::handOver(SingleInstance::linkIn(arguments)))
+    SingleInstance instance;
+    if (!instance.claim(SingleInstance::linkIn(arguments)))
         return 0;
     installTranslator();
     applyTheme(*qApp);
@@ -50,7 +51,6 @@ int runWindowLayer(AppContext& context, const QStringList& arguments)
         return 0;
 
     // Links have no receiver while the account is the local one.
-    SingleInstance instance;
     instance.listen();
     registerUrlProtocol();
     qApp->installEventFilter(new SmoothScroller(qApp));

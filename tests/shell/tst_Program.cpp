@@ -1,11 +1,16 @@
 #include "platform/simulated/SimulatedPc.h"
 #include "shell/SingleInstance.h"
 #include "support/TestMachine.h"
+#include "tweaks/StateSql.h"
 
 #include <QLocalSocket>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
@@ -78,6 +83,7 @@ private Q_SLOTS:
     {
         const TestMachine machine;
         SingleInstance first;
+        QVERIFY(first.claim({}));
         first.listen();
         QSignalSpy links(&first, &SingleInstance::linkReceived);
         const QString noLinks = u"x Torvelane://a --url=torvelane://a torvelane:/a"_s;
@@ -96,6 +102,7 @@ private Q_SLOTS:
     {
         const TestMachine machine;
         SingleInstance first;
+        QVERIFY(first.claim({}));
         first.listen();
         QSignalSpy links(&first, &SingleInstance::linkReceived);
         const QStringList options{u"-platformpluginpath"_s, machine.scratchFile({}), u"-platform"_s, u"foreign"_s,
@@ -109,6 +116,39 @@ private Q_SLOTS:
         QCOMPARE(window.exitStatus(), QProcess::NormalExit);
         QCOMPARE(window.readAllStandardOutput(), QByteArray());
         QCOMPARE(links.size(), 1);
+    }
+
+    void oneOfManyStartsAtOnceShowsItself()
+    {
+        for (int round = 0; round < 3; ++round) {
+            const TestMachine machine;
+            std::vector<std::unique_ptr<Program>> starts;
+            for (int i = 0; i < 4; ++i)
+                starts.push_back(std::make_unique<Program>(machine));
+            const auto running = [&starts] {
+                return std::ranges::count(starts, QProcess::Running, [](const auto& start) { return start->state(); });
+            };
+            QTRY_COMPARE_WITH_TIMEOUT(running(), 1, 60000);
+            QTRY_VERIFY_WITH_TIMEOUT(SingleInstance::handOver({}), 30000);
+            QCOMPARE(running(), 1);
+        }
+    }
+
+    /// The apply is in the middle of a command when the other process starts, which recovers.
+    void startBesideARunningApply()
+    {
+        const TestMachine machine;
+        const QString id = u"tweaks.classic-context-menu"_s;
+        SimulatedPc::hangTool(u"reg add"_s, 1500);
+        Program applying(machine, {u"apply"_s, id});
+        QTRY_VERIFY_WITH_TIMEOUT(!SimulatedPc::journal().isEmpty(), 30000);
+        Program status(machine, {u"status"_s});
+        QVERIFY(status.waitForFinished());
+        QVERIFY(applying.waitForFinished());
+        QCOMPARE(QString::fromUtf8(applying.readAllStandardOutput()), u"Applied "_s + id + u'\n');
+        const QString answer = QString::fromUtf8(status.readAllStandardOutput());
+        QCOMPARE(answer.section(u"Applied tweaks: "_s, 1).trimmed(), id);
+        QCOMPARE(stateSql(u"SELECT state FROM tweak_state"_s), QStringList(u"applied"_s));
     }
 
     void staleSocketIsCleared()
