@@ -37,6 +37,7 @@ ALLOWED = {
     "setClock": "a test's clock",
     "setCommitObserver": "how a test stops at a commit",
     "setDataDirOverride": "a test's data directory",
+    "setLockTimeouts": "a test doesn't wait for seconds",
     "setHkcuUserSid": "as setBootContext, for the registry",
     "navigationGroups": "a table",
     "sheetTemplate": "a text",
