@@ -1,6 +1,7 @@
 #include "platform/Arguments.h"
 #include "platform/ChildProcess.h"
 #include "platform/Console.h"
+#include "platform/ConsoleText.h"
 #include "platform/DirectoryProtection.h"
 #include "platform/Elevation.h"
 #include "platform/Hardening.h"
@@ -146,6 +147,15 @@ private Q_SLOTS:
         QDir::setCurrent(before);
         qputenv("PATH", path);
         QCOMPARE(found.toLower(), u"c:\\windows\\system32\\cmd.exe"_s);
+    }
+
+    /// A tool's own bytes, which are neither UTF-8 nor those of the ANSI code page.
+    void toolsWriteInTheConsolesCodePage()
+    {
+        const QByteArray bytes = runChildProcess(shellCommand(u"echo caf\u00e9"_s)).output;
+        QVERIFY(bytes != QByteArray("caf\xc3\xa9\r\n"));
+        QCOMPARE(decodeConsoleText(bytes), u"caf\u00e9\r\n"_s);
+        QCOMPARE(decodeConsoleText({}), QString());
     }
 
     void shellKeepsTheCommandsOuterQuotes()

@@ -46,7 +46,7 @@ CALL is facility.call (registry.setValue, tools.cmd), a facility for all of its 
 
 ToolOutput plainOutput()
 {
-    return {stdout, stderr, "\n"};
+    return {stdout, stderr, "\n", [](const QString& text) { return text.toUtf8(); }};
 }
 
 int fail(const QString& message)
