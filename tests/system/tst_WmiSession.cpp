@@ -1,0 +1,128 @@
+#include "support/ScratchMachine.h"
+#include "system/WmiSession.h"
+
+#include <QTest>
+
+#include <thread>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::platform;
+using torvelane::test::ScratchMachine;
+
+/// The way to WMI, on either machine: how values read as texts, and what a session answers.
+class tst_WmiSession : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_machine = std::make_unique<ScratchMachine>(); }
+    void cleanup() { m_machine.reset(); }
+
+    void valuesAsText_data()
+    {
+        QTest::addColumn<quint16>("type");
+        QTest::addColumn<quint64>("bits");
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char* name, quint16 type, quint64 bits, const char* text) {
+            QTest::newRow(name) << type << bits << QString::fromLatin1(text);
+        };
+        // The upper bytes of the union are garbage that the tag leaves out.
+        row("I2", vtI2, 0x0123456789ab8000, "-32768");
+        row("I4", vtI4, 0x012345677fffffff, "2147483647");
+        row("a large uint32 as I4", vtI4, 4293918720, "-1048576");
+        row("UI2", vtUi2, 0xffffffffffff8000, "32768");
+        row("UI4", vtUi4, 0xffffffff80000000, "2147483648");
+        row("I8", vtI8, 0x8000000000000000, "-9223372036854775808");
+        row("UI8", vtUi8, 0xffffffffffffffff, "18446744073709551615");
+        row("true", vtBool, 0xffff, "true");
+        row("false", vtBool, 0xffff0000, "false");
+        row("null", vtNull, 7, "");
+        row("empty", vtEmpty, 7, "");
+        row("UI1", vtUi1, 7, "");
+        row("R4", vtR4, 0x3f800000, "");
+        row("R8", vtR8, 0x3ff0000000000000, "");
+        row("date", vtDate, 0x40e6000000000000, "");
+        row("array of texts", vtArray | vtBstr, 7, "");
+        row("array of numbers", vtArray | vtI4, 7, "");
+    }
+
+    void valuesAsText()
+    {
+        QFETCH(quint16, type);
+        QFETCH(quint64, bits);
+        QTEST(variantToText({.type = type, .bits = bits, .text = {}}), "text");
+    }
+
+    void rows()
+    {
+        const WmiValue text{.type = vtBstr, .bits = 7, .text = u"12"_s};
+        const WmiRow row = toWmiRow({{u"Size"_s, {.type = vtBstr}},
+                                     {u"size"_s, {.type = vtNull}},
+                                     {QString(), {.type = vtI4, .bits = 3}},
+                                     {u"Size"_s, text}});
+        QCOMPARE(row.keys(), QStringList({QString(), u"Size"_s, u"size"_s}));
+        QCOMPARE(row.value(u"Size"_s), QVariant(u"12"_s));
+        QCOMPARE(row.value(u"size"_s), QVariant(QString()));
+        QCOMPARE(row.value(u"size"_s).toUInt(), 0u);
+        QCOMPARE(row.value(u"SIZE"_s), QVariant());
+        QCOMPARE(toWmiRow({}), WmiRow());
+    }
+
+    void unconnected()
+    {
+        WmiSession session;
+        QString error;
+        QCOMPARE(session.query(u"SELECT * FROM Win32_OperatingSystem"_s, &error), QList<WmiRow>());
+        QCOMPARE(error, u"WMI not connected"_s);
+        QCOMPARE(session.query(u"SELECT * FROM Win32_OperatingSystem"_s, nullptr), QList<WmiRow>());
+        QCOMPARE(session.callMethod(u"SystemRestore"_s, u"Restore"_s, {}).stage, WmiMethodStage::Services);
+    }
+
+    /// Each session of a thread has its own share of COM, and several may be open at once.
+    void sessions()
+    {
+        for (int i = 0; i < 2; ++i) {
+            WmiSession outer;
+            WmiSession inner;
+            QString error;
+            QVERIFY2(outer.connect(u"ROOT\\CIMV2"_s, &error), qPrintable(error));
+            QVERIFY2(inner.connect(u"ROOT\\WMI"_s, &error), qPrintable(error));
+            const auto found = outer.query(u"SELECT Caption,Version FROM Win32_OperatingSystem"_s, &error);
+            QCOMPARE(found.size(), 1);
+            QCOMPARE(found.first().keys(), QStringList({u"Caption"_s, u"Version"_s}));
+            QVERIFY(found.first().value(u"Version"_s).toString().startsWith(u"10."));
+            QCOMPARE(error, QString());
+        }
+        QCOMPARE(m_machine->log.lines(), QStringList());
+    }
+
+    void noInstances()
+    {
+        WmiSession session;
+        QVERIFY(session.connect(u"ROOT\\CIMV2"_s, nullptr));
+        QString error;
+        QCOMPARE(session.query(u"SELECT Name FROM Win32_TapeDrive"_s, &error), QList<WmiRow>());
+        QCOMPARE(error, QString());
+    }
+
+    void manyThreads()
+    {
+        std::atomic<int> answered = 0;
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&answered] {
+                WmiSession session;
+                if (session.connect(u"ROOT\\CIMV2"_s, nullptr))
+                    answered += static_cast<int>(session.query(u"SELECT * FROM Win32_BIOS"_s, nullptr).size());
+            });
+        }
+        threads.clear();
+        QCOMPARE(answered.load(), 4);
+    }
+
+private:
+    std::unique_ptr<ScratchMachine> m_machine;
+};
+
+QTEST_GUILESS_MAIN(tst_WmiSession)
+#include "tst_WmiSession.moc"

@@ -1,0 +1,160 @@
+#include "support/ScratchMachine.h"
+#include "system/WmiSession.h"
+
+#include <QTest>
+
+#include <thread>
+
+#include <objbase.h>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::platform;
+using torvelane::test::ScratchMachine;
+
+namespace {
+
+/// The apartment of this thread, or nothing where COM isn't up.
+std::optional<APTTYPE> apartment()
+{
+    APTTYPE type = APTTYPE_CURRENT;
+    APTTYPEQUALIFIER qualifier{};
+    return SUCCEEDED(CoGetApartmentType(&type, &qualifier)) ? std::optional(type) : std::nullopt;
+}
+
+/// The values of the first object's properties, by name.
+QMap<QString, WmiValue> firstObject(const QString& namespacePath, const QString& wql)
+{
+    WmiConnection connection;
+    if (failed(connection.initializeCom()) || failed(connection.createLocator())
+        || failed(connection.connectServer(namespacePath)) || failed(connection.setProxyBlanket()))
+        return {};
+    QMap<QString, WmiValue> values;
+    const WmiQueryResult result = connection.query(wql);
+    for (const WmiProperty& property : result.objects.value(0))
+        values.insert(property.name, property.value);
+    return values;
+}
+
+} // namespace
+
+/// Real COM.
+class tst_RealWmi : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_machine = std::make_unique<ScratchMachine>(); }
+    void cleanup() { m_machine.reset(); }
+
+    void classesAnswer_data()
+    {
+        QTest::addColumn<QString>("select");
+        QTest::addColumn<QString>("filled");
+        const auto row = [](const char* wmiClass, const char* columns, const char* filled) {
+            QTest::newRow(wmiClass) << u"SELECT %1 FROM %2"_s.arg(QLatin1String(columns), QLatin1String(wmiClass))
+                                    << QString::fromLatin1(filled);
+        };
+        row("Win32_ComputerSystem", "Manufacturer,Model,Name,TotalPhysicalMemory", "Name");
+        row("Win32_OperatingSystem", "Caption,Version,BuildNumber,OSArchitecture", "BuildNumber");
+        row("Win32_BaseBoard", "Manufacturer,Product,Version,SerialNumber", "Manufacturer");
+        row("Win32_BIOS", "Manufacturer,SMBIOSBIOSVersion,ReleaseDate", "ReleaseDate");
+        row("Win32_Processor", "Name,Manufacturer,NumberOfCores,MaxClockSpeed", "NumberOfCores");
+        row("Win32_VideoController", "Name,AdapterRAM,DriverVersion,PNPDeviceID", "Name");
+        row("Win32_PhysicalMemory", "DeviceLocator,Capacity", "Capacity");
+        row("Win32_DiskDrive", "Model,Size,InterfaceType,SerialNumber", "Size");
+        row("Win32_NetworkAdapter", "GUID,Name,PNPDeviceID,PhysicalAdapter,MACAddress", "PhysicalAdapter");
+    }
+
+    void classesAnswer()
+    {
+        QFETCH(QString, select);
+        QFETCH(QString, filled);
+        WmiSession session;
+        QString error;
+        QVERIFY2(session.connect(u"ROOT\\CIMV2"_s, &error), qPrintable(error));
+        const QList<WmiRow> rows = session.query(select, &error);
+        QCOMPARE(error, QString());
+        QVERIFY(!rows.isEmpty());
+        QVERIFY2(!rows.first().value(filled).toString().isEmpty(), qPrintable(filled));
+    }
+
+    /// The tags by which the system hands out its types: the numbers that it has no tag for come as others.
+    void tags()
+    {
+        const auto memory = firstObject(u"ROOT\\CIMV2"_s, u"SELECT * FROM Win32_ComputerSystem"_s);
+        QCOMPARE(memory.value(u"TotalPhysicalMemory"_s).type, vtBstr);
+        QVERIFY(memory.value(u"TotalPhysicalMemory"_s).text.toULongLong() > 0);
+        const auto processor = firstObject(u"ROOT\\CIMV2"_s, u"SELECT * FROM Win32_Processor"_s);
+        QCOMPARE(processor.value(u"NumberOfCores"_s).type, vtI4);
+        const auto adapter = firstObject(u"ROOT\\CIMV2"_s, u"SELECT * FROM Win32_NetworkAdapter"_s);
+        QCOMPARE(adapter.value(u"PhysicalAdapter"_s).type, vtBool);
+        const auto point = firstObject(u"ROOT\\DEFAULT"_s, u"SELECT * FROM SystemRestore"_s);
+        QCOMPARE(point.value(u"Description"_s).type, vtNull);
+    }
+
+    void methodWithoutASignature()
+    {
+        WmiSession session;
+        QVERIFY(session.connect(u"ROOT\\DEFAULT"_s, nullptr));
+        const auto call = session.callMethod(u"SystemRestore"_s, u"CreateRestorePoint"_s, {});
+        QCOMPARE(call.stage, WmiMethodStage::Method);
+        QCOMPARE(call.code, HResult::Ok);
+        QCOMPARE(session.callMethod(u"NoSuchClass"_s, u"Any"_s, {}).stage, WmiMethodStage::Class);
+    }
+
+    /// A method that Wine has: the arguments arrive as their types say, and so does what it returns.
+    void methodCall()
+    {
+        WmiSession session;
+        QVERIFY(session.connect(u"ROOT\\DEFAULT"_s, nullptr));
+        const auto readDword = [&session](const QString& name) {
+            return session.callMethod(u"StdRegProv"_s, u"GetStringValue"_s,
+                                      {{u"hDefKey"_s, {.type = vtI4, .bits = 0x80000001}},
+                                       {u"sSubKeyName"_s, {.type = vtBstr, .text = torvelane::test::scratchKey}},
+                                       {u"sValueName"_s, {.type = vtBstr, .text = name}}});
+        };
+        torvelane::test::putRaw(u"name"_s, {1, torvelane::test::utf16(u"value"_s)});
+        const auto found = readDword(u"name"_s);
+        QCOMPARE(found.stage, WmiMethodStage::Done);
+        QCOMPARE(found.returnValue, (WmiValue{.type = vtI4}));
+        QCOMPARE(readDword(u"missing"_s).returnValue, (WmiValue{.type = vtI4, .bits = 2}));
+    }
+
+    /// COM is as it was after a session, also where the thread had it already, in either apartment.
+    void comIsLeftAsItWas()
+    {
+        const auto useSession = [] {
+            WmiSession session;
+            return session.connect(u"ROOT\\CIMV2"_s, nullptr)
+                && !session.query(u"SELECT * FROM Win32_BIOS"_s, nullptr).isEmpty();
+        };
+        for (const std::optional<COINIT> before :
+             {std::optional<COINIT>(), std::optional(COINIT_APARTMENTTHREADED), std::optional(COINIT_MULTITHREADED)}) {
+            bool worked = false;
+            std::optional<APTTYPE> apartmentBefore;
+            std::optional<APTTYPE> apartmentAfter;
+            std::optional<APTTYPE> apartmentAtLast;
+            std::jthread([&] {
+                if (before && FAILED(CoInitializeEx(nullptr, static_cast<DWORD>(*before))))
+                    return;
+                apartmentBefore = apartment();
+                worked = useSession() && useSession();
+                apartmentAfter = apartment();
+                if (before)
+                    CoUninitialize();
+                apartmentAtLast = apartment();
+            }).join();
+            QVERIFY(worked);
+            QCOMPARE(apartmentBefore.has_value(), before.has_value());
+            QVERIFY(apartmentAfter == apartmentBefore);
+            QVERIFY(!apartmentAtLast.has_value());
+        }
+        QCOMPARE(m_machine->log.lines(), QStringList());
+    }
+
+private:
+    std::unique_ptr<ScratchMachine> m_machine;
+};
+
+QTEST_GUILESS_MAIN(tst_RealWmi)
+#include "tst_RealWmi.moc"
