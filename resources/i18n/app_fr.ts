@@ -108,6 +108,61 @@
     </message>
 </context>
 <context>
+    <name>RestorePoint</name>
+    <message>
+        <source>System Restore WMI unavailable: %1</source>
+        <translation>WMI de la restauration du système indisponible : %1</translation>
+    </message>
+    <message>
+        <source>System Restore WMI service is null</source>
+        <translation>Le service WMI de la restauration du système est nul</translation>
+    </message>
+    <message>
+        <source>System Protection appears disabled (GetObject 0x%1)</source>
+        <translation>La protection du système semble désactivée (GetObject 0x%1)</translation>
+    </message>
+    <message>
+        <source>CreateRestorePoint method unavailable</source>
+        <translation>Méthode CreateRestorePoint indisponible</translation>
+    </message>
+    <message>
+        <source>ExecMethod failed (0x%1)</source>
+        <translation>Échec d’ExecMethod (0x%1)</translation>
+    </message>
+    <message>
+        <source>CreateRestorePoint returned %1</source>
+        <translation>CreateRestorePoint a renvoyé %1</translation>
+    </message>
+    <message>
+        <source>Could not start PowerShell to enable System Protection</source>
+        <translation>Impossible de démarrer PowerShell pour activer la protection du système</translation>
+    </message>
+    <message>
+        <source>Enable-ComputerRestore failed (admin required?)</source>
+        <translation>Échec d’Enable-ComputerRestore (droits d’administrateur requis ?)</translation>
+    </message>
+    <message>
+        <source>Could not read restore points: %1</source>
+        <translation>Impossible de lire les points de restauration : %1</translation>
+    </message>
+    <message>
+        <source>No shadow copies found to delete</source>
+        <translation>Aucun cliché instantané à supprimer</translation>
+    </message>
+    <message>
+        <source>Could not enumerate shadow copies: %1</source>
+        <translation>Impossible d’énumérer les clichés instantanés : %1</translation>
+    </message>
+    <message>
+        <source>Could not confidently locate the shadow copy for this restore point (closest match off by %1 s)</source>
+        <translation>Impossible de trouver avec certitude le cliché instantané de ce point de restauration (le plus proche est à %1 s)</translation>
+    </message>
+    <message>
+        <source>Restore returned %1</source>
+        <translation>Restore a renvoyé %1</translation>
+    </message>
+</context>
+<context>
     <name>SectionTweaksPage</name>
     <message>
         <source>No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, services, file cleanup) are added in their own phase — nothing here is faked.</source>

@@ -6,6 +6,7 @@
 #include "core/Log.h"
 #include "core/Paths.h"
 #include "platform/SharedLogFile.h"
+#include "restore/RestorePoint.h"
 #include "tweaks/TweakEngine.h"
 
 namespace torvelane {
@@ -46,6 +47,7 @@ bool AppContext::init()
     auth = std::make_unique<LocalAuthService>();
     license = std::make_unique<LocalLicenseService>(auth.get());
     engine = std::make_unique<TweakEngine>(&catalog, &store);
+    engine->setRestorePointMaker(RestorePoint::createWithFallback);
     tierWatcher = std::make_unique<TierWatcher>(auth.get(), license.get(), engine.get(), &tier);
     engine->recoverInterrupted();
     return true;

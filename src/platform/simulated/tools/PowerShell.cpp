@@ -1,8 +1,10 @@
+#include "platform/Elevation.h"
 #include "platform/Registry.h"
 #include "platform/simulated/calls/Calls.h"
 #include "platform/simulated/registry/RegistryPath.h"
 #include "platform/simulated/registry/RegistryText.h"
 #include "platform/simulated/tools/Tool.h"
+#include "platform/simulated/tools/ToolLanguage.h"
 
 #include <QRegularExpression>
 
@@ -74,11 +76,37 @@ const std::array<Script, 3>& scripts()
     return scripts;
 }
 
+const QString enableRestore = u"Enable-ComputerRestore -Drive 'C:\\'"_s;
+
+/// Switches System Protection on, which Windows remembers as an interval.
+int enableComputerRestore(const ToolOutput& output)
+{
+    RegistryKey key;
+    const QString path = u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\SystemRestore"_s;
+    const QByteArray one = dwordData(1);
+    if (isElevated() && RegistryKey::create(RootKey::LocalMachine, path, key) == Win32Error::Success
+        && key.setValue(u"RPSessionInterval"_s, regDword, std::as_bytes(std::span(one.constData(), 4)))
+            == Win32Error::Success)
+        return 0;
+    output.error(inLanguage(u"Enable-ComputerRestore : Access denied"_s, u"Enable-ComputerRestore : Accès refusé"_s));
+    output.error(inLanguage(u"At line:1 char:1"_s, u"Au caractère Ligne:1 : 1"_s));
+    output.error("+ "_L1 + enableRestore);
+    output.error("+ "_L1 + QString(enableRestore.size(), u'~'));
+    output.error(u"    + CategoryInfo          : InvalidArgument: (:) [Enable-ComputerRestore], ManagementException"_s);
+    output.error(u"    + FullyQualifiedErrorId : ManagementException,"
+                 "Microsoft.PowerShell.Commands.EnableComputerRestoreCommand"_s);
+    output.error(u" "_s);
+    return 1;
+}
+
 } // namespace
 
+/// powershell.exe -NoProfile -NonInteractive -Command "Enable-ComputerRestore -Drive 'C:\'", or
 /// powershell.exe -NoProfile [-ExecutionPolicy Bypass] -Command, with one of the scripts that the catalogue runs.
 int runPowerShell(const ToolRun& run)
 {
+    if (run.arguments == QStringList{u"-NoProfile"_s, u"-NonInteractive"_s, u"-Command"_s, enableRestore})
+        return enableComputerRestore(run.output);
     static const QRegularExpression options(u"^-NoProfile( -ExecutionPolicy Bypass)? -Command$"_s);
     if (run.arguments.size() < 3 || !options.match(run.arguments.first(run.arguments.size() - 1).join(u' ')).hasMatch())
         return failUnknown(u"powershell.exe"_s, run);

@@ -1,5 +1,6 @@
 #include "platform/simulated/calls/Calls.h"
 #include "platform/simulated/tools/Tool.h"
+#include "platform/simulated/tools/ToolLanguage.h"
 
 #include <QThread>
 
@@ -28,6 +29,27 @@ int runPing(const ToolRun& run)
         return failUnknown(u"ping.exe"_s, run);
     QThread::sleep(static_cast<unsigned long>(std::max(1, run.arguments[1].toInt()) - 1));
     return 0;
+}
+
+/// shutdown.exe /r /t SECONDS /c TEXT. What is scheduled stands in the document of "shutdown".
+int runShutdown(const ToolRun& run)
+{
+    constexpr int alreadyScheduled = 1190; // ERROR_SHUTDOWN_IS_SCHEDULED
+    if (run.arguments.size() != 5 || run.arguments[0] != u"/r" || run.arguments[1] != u"/t"
+        || run.arguments[3] != u"/c")
+        return failUnknown(u"shutdown.exe"_s, run);
+    const int code = Calls::run(Call{u"shutdown.schedule"_s, run.arguments}, [&](QJsonObject& document) {
+        if (document.contains("restartInSeconds"_L1))
+            return alreadyScheduled;
+        document.insert("restartInSeconds"_L1, run.arguments[2].toInt());
+        document.insert("comment"_L1, run.arguments[4]);
+        return 0;
+    });
+    if (code == alreadyScheduled) {
+        run.output.error(inLanguage(u"A system shutdown has already been scheduled.(1190)"_s,
+                                    u"Un arrêt système a déjà été planifié.(1190)"_s));
+    }
+    return code;
 }
 
 /// taskkill.exe /f /im <image>, for the desktop only.

@@ -17,9 +17,9 @@ struct NamedTag {
 };
 
 constexpr std::array tags = {
-    NamedTag{"I2"_L1, vtI2},   NamedTag{"I4"_L1, vtI4},   NamedTag{"R4"_L1, vtR4},
-    NamedTag{"R8"_L1, vtR8},   NamedTag{"UI1"_L1, vtUi1}, NamedTag{"UI2"_L1, vtUi2},
-    NamedTag{"UI4"_L1, vtUi4}, NamedTag{"I8"_L1, vtI8},   NamedTag{"UI8"_L1, vtUi8},
+    NamedTag{"I2"_L1, vtI2},     NamedTag{"I4"_L1, vtI4},   NamedTag{"R4"_L1, vtR4},   NamedTag{"R8"_L1, vtR8},
+    NamedTag{"DATE"_L1, vtDate}, NamedTag{"UI1"_L1, vtUi1}, NamedTag{"UI2"_L1, vtUi2}, NamedTag{"UI4"_L1, vtUi4},
+    NamedTag{"I8"_L1, vtI8},     NamedTag{"UI8"_L1, vtUi8},
 };
 
 /// {"UI1": 3}; a 64-bit number may be a text.
@@ -33,8 +33,8 @@ WmiValue tagged(const QJsonObject& object)
     const QJsonValue content = object.begin().value();
     if (known->tag == vtR4)
         return {.type = vtR4, .bits = std::bit_cast<quint32>(static_cast<float>(content.toDouble()))};
-    if (known->tag == vtR8)
-        return {.type = vtR8, .bits = std::bit_cast<quint64>(content.toDouble())};
+    if (known->tag == vtR8 || known->tag == vtDate)
+        return {.type = known->tag, .bits = std::bit_cast<quint64>(content.toDouble())};
     if (content.isString()) {
         const QString digits = content.toString();
         return {.type = known->tag,

@@ -1,0 +1,478 @@
+#include "app/AppContext.h"
+#include "platform/HResult.h"
+#include "platform/simulated/SimulatedPc.h"
+#include "restore/RestorePoint.h"
+#include "support/ScratchMachine.h"
+#include "system/RegistryAccess.h"
+#include "tweaks/TweakEngine.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QTest>
+#include <QTranslator>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::platform;
+using torvelane::test::ScratchMachine;
+
+namespace {
+
+const QString key = u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\SystemRestore"_s;
+const QString policyKey = u"SOFTWARE\\Policies\\Microsoft\\Windows NT\\SystemRestore"_s;
+const QString vssKey = u"SYSTEM\\CurrentControlSet\\Services\\VSS"_s;
+const QString points = u"wmi/namespaces/ROOT\\DEFAULT/SystemRestore"_s;
+const QString copies = u"wmi/namespaces/ROOT\\CIMV2/Win32_ShadowCopy"_s;
+constexpr HResult refusal{static_cast<qint32>(0x8000ffff)};
+
+/// Number of a value below HKLM; absent if there is none.
+std::optional<quint64> number(const QString& path, const QString& name)
+{
+    RegistryValue value;
+    if (!readValue(RegistryHive::LocalMachine, path, name, value) || !value.exists)
+        return std::nullopt;
+    return value.number;
+}
+
+void setNumber(const QString& path, const QString& name, std::optional<quint32> content)
+{
+    if (content)
+        QVERIFY(writeDword(RegistryHive::LocalMachine, path, name, *content));
+    else
+        QVERIFY(deleteValue(RegistryHive::LocalMachine, path, name));
+}
+
+QJsonArray rowsOf(const QString& path)
+{
+    return SimulatedPc::value(path).toArray();
+}
+
+/// The simulated tools' runs, as command lines.
+QStringList toolRuns()
+{
+    QStringList lines;
+    for (const CallRecord& record : SimulatedPc::calls()) {
+        if (record.call.facility() == u"tools")
+            lines << record.call.name.section(u'.', 1) + u' ' + record.call.argumentLine();
+    }
+    return lines;
+}
+
+QJsonObject shadowCopy(const QString& id, const QString& installed)
+{
+    return {{u"ClientAccessible"_s, true}, {u"ID"_s, id}, {u"InstallDate"_s, installed}};
+}
+
+const QDateTime noon(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
+
+} // namespace
+
+/// System Restore on the simulated PC: creating with its fallback, protection, the list, deleting and rolling back.
+class tst_RestorePoint : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_machine = std::make_unique<ScratchMachine>(); }
+    void cleanup() { m_machine.reset(); }
+
+    /// Windows makes one a day by itself; the program's value lifts that, for good.
+    void creates()
+    {
+        setNumber(key, u"SystemRestorePointCreationFrequency"_s, std::nullopt);
+        QString error;
+        for (const QString& name : {u"Été"_s, u"second"_s})
+            QVERIFY2(RestorePoint::createWithFallback(name, &error), qPrintable(error));
+        QCOMPARE(error, QString());
+        QCOMPARE(m_machine->log.lines(),
+                 QStringList({u"[INFO] restore: System Restore Point created: Été"_s,
+                              u"[INFO] restore: System Restore Point created: second"_s}));
+        const QList<RestorePointInfo> list = RestorePoint::listPoints(&error);
+        QCOMPARE(list.size(), 5);
+        QCOMPARE(list[0].description, u"second"_s);
+        QCOMPARE(list[1].description, u"Été"_s);
+        QCOMPARE(list[1].sequenceNumber, 24u);
+        QCOMPARE(list[1].restorePointType, 12u);
+        QCOMPARE(list[1].eventType, 100u);
+        QVERIFY(qAbs(list[1].creationTime.secsTo(QDateTime::currentDateTimeUtc())) < 60);
+        QVERIFY(toolRuns().isEmpty());
+        QCOMPARE(number(key, u"SystemRestorePointCreationFrequency"_s), 0u);
+    }
+
+    void createFails_data()
+    {
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<HResult>("code");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<int>("attempts");
+        const auto row = [](const char* call, HResult code, const char* reason, int attempts) {
+            QTest::addRow("%s 0x%x", call, static_cast<unsigned>(code))
+                << u"wmi."_s + QLatin1String(call) << code << QString::fromLatin1(reason) << attempts;
+        };
+        row("connectServer", refusal,
+            "System Restore WMI unavailable: ConnectServer(ROOT\\DEFAULT) failed (0x8000ffff)", 1);
+        row("connectServer", HResult::ServiceDisabled,
+            "System Restore WMI unavailable: ConnectServer(ROOT\\DEFAULT) failed (0x80070422)", 1);
+        row("connectServer", HResult::Ok, "System Restore WMI service is null", 1);
+        row("getObject", refusal, "System Protection appears disabled (GetObject 0x8000ffff)", 1);
+        row("getObject", HResult::Ok, "System Protection appears disabled (GetObject 0x0)", 1);
+        row("getObject", HResult::ServiceDisabled, "System Protection appears disabled (GetObject 0x80070422)", 2);
+        row("getMethod", HResult::ServiceDisabled, "CreateRestorePoint method unavailable", 1);
+        row("getMethod", HResult::Ok, "CreateRestorePoint method unavailable", 1);
+        row("execMethod", refusal, "ExecMethod failed (0x8000ffff)", 1);
+        row("execMethod", HResult::Ok, "ExecMethod failed (0x0)", 1);
+        row("execMethod", HResult::ServiceDisabled, "ExecMethod failed (0x80070422)", 2);
+        row("getReturnValue", HResult::ServiceDisabled, "unknown error", 1);
+    }
+
+    void createFails()
+    {
+        QFETCH(QString, call);
+        QFETCH(HResult, code);
+        QFETCH(QString, reason);
+        QFETCH(int, attempts);
+        setNumber(key, u"SystemRestorePointCreationFrequency"_s, 1440);
+        if (call == u"wmi.connectServer" && code == HResult::Ok)
+            SimulatedPc::fail(u"wmi.setProxyBlanket"_s, HResult::Ok);
+        SimulatedPc::fail(call, code);
+        QString error;
+        QVERIFY(!RestorePoint::createWithFallback(u"name"_s, &error));
+        QCOMPARE(error, u"Restore point not created: "_s + reason);
+        QCOMPARE(m_machine->log.count(u"[WARN] restore: "_s + error), 1);
+        QCOMPARE(SimulatedPc::calls(u"wmi.connectServer"_s).size(), attempts);
+        QCOMPARE(toolRuns().isEmpty(), attempts == 1);
+        QCOMPARE(number(key, u"SystemRestorePointCreationFrequency"_s), 0u);
+    }
+
+    void returnedNumber()
+    {
+        SimulatedPc::setValue(
+            u"wmi/returnValues"_s,
+            QJsonObject{{u"SystemRestore.CreateRestorePoint"_s, 1058}, {u"SystemRestore.Restore"_s, -5}});
+        QString error;
+        QVERIFY(!RestorePoint::createWithFallback(u"name"_s, &error));
+        QCOMPARE(error, u"Restore point not created: CreateRestorePoint returned 1058"_s);
+        QVERIFY(!RestorePoint::restoreTo(21, true, &error));
+        QCOMPARE(error, u"Restore not initiated: Restore returned -5"_s);
+        QVERIFY(toolRuns().isEmpty());
+    }
+
+    /// Everything that may keep System Protection off, as a policy, a disabled service and switched off altogether.
+    void fallbackLiftsEverything()
+    {
+        setNumber(policyKey, u"DisableSR"_s, 1);
+        setNumber(policyKey, u"DisableConfig"_s, 1);
+        setNumber(key, u"DisableSR"_s, 1);
+        setNumber(key, u"RPSessionInterval"_s, 0);
+        setNumber(vssKey, u"Start"_s, 4);
+        QVERIFY(!RestorePoint::isProtectionEnabled());
+        QString error;
+        QVERIFY2(RestorePoint::createWithFallback(u"name"_s, &error), qPrintable(error));
+
+        const QStringList lift{u"sc config VSS start= demand"_s, u"sc start VSS"_s};
+        const QString enable = u"powershell -NoProfile -NonInteractive -Command Enable-ComputerRestore -Drive 'C:\\'"_s;
+        QCOMPARE(toolRuns(), QStringList(lift + lift << enable));
+        QCOMPARE(m_machine->log.lines(),
+                 QStringList({u"[INFO] restore: System Restore disabled — lifting blockers and retrying"_s,
+                              u"[INFO] restore: System Protection enabled on C:\\"_s,
+                              u"[INFO] restore: System Restore Point created after enabling protection: name"_s}));
+        QCOMPARE(number(policyKey, u"DisableSR"_s), 0u);
+        QCOMPARE(number(policyKey, u"DisableConfig"_s), 0u);
+        QCOMPARE(number(key, u"DisableSR"_s), 0u);
+        QCOMPARE(number(vssKey, u"Start"_s), 3u);
+        QVERIFY(RestorePoint::isProtectionEnabled());
+    }
+
+    void protection_data()
+    {
+        QTest::addColumn<int>("disable");
+        QTest::addColumn<int>("interval");
+        QTest::addColumn<bool>("enabled");
+        constexpr int absent = -1;
+        QTest::newRow("neither") << absent << absent << true;
+        QTest::newRow("disabled") << 1 << 1 << false;
+        QTest::newRow("disabled, no interval") << 1 << absent << false;
+        QTest::newRow("no interval") << 0 << absent << true;
+        QTest::newRow("interval 0") << 0 << 0 << false;
+        QTest::newRow("another number doesn't disable") << 2 << 1 << true;
+    }
+
+    void protection()
+    {
+        QFETCH(int, disable);
+        QFETCH(int, interval);
+        const auto content = [](int n) { return n < 0 ? std::nullopt : std::optional(static_cast<quint32>(n)); };
+        setNumber(key, u"DisableSR"_s, content(disable));
+        setNumber(key, u"RPSessionInterval"_s, content(interval));
+        QTEST(RestorePoint::isProtectionEnabled(), "enabled");
+    }
+
+    /// What PowerShell says is shown to the user, in the letters that it was written in.
+    void enableRefused_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("firstLine");
+        QTest::newRow("English") << u"en"_s << u"Enable-ComputerRestore : Access denied"_s;
+        QTest::newRow("French") << u"fr"_s << u"Enable-ComputerRestore : Accès refusé"_s;
+    }
+
+    void enableRefused()
+    {
+        QFETCH(QString, language);
+        QFETCH(QString, firstLine);
+        SimulatedPc::setValue(u"user/language"_s, language);
+        SimulatedPc::setValue(u"user/elevated"_s, false);
+        QString error;
+        QVERIFY(!RestorePoint::enableProtection(&error));
+        QCOMPARE(error.section(u"\r\n"_s, 0, 0), firstLine);
+        QVERIFY(!error.endsWith(u'\n'));
+        QVERIFY(!RestorePoint::enableProtection(nullptr));
+    }
+
+    void enableFails()
+    {
+        QString error;
+        SimulatedPc::fail(u"tools.powershell"_s, 1);
+        QVERIFY(!RestorePoint::enableProtection(&error));
+        QCOMPARE(error, u"Enable-ComputerRestore failed (admin required?)"_s);
+        QVERIFY(m_machine->log.lines().isEmpty());
+    }
+
+    void list()
+    {
+        QString error = u"untouched"_s;
+        QVERIFY(SimulatedPc::setValue(points, QJsonArray{}));
+        QVERIFY(RestorePoint::listPoints(&error).isEmpty());
+        QCOMPARE(error, u"untouched"_s);
+
+        QVERIFY(SimulatedPc::setValue(
+            points,
+            QJsonArray{QJsonObject{{u"SequenceNumber"_s, 59},
+                                   {u"Description"_s, u"My 2nd checkpoint"_s},
+                                   {u"CreationTime"_s, u"20120202180537.316029-000"_s},
+                                   {u"RestorePointType"_s, 12},
+                                   {u"EventType"_s, 100}},
+                       QJsonObject{{u"SequenceNumber"_s, u"none"_s}, {u"CreationTime"_s, u"2012020218053"_s}},
+                       QJsonObject{{u"SequenceNumber"_s, 160}, {u"EventType"_s, QJsonObject{{u"UI1"_s, 5}}}}}));
+        const QList<RestorePointInfo> list = RestorePoint::listPoints(&error);
+        QCOMPARE(error, u"untouched"_s);
+        QCOMPARE(list.size(), 3);
+        QCOMPARE(list[0].sequenceNumber, 160u);
+        QCOMPARE(list[0].eventType, 0u);
+        QVERIFY(!list[0].creationTime.isValid());
+        QCOMPARE(list[1].description, u"My 2nd checkpoint"_s);
+        QCOMPARE(list[1].creationTime, QDateTime(QDate(2012, 2, 2), QTime(18, 5, 37), Qt::UTC));
+        QCOMPARE(list[1].restorePointType, 12u);
+        QCOMPARE(list[2].sequenceNumber, 0u);
+        QVERIFY(!list[2].creationTime.isValid());
+        QCOMPARE(m_machine->log.lines(),
+                 QStringList({u"[INFO] restore: SystemRestore enumeration returned 0 point(s)"_s,
+                              u"[INFO] restore: SystemRestore enumeration returned 3 point(s)"_s}));
+    }
+
+    void listFails()
+    {
+        QString error;
+        SimulatedPc::fail(u"wmi.execQuery"_s, refusal);
+        QVERIFY(RestorePoint::listPoints(&error).isEmpty());
+        QCOMPARE(error, u"Could not read restore points: ExecQuery failed (0x8000ffff)"_s);
+        QVERIFY(m_machine->log.lines().isEmpty());
+        SimulatedPc::fail(u"wmi.connectServer"_s, refusal);
+        QVERIFY(RestorePoint::listPoints(&error).isEmpty());
+        QCOMPARE(error, u"System Restore WMI unavailable: ConnectServer(ROOT\\DEFAULT) failed (0x8000ffff)"_s);
+    }
+
+    /// Which copy goes, or why none does. Times are local, the point's is 12:00 UTC.
+    void choosesTheCopy_data()
+    {
+        QTest::addColumn<QStringList>("installed");
+        QTest::addColumn<int>("chosen");
+        QTest::addColumn<QString>("error");
+        const QString refused =
+            u"Could not confidently locate the shadow copy for this restore point (closest match off "
+            "by %1 s)"_s;
+        QTest::newRow("closest") << QStringList{u"20240301125800.0+060"_s, u"20240301130001.9+060"_s,
+                                                u"20240301130002.0+060"_s}
+                                 << 1 << QString();
+        QTest::newRow("the first of two as close")
+            << QStringList{u"broken"_s, u"20240301065950.0-300"_s, u"20240301120010.0-000"_s} << 1 << QString();
+        QTest::newRow("120 s off") << QStringList{u"20240301120200.0+000"_s} << 0 << QString();
+        QTest::newRow("121 s off") << QStringList{u"20240301120201.0+000"_s} << -1 << refused.arg(121);
+        QTest::newRow("no times") << QStringList{u"broken"_s, u"2024"_s} << -1 << refused.arg(0);
+        QTest::newRow("no copies") << QStringList() << -1 << u"No shadow copies found to delete"_s;
+    }
+
+    void choosesTheCopy()
+    {
+        QFETCH(QStringList, installed);
+        QFETCH(int, chosen);
+        QJsonArray rows;
+        for (qsizetype i = 0; i < installed.size(); ++i)
+            rows.append(shadowCopy(u"{ID-%1}"_s.arg(i), installed[i]));
+        QVERIFY(SimulatedPc::setValue(copies, rows));
+        QString error;
+        QCOMPARE(RestorePoint::deletePoint(7, noon, &error), chosen >= 0);
+        QTEST(error, "error");
+        QStringList runs;
+        QString logged = u"[WARN] restore: "_s + error;
+        if (chosen >= 0) {
+            const QString id = u"{ID-%1}"_s.arg(chosen);
+            runs << u"vssadmin delete shadows /shadow="_s + id + u" /quiet"_s;
+            logged = u"[INFO] restore: Deleted restore point sequence 7 (shadow %1)"_s.arg(id);
+            rows.removeAt(chosen);
+        }
+        QCOMPARE(toolRuns(), runs);
+        QCOMPARE(m_machine->log.lines(), QStringList(logged));
+        QCOMPARE(rowsOf(copies), rows);
+    }
+
+    /// The distance is in milliseconds: of a moment with a fraction the refusal shows whole seconds.
+    void justTooFar()
+    {
+        QVERIFY(SimulatedPc::setValue(copies, QJsonArray{shadowCopy(u"{ID}"_s, u"20240301120200.0+000"_s)}));
+        QString error;
+        QVERIFY(!RestorePoint::deletePoint(7, noon.addMSecs(-1), &error));
+        QVERIFY2(error.endsWith(u"off by 120 s)"), qPrintable(error));
+        QVERIFY(RestorePoint::deletePoint(7, noon, nullptr));
+    }
+
+    void copyWithoutId()
+    {
+        QVERIFY(SimulatedPc::setValue(copies, QJsonArray{shadowCopy({}, u"20240301120003.5+000"_s)}));
+        QString error;
+        QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
+        QVERIFY2(error.endsWith(u"off by 3 s)"), qPrintable(error));
+        QVERIFY(toolRuns().isEmpty());
+    }
+
+    /// The restore points of the PC as it comes, and those that can't be deleted.
+    void deletesSeededPoints()
+    {
+        QString error;
+        for (const RestorePointInfo& point : RestorePoint::listPoints(&error)) {
+            const bool isOff = point.sequenceNumber == 23;
+            QCOMPARE(RestorePoint::deletePoint(point.sequenceNumber, point.creationTime, &error), !isOff);
+        }
+        QVERIFY2(error.endsWith(u"off by 246 s)"), qPrintable(error));
+        const QList<RestorePointInfo> left = RestorePoint::listPoints(nullptr);
+        QCOMPARE(left.size(), 1);
+        QCOMPARE(left.first().sequenceNumber, 23u);
+        QVERIFY(!RestorePoint::deletePoint(23, QDateTime(), &error));
+        QCOMPARE(error, u"Cannot delete: the restore point has no usable creation time"_s);
+    }
+
+    void deleteFails()
+    {
+        QString error;
+        SimulatedPc::setValue(u"user/language"_s, u"fr"_s);
+        QVERIFY(SimulatedPc::setValue(copies,
+                                      QJsonArray{QJsonObject{{u"ClientAccessible"_s, false},
+                                                             {u"ID"_s, u"{ID}"_s},
+                                                             {u"InstallDate"_s, u"20240301120000.0+000"_s}}}));
+        QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
+        QCOMPARE(error.section(u"\r\n"_s, 0, 0),
+                 u"vssadmin 1.1 - Outil ligne de commande d'administration du service de "
+                 "cliché instantané de volume"_s);
+        QVERIFY2(error.endsWith(u"qui les a créés."), qPrintable(error));
+
+        SimulatedPc::fail(u"tools.vssadmin"_s, 2);
+        QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
+        QCOMPARE(error, u"vssadmin failed (admin required?)"_s);
+        SimulatedPc::fail(u"wmi.execQuery"_s, refusal);
+        QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
+        QCOMPARE(error, u"Could not enumerate shadow copies: ExecQuery failed (0x8000ffff)"_s);
+        SimulatedPc::fail(u"wmi.connectServer"_s, refusal);
+        QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
+        QCOMPARE(error, u"WMI unavailable: ConnectServer(ROOT\\CIMV2) failed (0x8000ffff)"_s);
+        QCOMPARE(m_machine->log.count(u"[WARN] restore: "_s + error), 1);
+    }
+
+    /// A tool that hangs is ended at its limit and counts as done.
+    void hangingTools()
+    {
+        if (!torvelane::test::fullRun())
+            QSKIP("Takes half a minute; ./dev test --full runs it");
+        SimulatedPc::hang(u"tools.powershell"_s, 120000);
+        setNumber(key, u"SystemRestorePointCreationFrequency"_s, 1440);
+        QString error;
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(RestorePoint::enableProtection(&error));
+        QVERIFY(timer.elapsed() >= 29000);
+        QVERIFY(timer.elapsed() < 40000);
+        QCOMPARE(number(key, u"SystemRestorePointCreationFrequency"_s), 0u);
+        QCOMPARE(m_machine->log.count(u"[INFO] restore: System Protection enabled on C:\\"_s), 1);
+    }
+
+    void rollsBack()
+    {
+        QString error;
+        QVERIFY2(RestorePoint::restoreTo(22, false, &error), qPrintable(error));
+        QCOMPARE(SimulatedPc::value(u"wmi/rollBackTo"_s).toInt(), 22);
+        QVERIFY(toolRuns().isEmpty());
+        QVERIFY(RestorePoint::restoreTo(21, true, &error));
+        QTRY_COMPARE(SimulatedPc::value(u"shutdown/restartInSeconds"_s).toInt(), 10);
+        QCOMPARE(SimulatedPc::value(u"wmi/rollBackTo"_s).toInt(), 21);
+        QCOMPARE(toolRuns(), QStringList(u"shutdown /r /t 10 /c Torvelane: restoring Windows to a restore point."_s));
+        QCOMPARE(m_machine->log.lines(),
+                 QStringList({u"[INFO] restore: System Restore initiated for sequence 22"_s,
+                              u"[INFO] restore: System Restore initiated for sequence 21"_s}));
+    }
+
+    void rollBackFails_data()
+    {
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<HResult>("code");
+        QTest::addColumn<QString>("error");
+        const auto row = [](const char* call, HResult code, const char* error) {
+            QTest::addRow("%s 0x%x", call, static_cast<unsigned>(code))
+                << u"wmi."_s + QLatin1String(call) << code << QString::fromLatin1(error);
+        };
+        row("connectServer", refusal,
+            "System Restore WMI unavailable: ConnectServer(ROOT\\DEFAULT) failed (0x8000ffff)");
+        row("getObject", refusal, "System Protection appears disabled (GetObject 0x8000ffff)");
+        row("getMethod", refusal, "Restore method unavailable");
+        row("execMethod", refusal, "Restore not initiated: ExecMethod failed (0x8000ffff)");
+        row("execMethod", HResult::Ok, "Restore not initiated: ExecMethod failed (0x0)");
+        row("getReturnValue", refusal, "Restore not initiated: unknown error");
+    }
+
+    void rollBackFails()
+    {
+        QFETCH(QString, call);
+        QFETCH(HResult, code);
+        SimulatedPc::fail(call, code);
+        QString error;
+        QVERIFY(!RestorePoint::restoreTo(21, true, &error));
+        QTEST(error, "error");
+        QCOMPARE(m_machine->log.count(u"[WARN] restore: "_s + error), 1);
+        QVERIFY(toolRuns().isEmpty());
+    }
+
+    /// The sentences of the user's language inside the ones that stay English.
+    void french()
+    {
+        QTranslator translator;
+        QVERIFY(translator.load(u":/i18n/app_fr.qm"_s));
+        QCoreApplication::installTranslator(&translator);
+        SimulatedPc::fail(u"wmi.execMethod"_s, refusal);
+        QString error;
+        QVERIFY(!RestorePoint::createWithFallback(u"name"_s, &error));
+        QCOMPARE(error, u"Restore point not created: Échec d’ExecMethod (0x8000ffff)"_s);
+        QCoreApplication::removeTranslator(&translator);
+    }
+
+    void engineMakesOne()
+    {
+        AppContext context;
+        QVERIFY(context.init());
+        QVERIFY(context.engine->applyBatch({u"selftest.toggle"_s}, Tier::Pro, nullptr, true));
+        QCOMPARE(rowsOf(points).last()[u"Description"].toString(), u"Torvelane: before applying 1 tweak(s)"_s);
+    }
+
+private:
+    std::unique_ptr<ScratchMachine> m_machine;
+};
+
+QTEST_GUILESS_MAIN(tst_RestorePoint)
+#include "tst_RestorePoint.moc"
