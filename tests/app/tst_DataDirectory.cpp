@@ -175,7 +175,7 @@ private Q_SLOTS:
     void ownFilesAreNeverSetAside()
     {
         const MachineImage before = TestMachine::image();
-        SimulatedPc::killAtChange(1, platform::ChangeMoment::After);
+        SimulatedPc::kill(u"registry"_s, platform::CallMoment::After);
         QCOMPARE(Program(*m_machine, {u"apply"_s, tweak}).exitStatus(), QProcess::CrashExit);
         SimulatedPc::clearFaults();
         QVERIFY(QFile::exists(inDataDir(u"state.db-wal"_s)));
@@ -215,7 +215,7 @@ private Q_SLOTS:
 
     void withoutElevation()
     {
-        SimulatedPc::setElevated(false);
+        SimulatedPc::setValue(u"user/elevated"_s, false);
         const QString status = QString::fromUtf8(Program(*m_machine, {u"status"_s}).readAllStandardOutput());
         QVERIFY2(status.contains(u"\n  Elevated:       no\n"_s), qPrintable(status));
     }

@@ -139,9 +139,9 @@ private Q_SLOTS:
     {
         const TestMachine machine;
         const QString id = u"tweaks.classic-context-menu"_s;
-        SimulatedPc::hangTool(u"reg add"_s, 1500);
+        SimulatedPc::hang(u"tools.reg"_s, 1500, {.part = u"add"_s});
         Program applying(machine, {u"apply"_s, id});
-        QTRY_VERIFY_WITH_TIMEOUT(!SimulatedPc::journal().isEmpty(), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(!SimulatedPc::calls(u"tools.reg"_s).isEmpty(), 30000);
         Program status(machine, {u"status"_s});
         QVERIFY(status.waitForFinished());
         QVERIFY(applying.waitForFinished());
