@@ -24,8 +24,8 @@ struct ChildProcessResult {
 
     Outcome outcome = Outcome::NotStarted;
     int exitCode = -1;
-    QByteArray output;        ///< Standard output, and with ErrorOutput::Merged standard error among it, up to the limit.
-    QByteArray errorOutput;   ///< Standard error with ErrorOutput::Separate, up to the limit.
+    QByteArray output;      ///< Standard output, and with ErrorOutput::Merged standard error among it, up to the limit.
+    QByteArray errorOutput; ///< Standard error with ErrorOutput::Separate, up to the limit.
     bool outputIsCut = false; ///< There was more, which is dropped.
 };
 
