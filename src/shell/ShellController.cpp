@@ -72,6 +72,8 @@ void ShellController::showLogin()
         connect(m_loginWindow, &LoginWindow::loginSucceeded, this, &ShellController::onLoginSucceeded);
         m_loginFrame = new ChromeWindow(m_loginWindow, windowTitle);
     }
+    if (!m_loginFrame->isVisible())
+        m_loginFrame->takePlaceOf(m_mainFrame);
     bringUp(m_loginFrame);
     retire(m_mainFrame);
     m_mainWindow = nullptr;
@@ -84,6 +86,8 @@ void ShellController::showMain()
         connect(m_mainWindow, &MainWindow::requestLogout, this, &ShellController::onLogoutRequested);
         m_mainFrame = new ChromeWindow(m_mainWindow, windowTitle);
     }
+    if (!m_mainFrame->isVisible())
+        m_mainFrame->takePlaceOf(m_loginFrame);
     bringUp(m_mainFrame);
     retire(m_loginFrame);
     m_loginWindow = nullptr;

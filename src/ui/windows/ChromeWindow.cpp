@@ -3,10 +3,13 @@
 #include "platform/WindowFrame.h"
 #include "ui/controls/WinControls.h"
 
+#include <QGuiApplication>
 #include <QMouseEvent>
+#include <QScreen>
 #include <QVBoxLayout>
 #include <QWindow>
 
+#include <algorithm>
 #include <cmath>
 
 namespace torvelane {
@@ -14,6 +17,10 @@ namespace torvelane {
 namespace {
 
 constexpr QSize minimumFrameSize(400, 300);
+// The last two give the native window WS_SYSMENU and WS_MINIMIZEBOX: without them neither a click on the taskbar minimises
+// it nor Alt+Space opens its menu.
+constexpr Qt::WindowFlags frameFlags =
+    Qt::Window | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint;
 constexpr int dragStripHeight = 36;
 constexpr int controlsInset = 10;
 
@@ -22,10 +29,16 @@ QPoint toLogical(const QPoint& physical, qreal ratio)
     return {static_cast<int>(std::round(physical.x() / ratio)), static_cast<int>(std::round(physical.y() / ratio))};
 }
 
+/// What the taskbar leaves of the screen of a window, or of the first one. Large without a screen.
+QRect availableArea(const QWidget* window)
+{
+    const QScreen* const screen = window ? window->screen() : QGuiApplication::primaryScreen();
+    return screen ? screen->availableGeometry() : QRect(0, 0, QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+}
+
 } // namespace
 
-ChromeWindow::ChromeWindow(QWidget* content, const QString& title, QWidget* parent)
-    : QWidget(parent, Qt::Window | Qt::FramelessWindowHint)
+ChromeWindow::ChromeWindow(QWidget* content, const QString& title, QWidget* parent) : QWidget(parent, frameFlags)
 {
     setObjectName(QStringLiteral("ChromeWindow"));
     // Opaque below its content, so that a sliver seen before the first paint has the product's own colour.
@@ -40,6 +53,18 @@ ChromeWindow::ChromeWindow(QWidget* content, const QString& title, QWidget* pare
     connect(m_controls, &WinControls::minimizeRequested, this, &QWidget::showMinimized);
     connect(m_controls, &WinControls::closeRequested, this, &QWidget::close);
     setFixedSize(size);
+}
+
+void ChromeWindow::takePlaceOf(const QWidget* former)
+{
+    const QRect available = availableArea(former);
+    setFixedSize(size().boundedTo(available.size()).expandedTo(layout()->totalMinimumSize()));
+    QRect place = rect();
+    place.moveCenter(former ? former->frameGeometry().center() : available.center());
+    place.moveRight(std::min(place.right(), available.right()));
+    place.moveBottom(std::min(place.bottom(), available.bottom()));
+    // Of a window larger than the screen the beginning, with the strip that moves it, is what has to be seen.
+    move(std::max(place.left(), available.left()), std::max(place.top(), available.top()));
 }
 
 bool ChromeWindow::dragsAt(const QPoint& point) const

@@ -16,6 +16,11 @@ public:
     /// Takes the content's current size, at least 400 by 300.
     ChromeWindow(QWidget* content, const QString& title, QWidget* parent = nullptr);
 
+    /// Puts the window where `former` stands, centre on centre, or in the middle of the first screen if that is null, and
+    /// inside of what the taskbar leaves: where that is too small, the window gets smaller, down to its content's minimum.
+    /// Called before the first show.
+    void takePlaceOf(const QWidget* former);
+
     /// Whether a press at this point of the window moves it: the top 36 rows, but not the window buttons.
     [[nodiscard]] bool dragsAt(const QPoint& point) const;
 

@@ -3,7 +3,8 @@
 #include "ui/controls/FrameTimer.h"
 #include "ui/theme/Theme.h"
 
-#include <QEvent>
+#include <QAbstractButton>
+#include <QKeyEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QTimer>
@@ -21,6 +22,7 @@ namespace {
 constexpr qint64 bakeIntervalMs = 396;
 // A star is drawn anew when its light has changed by this much, of 1. Its brightest pixel then changes by six of 255.
 constexpr double twinkleStep = 0.024;
+constexpr double driftStep = 0.2; // The same for its place, in physical pixels.
 constexpr int resizeSettleMs = 110;
 constexpr int scrollPauseMs = 150;
 constexpr int movePauseMs = 150;
@@ -188,9 +190,15 @@ double starOpacity(const Star& star, double seconds)
 }
 
 /// The logical pixels that the physical ones touch.
-QRect toLogical(const QRect& place, qreal ratio)
+QRect toLogical(const QRectF& place, qreal ratio)
 {
     return QRectF(place.x() / ratio, place.y() / ratio, place.width() / ratio, place.height() / ratio).toAlignedRect();
+}
+
+/// A picture that keeps its size is drawn on whole pixels, whatever its place: a hair larger, it is drawn where it is.
+void drawBetweenPixels(QPainter& painter, const QRectF& place, const QPixmap& picture)
+{
+    painter.drawPixmap(place.adjusted(0, 0, 0.02, 0.02), picture, QRectF(picture.rect()));
 }
 
 QTimer* singleShot(QObject* parent, int intervalMs)
@@ -317,7 +325,6 @@ void HeroWindow::bakeFrame(double seconds)
     drawBottomFade(painter, size());
 }
 
-/// The sprites are blitted, so that they stand on whole pixels.
 HeroWindow::StarLook HeroWindow::starLook(std::size_t index, double seconds) const
 {
     const Star& star = starTable[index];
@@ -326,7 +333,7 @@ HeroWindow::StarLook HeroWindow::starLook(std::size_t index, double seconds) con
     const QPointF centre(width() * star.x + 6 * std::sin(u / (1.5 * star.period)),
                          height() * star.y + 6 * std::cos(u / (1.8 * star.period)));
     const QPointF corner = centre * m_ratio - QPointF(sprite.width() / 2.0, sprite.height() / 2.0);
-    return {QRect(corner.toPoint(), sprite), starOpacity(star, seconds)};
+    return {QRectF(corner, sprite), starOpacity(star, seconds)};
 }
 
 void HeroWindow::advance()
@@ -348,7 +355,8 @@ QRegion HeroWindow::placeStars(double opacityStep)
     for (std::size_t i = 0; i < starTable.size() && !m_stars.isEmpty(); ++i) {
         const StarLook look = starLook(i, seconds);
         StarLook& shown = m_shownStars[i];
-        if (look.place == shown.place && std::abs(look.opacity - shown.opacity) < opacityStep)
+        const QPointF way = look.place.topLeft() - shown.place.topLeft();
+        if (way.manhattanLength() < driftStep && std::abs(look.opacity - shown.opacity) < opacityStep)
             continue;
         changed += toLogical(shown.place, m_ratio);
         changed += toLogical(look.place, m_ratio);
@@ -402,7 +410,7 @@ void HeroWindow::paintEvent(QPaintEvent* event)
         if (!event->region().intersects(toLogical(look.place, m_ratio)))
             continue;
         painter.setOpacity(look.opacity);
-        painter.drawPixmap(look.place.topLeft(), m_stars[static_cast<qsizetype>(i)]);
+        drawBetweenPixels(painter, look.place, m_stars[static_cast<qsizetype>(i)]);
     }
 }
 
@@ -419,6 +427,16 @@ QPixmap HeroWindow::backgroundSlice(const QRect& rect)
     QPixmap slice = m_frame.copy(area);
     slice.setDevicePixelRatio(m_ratio);
     return slice;
+}
+
+void HeroWindow::keyPressEvent(QKeyEvent* event)
+{
+    auto* const button = qobject_cast<QAbstractButton*>(focusWidget());
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (button && isReturn && !event->isAutoRepeat())
+        button->click();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 void HeroWindow::resizeEvent(QResizeEvent* event)

@@ -51,6 +51,8 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    /// Has Return press the focused button, as it does in dialogs.
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
@@ -65,7 +67,7 @@ private:
     [[nodiscard]] double animationSeconds() const;
 
     struct StarLook {
-        QRect place; ///< In physical pixels.
+        QRectF place; ///< In physical pixels, and between them: a star that kept to whole ones would hop.
         double opacity = 0;
     };
 

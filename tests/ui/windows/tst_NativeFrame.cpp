@@ -17,6 +17,10 @@ private Q_SLOTS:
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         const auto handle = reinterpret_cast<HWND>(window.winId());
+        // Without these the taskbar can't minimise it, and Alt+Space opens nothing.
+        const auto style = GetWindowLongPtrW(handle, GWL_STYLE);
+        QVERIFY(style & WS_SYSMENU);
+        QVERIFY(style & WS_MINIMIZEBOX);
         // The second position has coordinates below zero, as on a screen to the left of the primary one.
         for (const QPoint& position : {QPoint(60, 40), QPoint(-200, -10)}) {
             window.move(position);
