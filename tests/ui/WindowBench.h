@@ -107,7 +107,7 @@ inline void answerNextDialog(bool accept, QStringList* texts)
 {
     whenDialogOpens([accept, texts](QDialog* dialog) {
         for (const QLabel* const label : dialog->findChildren<QLabel*>())
-            texts->append(label->text());
+            texts->append(QString(label->text()).remove(QChar(0x200B))); // where long words may be broken
         dialog->done(accept ? QDialog::Accepted : QDialog::Rejected);
     });
 }

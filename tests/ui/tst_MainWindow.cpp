@@ -1,4 +1,5 @@
 #include "ui/WindowBench.h"
+#include "ui/controls/FocusRing.h"
 #include "ui/controls/ToggleSwitch.h"
 #include "ui/main/GroupPage.h"
 #include "ui/main/MainWindow.h"
@@ -14,6 +15,7 @@
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QTest>
+#include <QToolTip>
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
@@ -105,6 +107,55 @@ private Q_SLOTS:
         bench.window.navigateTo(u"Explorer"_s);
         QVERIFY(named<TweakCard>(*bench.section(), u"a"_s)->isVisible());
         QVERIFY(!named<ToggleSwitch>(*bench.section(), u"a"_s));
+    }
+
+    /// Each stop of the Tab key can be seen.
+    void tabStopsShowThemselves()
+    {
+        const FocusRing ring;
+        MainBench bench;
+        bench.window.navigateTo(u"Explorer"_s);
+        QSet<QWidget*> stops;
+        for (QWidget* last = nullptr; stops.size() < 100; stops.insert(last)) {
+            QTest::keyClick(&bench.window, Qt::Key_Tab);
+            last = QApplication::focusWidget();
+            QCOMPARE(ring.target(), last);
+            if (stops.contains(last))
+                break;
+        }
+        QVERIFY(stops.contains(named<ToggleSwitch>(bench.window, u"a"_s)));
+        QVERIFY(stops.size() < 100);
+    }
+
+    void rowsAndTabsSayWhatTheyAre()
+    {
+        MainBench bench;
+        bench.window.navigateTo(u"Explorer"_s);
+        const auto button = [&](const QString& name) { return named<QPushButton>(bench.window, name); };
+        for (const auto& [name, role, around] :
+             {std::tuple(u"Personalization"_s, QAccessible::ListItem, QAccessible::List),
+              {u"Explorer"_s, QAccessible::PageTab, QAccessible::PageTabList}}) {
+            const QAccessibleInterface* const face = QAccessible::queryAccessibleInterface(button(name));
+            QCOMPARE(face->role(), role);
+            QCOMPARE(face->parent()->role(), around);
+            QVERIFY(face->state().selected);
+        }
+        QAccessibleInterface* const other = QAccessible::queryAccessibleInterface(button(u"Taskbar"_s));
+        QVERIFY(!other->state().selected);
+        other->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(bench.place(), u"Personalization, Taskbar"_s);
+    }
+
+    void tooltipsFit()
+    {
+        const MainBench bench;
+        QToolTip::showText(QPoint(10, 10), u"<p>"_s + u"Some more words. "_s.repeated(40) + u"</p>"_s);
+        const auto windows = QApplication::topLevelWidgets();
+        const auto tip = std::ranges::find_if(windows, [](QWidget* each) { return each->inherits("QTipLabel"); });
+        QVERIFY(tip != windows.end());
+        QVERIFY2((*tip)->width() <= 420, qPrintable(QString::number((*tip)->width())));
+        QCOMPARE((*tip)->font().families(), bodyFont(13, QFont::Normal).families());
+        QToolTip::hideText();
     }
 
     void tierChangesInQuickSuccession()

@@ -17,6 +17,7 @@
 #include <QPainter>
 #include <QPropertyAnimation>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -242,8 +243,85 @@ private Q_SLOTS:
         QTest::keyClick(first, Qt::Key_Tab);
         QCOMPARE(ring.target(), second);
         QVERIFY(second->grab().toImage().pixelColor(second->width() / 2, 0).value() > 150);
+        // Along into the dialog that a key opens, and gone with the next click, wherever that is.
+        whenDialogOpens([&](QDialog* dialog) {
+            QCOMPARE(ring.target(), dialog->focusWidget());
+            dialog->reject();
+        });
+        connect(second, &QAbstractButton::clicked, page, [page] { AppDialog::info(page, u"Title"_s, u"Text"_s); });
+        QTest::keyClick(second, Qt::Key_Space);
+        page->activateWindow();
+        QTRY_COMPARE(ring.target(), second);
+        QTest::mouseClick(page, Qt::LeftButton, Qt::NoModifier, QPoint(1, 1));
+        QVERIFY(!ring.target());
+        QTest::keyClick(second, Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(ring.target(), first);
         delete page;
         QVERIFY(!ring.target());
+    }
+
+    void returnPressesTheFocusedButton()
+    {
+        const ShownWindow shown;
+        auto* const button = new QPushButton(shown.hero);
+        auto* const toggle = new ToggleSwitch(shown.hero);
+        for (QAbstractButton* const each :
+             {static_cast<QAbstractButton*>(button), static_cast<QAbstractButton*>(toggle)}) {
+            each->show();
+            each->setFocus();
+            const QSignalSpy clicked(each, &QAbstractButton::clicked);
+            QTest::keyClick(each, Qt::Key_Return);
+            QTest::keyClick(each, Qt::Key_Space);
+            QCOMPARE(clicked.size(), 2);
+        }
+    }
+
+    /// The next window stands where the last one stood, and none is larger than the screen allows.
+    void windowsTakeEachOthersPlace()
+    {
+        const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
+        auto* const hero = new HeroWindow;
+        hero->resize(4000, 3000);
+        ChromeWindow large(hero, u"Torvelane"_s);
+        large.takePlaceOf(nullptr);
+        QCOMPARE(large.width(), std::max(available.width(), hero->minimumWidth()));
+        QCOMPARE(large.height(), std::max(available.height(), hero->minimumHeight()));
+        QVERIFY(available.contains(large.pos()));
+
+        auto* const content = new QWidget;
+        content->resize(400, 300);
+        ChromeWindow small(content, u"Torvelane"_s);
+        QWidget former;
+        former.setGeometry(30, 40, 420, 330);
+        small.takePlaceOf(&former);
+        QCOMPARE(small.geometry().center(), former.geometry().center());
+        former.move(available.bottomRight());
+        small.takePlaceOf(&former);
+        QVERIFY(available.contains(small.geometry()));
+    }
+
+    void longMessagesAreWhole()
+    {
+        QWidget window;
+        window.resize(700, 540);
+        window.show();
+        const QString path = u"HKLM\\SOFTWARE\\"_s + u"VeryLongNameOfAKey\\"_s.repeated(12);
+        whenDialogOpens([&](QDialog* dialog) {
+            const auto* const area = dialog->findChild<QScrollArea*>();
+            const auto* const label = qobject_cast<QLabel*>(area->widget());
+            const QRect needed =
+                label->fontMetrics().boundingRect(QRect(0, 0, label->width(), 100000), Qt::TextWordWrap, label->text());
+            QVERIFY2(needed.width() <= label->width(), qPrintable(QString::number(needed.width())));
+            QVERIFY(needed.height() <= label->height());
+            QVERIFY(area->viewport()->width() >= label->width());
+            QTest::keyClick(dialog->focusWidget(), Qt::Key_End);
+            QCOMPARE(area->verticalScrollBar()->value(), label->height() - area->viewport()->height());
+            const auto* const button = dialog->findChild<QPushButton*>();
+            QVERIFY(button->height() >= button->sizeHint().height());
+            QVERIFY(dialog->rect().contains(QRect(button->mapTo(dialog, QPoint(0, 0)), button->size())));
+            dialog->accept();
+        });
+        AppDialog::info(&window, u"Some tweaks failed"_s, QString(path + u'\n').repeated(20));
     }
 
     void dialogAnswers()

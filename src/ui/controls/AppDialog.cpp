@@ -1,5 +1,7 @@
 #include "ui/controls/AppDialog.h"
 
+#include "ui/controls/FocusRing.h"
+#include "ui/theme/TextBreaks.h"
 #include "ui/theme/Theme.h"
 
 #include <QCoreApplication>
@@ -12,11 +14,22 @@
 #include <QPropertyAnimation>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QShortcut>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace torvelane::AppDialog {
 
 namespace {
+
+constexpr int veilMargin = 40;
+constexpr int minimumTextWidth = 330;
+constexpr int maximumTextWidth = 400;
+constexpr int scrollBarSpace = 16;
+constexpr int minimumTextHeight = 60; ///< Of a text that scrolls.
 
 struct Content {
     QString title;
@@ -46,7 +59,7 @@ QLabel* makeLabel(const QString& text, const QFont& font, const QString& color)
     auto* const label = new QLabel;
     // Texts quote names from the machine, which must not turn into markup.
     label->setTextFormat(Qt::PlainText);
-    label->setText(text);
+    label->setText(withBreaks(text));
     label->setFont(font);
     label->setStyleSheet(QStringLiteral("color:%1; background:transparent;").arg(color));
     label->setWordWrap(true);
@@ -58,7 +71,9 @@ QPushButton* makeButton(const QString& text, const QString& variant)
     auto* const button = new QPushButton(text);
     button->setProperty("variant", variant);
     button->setCursor(Qt::PointingHandCursor);
-    button->setMinimumHeight(38);
+    // Its corners are round for this height; lower, they would turn square.
+    button->ensurePolished();
+    button->setMinimumHeight(std::max(38, button->sizeHint().height()));
     return button;
 }
 
@@ -86,14 +101,50 @@ QHBoxLayout* makeButtonRow(QDialog* dialog, const Content& content, QPushButton*
         QObject::connect(cancel, &QPushButton::clicked, dialog, &QDialog::reject);
         row->addWidget(cancel);
     }
-    if (content.destructive)
+    if (content.destructive) {
         accept->setStyleSheet(destructiveStyle());
+        accept->setProperty(FocusRing::radiusProperty, 19);
+    }
     QObject::connect(accept, &QPushButton::clicked, dialog, &QDialog::accept);
     row->addWidget(accept);
     return row;
 }
 
-QFrame* makeCard(QDialog* dialog, const Content& content, QPushButton* accept)
+/// The text in a frame that scrolls once fitText() has found that it is too high.
+QScrollArea* makeText(const QString& text)
+{
+    QLabel* const label = makeLabel(text, bodyFont(13, QFont::Normal), palette::muted.name());
+    label->setFixedWidth(std::clamp(label->sizeHint().width(), minimumTextWidth, maximumTextWidth));
+    label->setFixedHeight(label->heightForWidth(label->width()));
+    auto* const area = new QScrollArea;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->viewport()->setAutoFillBackground(false);
+    area->setStyleSheet(transparentScrollStyle());
+    area->setWidget(label);
+    area->setFixedSize(label->size());
+    return area;
+}
+
+/// Leaves the text the height that `room`, which the card may take, has for it.
+void fitText(QDialog* dialog, QFrame* card, QScrollArea* area, int room)
+{
+    const int excess = card->sizeHint().height() - room;
+    if (excess <= 0)
+        return;
+    area->setFixedSize(area->width() + scrollBarSpace, std::max(area->height() - excess, minimumTextHeight));
+    // The frame is no stop for the Tab key: these keys are its own from wherever the focus is.
+    for (const auto& [key, action] : {std::pair(Qt::Key_PageUp, QAbstractSlider::SliderPageStepSub),
+                                      {Qt::Key_PageDown, QAbstractSlider::SliderPageStepAdd},
+                                      {Qt::Key_Home, QAbstractSlider::SliderToMinimum},
+                                      {Qt::Key_End, QAbstractSlider::SliderToMaximum}}) {
+        QObject::connect(new QShortcut(key, dialog), &QShortcut::activated, area,
+                         [area, action = action] { area->verticalScrollBar()->triggerAction(action); });
+    }
+}
+
+QFrame* makeCard(QDialog* dialog, const Content& content, QPushButton* accept, int room)
 {
     auto* const card = new QFrame;
     card->setObjectName(QStringLiteral("DialogCard"));
@@ -115,15 +166,15 @@ QFrame* makeCard(QDialog* dialog, const Content& content, QPushButton* accept)
     column->setContentsMargins(30, 28, 30, 24);
     column->setSpacing(12);
     column->addWidget(makeLabel(content.title, displayFont(19, QFont::Bold), palette::ink.name()));
-    QLabel* const text = makeLabel(content.text, bodyFont(13, QFont::Normal), palette::muted.name());
-    text->setMinimumWidth(330);
+    QScrollArea* const text = makeText(content.text);
     column->addWidget(text);
     column->addSpacing(8);
     column->addLayout(makeButtonRow(dialog, content, accept));
+    fitText(dialog, card, text, room);
     return card;
 }
 
-void build(QDialog* dialog, const Content& content)
+void build(QDialog* dialog, const Content& content, int height)
 {
     dialog->setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
     dialog->setAttribute(Qt::WA_TranslucentBackground);
@@ -139,11 +190,11 @@ void build(QDialog* dialog, const Content& content)
     whole->addWidget(veil);
 
     auto* const column = new QVBoxLayout(veil);
-    column->setContentsMargins(40, 40, 40, 40);
+    column->setContentsMargins(veilMargin, veilMargin, veilMargin, veilMargin);
     auto* const row = new QHBoxLayout;
     row->addStretch();
     QPushButton* const accept = makeButton(content.acceptText, QStringLiteral("primary"));
-    row->addWidget(makeCard(dialog, content, accept));
+    row->addWidget(makeCard(dialog, content, accept, height - 2 * veilMargin));
     row->addStretch();
     column->addStretch();
     column->addLayout(row);
@@ -157,8 +208,9 @@ bool run(QWidget* parent, const Content& content)
 {
     // Not on the stack: the parent, which owns it, may be deleted while the dialog is open.
     const QPointer<QDialog> dialog = new QDialog(parent ? parent->window() : nullptr);
-    build(dialog, content);
-    dialog->setGeometry(veiledArea(parent));
+    const QRect area = veiledArea(parent);
+    build(dialog, content, area.height());
+    dialog->setGeometry(area);
     dialog->setWindowOpacity(0.0);
     auto* const fade = new QPropertyAnimation(dialog, "windowOpacity", dialog);
     fade->setDuration(150);

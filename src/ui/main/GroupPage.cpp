@@ -2,6 +2,7 @@
 
 #include "core/Translate.h"
 #include "tweaks/TierGate.h"
+#include "ui/controls/AccessibleRole.h"
 #include "ui/controls/GateTransition.h"
 #include "ui/controls/TierPill.h"
 #include "ui/main/PageStack.h"
@@ -77,6 +78,7 @@ GroupPage::GroupPage(IconId icon, const QString& title, const QString& subtitle,
     column->addSpacing(18);
     column->addWidget(m_stack, 1);
 
+    setAccessibleRole(m_tabBar, QAccessible::PageTabList);
     m_tabGroup->setExclusive(true);
     connect(m_tabGroup, &QButtonGroup::idClicked, this, &GroupPage::selectSection);
 }
@@ -91,6 +93,7 @@ void GroupPage::addSection(IconId icon, const QString& label, Page* page, Tier g
 
     section.tab = new QPushButton(QStringLiteral("  ") + label);
     section.tab->setObjectName(QStringLiteral("SubTab"));
+    setAccessibleRole(section.tab, QAccessible::PageTab);
     section.tab->setAccessibleName(label);
     section.tab->setCheckable(true);
     section.tab->setCursor(Qt::PointingHandCursor);

@@ -2,6 +2,7 @@
 
 #include "account/AuthService.h"
 #include "core/Translate.h"
+#include "ui/controls/AccessibleRole.h"
 #include "ui/controls/AvatarLabel.h"
 #include "ui/controls/BrandZone.h"
 #include "ui/controls/ProSparkle.h"
@@ -78,6 +79,7 @@ QWidget* Sidebar::makeNavigation()
     area->setFocusPolicy(Qt::NoFocus);
     auto* const content = new QWidget;
     content->setAutoFillBackground(false);
+    setAccessibleRole(content, QAccessible::List);
     auto* const column = new QVBoxLayout(content);
     column->setContentsMargins(0, 0, 8, 0);
     column->setSpacing(2);
@@ -103,6 +105,7 @@ void Sidebar::addRow(QVBoxLayout* column, const NavGroup& group, int index)
 {
     auto* const row = new QPushButton(QStringLiteral("  ") + group.title);
     row->setObjectName(QStringLiteral("NavItem"));
+    setAccessibleRole(row, QAccessible::ListItem);
     row->setAccessibleName(group.title);
     row->setCheckable(true);
     row->setCursor(Qt::PointingHandCursor);

@@ -3,6 +3,7 @@
 #include "account/AuthService.h"
 #include "core/Deployment.h"
 #include "core/Translate.h"
+#include "ui/controls/FocusRing.h"
 #include "ui/theme/Icons.h"
 #include "ui/theme/Theme.h"
 
@@ -67,6 +68,7 @@ AccountPage::AccountPage(const UserProfile& profile, QWidget* parent) : Page(par
     signOut->setIcon(iconFor(IconId::LogOut, palette::danger, buttonIconSize));
     signOut->setIconSize(QSize(buttonIconSize, buttonIconSize));
     signOut->setStyleSheet(signOutStyle);
+    signOut->setProperty(FocusRing::radiusProperty, 22);
     connect(signOut, &QPushButton::clicked, this, &AccountPage::signOutRequested);
     outer->addWidget(signOut, 0, Qt::AlignLeft);
     outer->addStretch();

@@ -24,6 +24,8 @@ ScrollColumn::ScrollColumn(QWidget* parent) : QScrollArea(parent)
     setFrameShape(QFrame::NoFrame);
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // No stop for the Tab key where nothing shows it. The keys that scroll come here from what is focused inside.
+    setFocusPolicy(Qt::NoFocus);
     viewport()->setAutoFillBackground(false);
     // From the outside in: a widget that changes its parent takes all below it through the style once more.
     auto* const content = new QWidget(viewport());

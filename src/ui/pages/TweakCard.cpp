@@ -3,6 +3,7 @@
 #include "core/Translate.h"
 #include "ui/controls/GateTransition.h"
 #include "ui/pages/AccessibleTweakCard.h"
+#include "ui/theme/TextBreaks.h"
 #include "ui/theme/Theme.h"
 
 #include <QCursor>
@@ -92,10 +93,11 @@ QString shortened(const QString& text, const QFont& font, int width, int lines)
     return text.left(start) + QFontMetrics(font).elidedText(text.mid(start), Qt::ElideRight, width);
 }
 
-/// Rich text, so that a long line is wrapped.
+/// Rich text, so that a long line is wrapped. A bullet keeps to the line that it begins.
 QString richTooltip(const QString& text)
 {
-    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(text.toHtmlEscaped());
+    const QString lines = withBreaks(text).toHtmlEscaped().replace(QStringLiteral("• "), QStringLiteral("•&nbsp;"));
+    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(lines);
 }
 
 /// In the text's own direction, as a label would.

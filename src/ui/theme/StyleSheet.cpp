@@ -12,7 +12,7 @@ const QString& sheetTemplate()
 QWidget { color: #FFFFFF; }
 QToolTip {
     background: #171717; color: #E5E7EB;
-    border: 1px solid rgba(255,255,255,0.12); border-radius: 8px; padding: 6px 10px;
+    border: 1px solid rgba(255,255,255,0.12); border-radius: 8px; padding: 2px 5px; max-width: 408px;
 }
 
 QWidget#Window, QWidget#ChromeWindow { background: #090909; }
@@ -36,7 +36,7 @@ QFrame#Divider { background: rgba(255,255,255,0.10); border: none; }
 QLabel#TweakTitle { font-family: "%1"; font-size: 14px; font-weight: 600; color: #FFFFFF; }
 QLabel#TweakDesc { font-family: "%1"; font-size: 12px; color: #9CA3AF; }
 QLabel#WarnTag { font-family: "%1"; font-size: 12px; font-weight: 600; color: #FCD34D; }
-QLabel#OkTag, QLabel#LockTag, QLabel#LockHint { font-family: "%1"; font-size: 12px; color: #6B7280; }
+QLabel#OkTag, QLabel#LockTag, QLabel#LockHint { font-family: "%1"; font-size: 12px; color: #9CA3AF; }
 
 QLineEdit {
     background: rgba(0,0,0,0.25); border: 1px solid rgba(255,255,255,0.10); border-radius: 8px;
@@ -101,7 +101,7 @@ QPushButton#NavItem:checked {
     background: qlineargradient(x1:0, y1:0, x2:1, y2:0, stop:0 rgba(95,106,233,0.20), stop:1 rgba(101,113,255,0.06));
 }
 QPushButton#NavItem:disabled { color: #4B5563; }
-QLabel#NavCategory { color: #6B7280; font-family: "%1"; font-size: 11px; font-weight: 700; padding: 2px 6px; }
+QLabel#NavCategory { color: #9CA3AF; font-family: "%1"; font-size: 11px; font-weight: 700; padding: 2px 6px; }
 
 QPushButton#SubTab {
     background: transparent; border: none; border-bottom: 2px solid transparent; border-radius: 0;
@@ -118,7 +118,7 @@ QLabel#H1, QLabel#H2 { color: #FFFFFF; }
 QLabel#Subtitle { font-family: "%1"; font-size: 14px; font-weight: 500; color: #9CA3AF; }
 QLabel#FieldLabel { font-family: "%1"; font-size: 14px; font-weight: 700; color: #FFFFFF; }
 QLabel#Muted { color: #9CA3AF; }
-QLabel#Faint { font-family: "%1"; font-size: 12px; font-weight: 500; color: #6B7280; }
+QLabel#Faint { font-family: "%1"; font-size: 12px; font-weight: 500; color: #9CA3AF; }
 QLabel#TierBadge {
     border-radius: 10px; padding: 2px 10px; font-family: "%1"; font-size: 12px; font-weight: 700;
     border: 1px solid rgba(95,106,233,0.40); background: rgba(95,106,233,0.12); color: #C7D2FE;

@@ -80,10 +80,11 @@ void applyTheme(QApplication& application)
 {
     QApplication::setPalette(applicationPalette());
     QApplication::setFont(bodyFont(14, QFont::Normal));
-    QToolTip::setFont(bodyFont(13, QFont::Normal)); // The system has one of its own for them.
     QApplication::setEffectEnabled(Qt::UI_FadeTooltip, true);
     QApplication::setEffectEnabled(Qt::UI_AnimateTooltip, false);
     application.setStyleSheet(globalStyleSheet(families().body, families().display));
+    // The system has one of its own for them, to which a new style sheet goes back.
+    QToolTip::setFont(bodyFont(13, QFont::Normal));
 }
 
 QFont displayFont(int pixelSize, int weight)

@@ -22,7 +22,7 @@ inline constexpr QColor accentPressed{0x5A, 0x64, 0xE6};
 inline constexpr QColor accentPressedDeep{0x55, 0x5F, 0xD6};
 inline constexpr QColor linkHover{0x8A, 0x93, 0xFF};
 inline constexpr QColor muted{0x9C, 0xA3, 0xAF};    ///< secondary text, inactive icons
-inline constexpr QColor faint{0x6B, 0x72, 0x80};    ///< tertiary text, category labels
+inline constexpr QColor faint{0x6B, 0x72, 0x80};    ///< tertiary text of 13 px and more
 inline constexpr QColor disabled{0x4B, 0x55, 0x63}; ///< placeholder text, disabled navigation rows
 inline constexpr QColor tooltip{0x17, 0x17, 0x17};
 inline constexpr QColor tooltipText{0xE5, 0xE7, 0xEB};
