@@ -17,6 +17,21 @@
     </message>
 </context>
 <context>
+    <name>BatchQuestion</name>
+    <message>
+        <source>These have a warning:</source>
+        <translation>Ceux-ci comportent un avertissement :</translation>
+    </message>
+    <message>
+        <source>These act once, with nothing to undo afterwards:</source>
+        <translation>Ceux-ci agissent une seule fois, sans rien à annuler ensuite :</translation>
+    </message>
+    <message>
+        <source>These set the same value, so that only the last one counts:</source>
+        <translation>Ceux-ci écrivent la même valeur, donc seul le dernier compte :</translation>
+    </message>
+</context>
+<context>
     <name>GroupPage</name>
     <message>
         <source>an account</source>
@@ -223,6 +238,14 @@ Appliquer ce réglage ?</translation>
     <message>
         <source>Revert all</source>
         <translation>Tout annuler</translation>
+    </message>
+    <message>
+        <source>
+
+Apply all %1 tweaks?</source>
+        <translation>
+
+Appliquer les %1 réglages ?</translation>
     </message>
     <message>
         <source>Apply all</source>

@@ -25,6 +25,9 @@ public:
     [[nodiscard]] bool isValid() const { return !m_applyCommands.isEmpty(); }
     [[nodiscard]] const QStringList& applyCommands() const { return m_applyCommands; }
 
+    /// Whether there is nothing to undo.
+    [[nodiscard]] bool isOneTime() const { return m_revertCommands.isEmpty(); }
+
     [[nodiscard]] QJsonObject capture(bool* ok, QString* error) override;
     [[nodiscard]] TweakResult apply() override;
     [[nodiscard]] TweakResult revert(const QJsonObject& capture) override;

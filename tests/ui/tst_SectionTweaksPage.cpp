@@ -109,8 +109,8 @@ private Q_SLOTS:
     {
         // After a revert that failed the row stays half reverted, for the next start to try again: not applied either.
         for (const auto& [applied, error] :
-             {std::pair(false, u"a: Apply error: Failed to write HKCU\\Software\\Torvelane\\Test [a]"_s),
-              {true, u"Failed to restore: Software\\Torvelane\\Test\\a"_s}}) {
+             {std::pair(false, u"a (a): Apply error: Failed to write HKCU\\Software\\Torvelane\\Test [a]"_s),
+              {true, u"a (a): Failed to restore: Software\\Torvelane\\Test\\a"_s}}) {
             PageBench bench({registryEntry("a")});
             if (applied) {
                 bench.action()->click();
@@ -184,8 +184,48 @@ private Q_SLOTS:
         answerNextDialog(true, &texts);
         QCOMPARE(afterClick(bench.action()), u"Revert all/ghost +a"_s);
         QCOMPARE(texts.join(u'/'),
-                 u"Some tweaks failed/b: Apply error: Failed to write HKCU\\Software\\Torvelane\\Test\\B [b]"_s);
+                 u"Some tweaks failed/b (b): Apply error: Failed to write HKCU\\Software\\Torvelane\\Test\\B [b]"_s);
         QCOMPARE(bench.on(), u"a"_s);
+    }
+
+    void batchAsksOnceForAll()
+    {
+        const QByteArray once = R"({"section": "Explorer", "type": "command", "id": "once", "name": "once",
+                                    "apply": ["rem"]})";
+        const QByteArray rival =
+            R"({"section": "Explorer", "id": "rival", "name": "rival", "operations": [{"hive": "HKCU",
+            "path": "Software\\Torvelane\\Test", "name": "a", "desired": 2}]})";
+        PageBench bench({registryEntry("a"), registryEntry("b", warning), once, rival});
+        QStringList texts;
+        answerNextDialog(false, &texts);
+        bench.action()->click();
+        QCOMPARE(texts.value(1),
+                 u"These have a warning:\n•\u00A0b: Loses <b>sleep</b>.\n\n"
+                 "These act once, with nothing to undo afterwards:\n•\u00A0once\n\n"
+                 "These set the same value, so that only the last one counts:\n•\u00A0a · rival\n\n"
+                 "Apply all 4 tweaks?"_s);
+        QCOMPARE(bench.on(), QString());
+        QVERIFY(!isWorking(bench.page));
+
+        answerNextDialog(true, &texts);
+        bench.action()->click();
+        QTRY_COMPARE(bench.applied(), u"a b once rival"_s);
+        // A question here would wait for an answer for good.
+        bench.action()->click();
+        QTRY_COMPARE(bench.applied(), QString());
+    }
+
+    /// While the question stands the tier falls: only what it covers is applied.
+    void batchFollowsTheTierUnderItsQuestion()
+    {
+        PageBench bench({registryEntry("a", warning), registryEntry("b", pro)});
+        whenDialogOpens([&](QDialog* dialog) {
+            bench.setTier(Tier::Free);
+            dialog->accept();
+        });
+        bench.action()->click();
+        QTRY_VERIFY(!isWorking(bench.page));
+        QCOMPARE(bench.engineWork(), u"+a"_s);
     }
 
     void locks()

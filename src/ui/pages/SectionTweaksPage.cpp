@@ -7,6 +7,7 @@
 #include "tweaks/TweakEngine.h"
 #include "ui/controls/TierPill.h"
 #include "ui/controls/ToggleSwitch.h"
+#include "ui/pages/BatchQuestion.h"
 #include "ui/pages/ScrollColumn.h"
 #include "ui/pages/TweakCard.h"
 #include "ui/pages/TweakSummary.h"
@@ -241,10 +242,34 @@ void SectionTweaksPage::toggleTweak(const QString& id, bool desired)
     launch(m_pool, work, [this, id](const std::optional<ApplyOutcome>& outcome) {
         endWork({id});
         if (outcome && !outcome->ok)
-            showMessage(translate("SectionTweaksPage", "Tweak failed"),
-                        outcome->error.isEmpty() ? translate("SectionTweaksPage", "Operation failed.")
-                                                 : outcome->error);
+            showMessage(
+                translate("SectionTweaksPage", "Tweak failed"),
+                named(id,
+                      outcome->error.isEmpty() ? translate("SectionTweaksPage", "Operation failed.") : outcome->error));
     });
+}
+
+/// Asks once for all, if there is anything to ask. The tier may fall meanwhile: what it doesn't cover leaves the list.
+bool SectionTweaksPage::confirmBatch(QStringList& ids, const QStringList& applied)
+{
+    const QString question = batchQuestion(m_context->catalog, ids, applied);
+    if (question.isEmpty())
+        return true;
+    if (!confirm(translate("SectionTweaksPage", "Apply all"),
+                 question + translate("SectionTweaksPage", "\n\nApply all %1 tweaks?").arg(ids.size()),
+                 translate("SectionTweaksPage", "Apply"), translate("SectionTweaksPage", "Cancel")))
+        return false;
+    const QStringList open = divide().notApplied;
+    ids.removeIf([&open](const QString& id) { return !open.contains(id); });
+    return isBatchOpen() && !ids.isEmpty();
+}
+
+/// A line of the engine, "id: message" or the message alone, with the name that the card shows.
+QString SectionTweaksPage::named(const QString& id, const QString& line) const
+{
+    const QString prefix = id + QStringLiteral(": ");
+    return QStringLiteral("%1 (%2): %3")
+        .arg(m_context->catalog.find(id).name, id, line.startsWith(prefix) ? line.sliced(prefix.size()) : line);
 }
 
 void SectionTweaksPage::applyAllRecommended()
@@ -253,8 +278,8 @@ void SectionTweaksPage::applyAllRecommended()
         return;
     const Division division = divide();
     const bool desired = !division.notApplied.isEmpty() || division.applied.isEmpty();
-    const QStringList ids = desired ? division.notApplied : division.applied;
-    if (ids.isEmpty())
+    QStringList ids = desired ? division.notApplied : division.applied;
+    if (ids.isEmpty() || (desired && !confirmBatch(ids, division.applied)))
         return;
     beginWork(ids, desired);
     const auto work = [engine = m_context->engine.get(), ids, desired, tier = m_context->tier] {
@@ -262,8 +287,12 @@ void SectionTweaksPage::applyAllRecommended()
     };
     launch(m_pool, work, [this, ids](const std::optional<QStringList>& failures) {
         endWork(ids);
-        if (failures && !failures->isEmpty())
-            showMessage(translate("SectionTweaksPage", "Some tweaks failed"), failures->join(QLatin1Char('\n')));
+        if (!failures || failures->isEmpty())
+            return;
+        QStringList lines;
+        for (const QString& failure : *failures)
+            lines.append(named(failure.section(QLatin1String(": "), 0, 0), failure));
+        showMessage(translate("SectionTweaksPage", "Some tweaks failed"), lines.join(QLatin1Char('\n')));
     });
 }
 

@@ -71,6 +71,8 @@ private:
 
     void toggleTweak(const QString& id, bool desired);
     void applyAllRecommended();
+    [[nodiscard]] bool confirmBatch(QStringList& ids, const QStringList& applied);
+    [[nodiscard]] QString named(const QString& id, const QString& line) const;
     [[nodiscard]] Division divide() const;
     [[nodiscard]] bool isAvailable(const TweakDefinition& tweak) const;
     [[nodiscard]] bool isBatchOpen() const;
