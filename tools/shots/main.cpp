@@ -9,6 +9,7 @@
 #include "platform/Elevation.h"
 #include "platform/Hardening.h"
 #include "ui/controls/AppDialog.h"
+#include "ui/controls/FocusRing.h"
 #include "ui/controls/ToggleSwitch.h"
 #include "ui/main/MainWindow.h"
 #include "ui/main/Navigation.h"
@@ -22,6 +23,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEnterEvent>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPainter>
 #include <QPushButton>
@@ -122,11 +124,14 @@ void addStates(Album& album, QWidget* frame, MainWindow& window)
         QEnterEvent enter(centre, centre, QPointF(card->mapToGlobal(centre.toPoint())));
         QCoreApplication::sendEvent(card, &enter);
         if (auto* const toggle = card->findChild<ToggleSwitch*>()) {
+            const FocusRing ring;
+            QKeyEvent tab(QEvent::KeyPress, Qt::Key_Tab, Qt::NoModifier);
+            QCoreApplication::sendEvent(&window, &tab);
             toggle->setFocus(Qt::TabFocusReason);
             toggle->click();
+            settle();
+            album.add(QStringLiteral("card-hovered-on-and-focused"), frame->grab());
         }
-        settle();
-        album.add(QStringLiteral("card-hovered-on-and-focused"), frame->grab());
     }
     window.navigateTo(QStringLiteral("Windows Updates"));
     settle();

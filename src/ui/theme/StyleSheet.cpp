@@ -12,7 +12,7 @@ const QString& sheetTemplate()
 QWidget { color: #FFFFFF; }
 QToolTip {
     background: #171717; color: #E5E7EB;
-    border: 1px solid rgba(255,255,255,0.12); border-radius: 8px; padding: 2px 5px; max-width: 408px;
+    border: 1px solid rgba(255,255,255,0.12); border-radius: 8px; padding: 2px 3px; max-width: 408px;
 }
 
 QWidget#Window, QWidget#ChromeWindow { background: #090909; }
