@@ -24,7 +24,8 @@ int main(int argc, char** argv)
     applyTheme(application);
     application.installEventFilter(new SmoothScroller(&application));
     const FocusRing ring;
-    auto* const window = new MainWindow(context);
-    ChromeWindow frame(window, QStringLiteral("Torvelane"));
+    ChromeWindow frame(QStringLiteral("Torvelane"));
+    auto* const window = new MainWindow(context, &frame);
+    frame.setContent(window);
     return bench::Probe(&frame, window).run();
 }

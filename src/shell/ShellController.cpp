@@ -82,9 +82,10 @@ void ShellController::showLogin()
 void ShellController::showMain()
 {
     if (!m_mainFrame) {
-        m_mainWindow = new MainWindow(*m_context);
+        m_mainFrame = new ChromeWindow(windowTitle);
+        m_mainWindow = new MainWindow(*m_context, m_mainFrame);
         connect(m_mainWindow, &MainWindow::requestLogout, this, &ShellController::onLogoutRequested);
-        m_mainFrame = new ChromeWindow(m_mainWindow, windowTitle);
+        m_mainFrame->setContent(m_mainWindow);
     }
     if (!m_mainFrame->isVisible())
         m_mainFrame->takePlaceOf(m_loginFrame);

@@ -8,9 +8,9 @@
 #include "platform/TimerPeriod.h"
 #include "platform/WindowFrame.h"
 #include "shell/WindowLayer.h"
+#include "ui/theme/ProgramIcon.h"
 
 #include <QApplication>
-#include <QIcon>
 #include <QTextStream>
 
 #include <algorithm>
@@ -58,8 +58,7 @@ int main(int argc, char** argv)
         platform::attachParentConsole();
         return runCli(context, arguments);
     }
-    // Not before: it loads Qt's icon and image plug-ins, for which a verb has no use.
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/app.ico")));
+    QGuiApplication::setWindowIcon(programIcon());
     const int exitCode = runWindowLayer(context, arguments);
     platform::endTimerPeriod(timerPeriodMs);
     return exitCode;

@@ -50,7 +50,7 @@ done
 
 "$python" tools/assets/make_fonts.py "$scratch/fustat" "$scratch/space-grotesk" resources/fonts
 "$python" tools/assets/make_icons.py "$scratch/lucide-static/icons" resources/assets/icons
-"$python" tools/assets/make_logo.py resources/assets/logo-mark.svg resources/assets/logo-mark.png resources/app.ico
+"$python" tools/assets/make_logo.py resources/assets/logo-mark.svg resources/app.ico
 
 install -m 644 "$scratch/fustat/LICENSE" resources/LICENSES/Fustat.txt
 install -m 644 "$scratch/space-grotesk/LICENSE" resources/LICENSES/SpaceGrotesk.txt

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Draws Torvelane's mark: make_logo.py MARK.svg MARK.png PROGRAM.ico.
+"""Draws Torvelane's mark: make_logo.py MARK.svg PROGRAM.ico.
 
 The mark is a T of two lanes: one turns, the other, brighter, goes straight on where it left. The program's icon shows
 it on a tile of dark glass. Small icons have numbers of their own, by which edges fall on whole pixels.
@@ -155,9 +155,8 @@ def icon_bytes(pictures):
 
 
 def main():
-    mark_svg, mark_png, icon = map(Path, sys.argv[1:])
+    mark_svg, icon = map(Path, sys.argv[1:])
     mark_svg.write_text(mark_drawing(), encoding="utf-8")
-    mark_png.write_bytes(png_bytes(rendered(mark_drawing())))
     icon.write_bytes(icon_bytes([rendered(tile_drawing(size)) for size in SIZES]))
 
 

@@ -3,6 +3,7 @@
 #include "ui/theme/Theme.h"
 
 #include <QPainter>
+#include <QSvgRenderer>
 
 #include <cmath>
 
@@ -13,16 +14,29 @@ namespace {
 constexpr int zoneHeight = 90;
 constexpr int logoHeight = 30;
 
+/// From the drawing: a picture would have Qt look through all its image plug-ins first. Null without the resource.
+QPixmap drawnLogo()
+{
+    QSvgRenderer drawing(QStringLiteral(":/assets/logo-mark.svg"));
+    if (!drawing.isValid())
+        return {};
+    const qreal ratio = screenRatio();
+    const QSizeF whole = drawing.defaultSize();
+    const int height = static_cast<int>(std::round(logoHeight * ratio));
+    QPixmap logo(static_cast<int>(std::round(height * whole.width() / whole.height())), height);
+    logo.fill(Qt::transparent);
+    QPainter painter(&logo);
+    drawing.render(&painter);
+    painter.end();
+    logo.setDevicePixelRatio(ratio);
+    return logo;
+}
+
 } // namespace
 
-BrandZone::BrandZone(QWidget* parent) : QWidget(parent), m_logo(QStringLiteral(":/assets/logo-mark.png"))
+BrandZone::BrandZone(QWidget* parent) : QWidget(parent), m_logo(drawnLogo())
 {
     setFixedHeight(zoneHeight);
-    if (m_logo.isNull())
-        return;
-    const qreal ratio = screenRatio();
-    m_logo = m_logo.scaledToHeight(static_cast<int>(std::round(logoHeight * ratio)), Qt::SmoothTransformation);
-    m_logo.setDevicePixelRatio(ratio);
 }
 
 void BrandZone::paintEvent(QPaintEvent*)

@@ -1,19 +1,17 @@
 #include "ui/main/GroupPage.h"
 
-#include "core/Translate.h"
-#include "tweaks/TierGate.h"
 #include "ui/controls/AccessibleRole.h"
-#include "ui/controls/GateTransition.h"
-#include "ui/controls/TierPill.h"
+#include "ui/controls/IconLabel.h"
+#include "ui/main/Gate.h"
 #include "ui/main/PageStack.h"
 #include "ui/pages/Page.h"
 #include "ui/theme/Theme.h"
 
 #include <QButtonGroup>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QStackedLayout>
 #include <QVBoxLayout>
 
 namespace torvelane {
@@ -23,19 +21,17 @@ namespace {
 constexpr int tabIconSize = 16;
 constexpr int pageFadeMs = 160;
 
-QLayout* makeHeader(IconId icon, const QString& title, const QString& subtitle)
+QLayout* makeHeader(IconId icon, const QString& title, const QString& subtitle, QWidget* parent)
 {
     auto* const row = new QHBoxLayout;
     row->setSpacing(12);
-    auto* const picture = new QLabel;
-    picture->setPixmap(iconPixmap(icon, palette::ink, 26));
-    row->addWidget(picture, 0, Qt::AlignVCenter);
+    row->addWidget(new IconLabel(icon, palette::ink, 26, parent), 0, Qt::AlignVCenter);
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(2);
-    auto* const titleLabel = new QLabel(title);
+    auto* const titleLabel = new QLabel(title, parent);
     titleLabel->setObjectName(QStringLiteral("H1"));
     titleLabel->setFont(displayFont(23, QFont::Bold));
-    auto* const subtitleLabel = new QLabel(subtitle);
+    auto* const subtitleLabel = new QLabel(subtitle, parent);
     subtitleLabel->setObjectName(QStringLiteral("Subtitle"));
     subtitleLabel->setWordWrap(true);
     texts->addWidget(titleLabel);
@@ -52,30 +48,31 @@ GroupPage::GroupPage(IconId icon, const QString& title, const QString& subtitle,
     , m_required(required)
     , m_webBase(webBase)
     , m_tabGroup(new QButtonGroup(this))
-    , m_tabBar(new QWidget)
-    , m_tabLayout(new QHBoxLayout(m_tabBar))
-    , m_stack(new PageStack)
+    , m_tabLayout(new QHBoxLayout)
 {
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
-    auto* const body = new QWidget;
+    auto* const body = new QWidget(this);
     outer->addWidget(body);
     auto* const column = new QVBoxLayout(body);
     column->setContentsMargins(8, 4, 8, 8);
     column->setSpacing(0);
 
-    column->addLayout(makeHeader(icon, title, subtitle));
+    column->addLayout(makeHeader(icon, title, subtitle, body));
     column->addSpacing(18);
-    auto* const divider = new QFrame;
+    auto* const divider = new QFrame(body);
     divider->setObjectName(QStringLiteral("Divider"));
     divider->setFixedHeight(1);
     column->addWidget(divider);
 
+    m_tabBar = new QWidget(body);
+    m_tabBar->setLayout(m_tabLayout);
     m_tabLayout->setContentsMargins(0, 12, 0, 0);
     m_tabLayout->setSpacing(0);
     m_tabLayout->addStretch();
     column->addWidget(m_tabBar);
     column->addSpacing(18);
+    m_stack = new PageStack(body);
     column->addWidget(m_stack, 1);
 
     setAccessibleRole(m_tabBar, QAccessible::PageTabList);
@@ -85,13 +82,15 @@ GroupPage::GroupPage(IconId icon, const QString& title, const QString& subtitle,
 
 void GroupPage::addSection(IconId icon, const QString& label, Page* page, Tier gate)
 {
-    Section section{.icon = icon, .required = gate, .page = page};
+    Section section{.icon = icon, .page = page};
     const int index = sectionCount();
-    if (gate != Tier::None && !page->locksItself())
-        wrap(section);
-    m_stack->addPage(section.wrapper ? section.wrapper : page);
+    if (gate != Tier::None && !page->locksItself()) {
+        section.gate = new Gate(page, gate, m_webBase);
+        section.gate->setUserTier(m_userTier);
+    }
+    m_stack->addPage(section.gate ? static_cast<QWidget*>(section.gate) : page);
 
-    section.tab = new QPushButton(QStringLiteral("  ") + label);
+    section.tab = new QPushButton(QStringLiteral("  ") + label, m_tabBar);
     section.tab->setObjectName(QStringLiteral("SubTab"));
     setAccessibleRole(section.tab, QAccessible::PageTab);
     section.tab->setAccessibleName(label);
@@ -102,9 +101,25 @@ void GroupPage::addSection(IconId icon, const QString& label, Page* page, Tier g
     m_tabGroup->addButton(section.tab, index);
     m_tabLayout->insertWidget(m_tabLayout->count() - 1, section.tab);
     m_sections.append(section);
-    setShown(m_tabBar, m_sections.size() > 1);
+    refreshTabBar();
     if (index == 0)
         selectSection(0);
+}
+
+/// A single tab needs no bar. Decided when the page gets its style: shown before, the bar would get its own out of the
+/// window.
+void GroupPage::refreshTabBar()
+{
+    if (testAttribute(Qt::WA_WState_Polished))
+        m_tabBar->setVisible(sectionCount() > 1);
+}
+
+bool GroupPage::event(QEvent* event)
+{
+    const bool handled = QWidget::event(event);
+    if (event->type() == QEvent::Polish)
+        refreshTabBar();
+    return handled;
 }
 
 void GroupPage::selectSection(int index)
@@ -130,54 +145,12 @@ void GroupPage::refreshTabIcons()
     }
 }
 
-void GroupPage::wrap(Section& section)
-{
-    section.wrapper = new QWidget;
-    section.stack = new QStackedLayout(section.wrapper);
-    section.stack->setStackingMode(QStackedLayout::StackAll);
-    section.stack->setContentsMargins(0, 0, 0, 0);
-    buildLockedPanel(section);
-    section.stack->addWidget(section.page);
-    section.stack->addWidget(section.panel);
-    GateTransition::apply(section.wrapper, section.stack, section.page, section.panel,
-                          !TierGate::covers(m_userTier, section.required), false);
-}
-
-void GroupPage::buildLockedPanel(Section& section)
-{
-    section.panel = new QWidget;
-    auto* const column = new QVBoxLayout(section.panel);
-    section.pill = makeTierPill(pillText(section.required), m_webBase, IconId::Lock, 38, 16);
-    section.pill->setMinimumWidth(180);
-    column->addStretch();
-    column->addWidget(section.pill, 0, Qt::AlignHCenter);
-    column->addStretch();
-}
-
-QString GroupPage::pillText(Tier required) const
-{
-    switch (required) {
-    case Tier::None:
-        return translate("GroupPage", "an account");
-    case Tier::Free:
-        return translate("GroupPage", "Free");
-    case Tier::Premium:
-        return translate("GroupPage", "Premium");
-    case Tier::Pro:
-        return m_userTier == Tier::Premium ? translate("GroupPage", "Upgrade to Pro") : translate("GroupPage", "Pro");
-    }
-    return translate("GroupPage", "a higher");
-}
-
 void GroupPage::setUserTier(Tier tier)
 {
     m_userTier = tier;
     for (const Section& section : std::as_const(m_sections)) {
-        if (!section.wrapper)
-            continue;
-        GateTransition::apply(section.wrapper, section.stack, section.page, section.panel,
-                              !TierGate::covers(tier, section.required), true);
-        setTierPillText(section.pill, pillText(section.required));
+        if (section.gate)
+            section.gate->setUserTier(tier);
     }
     for (const Section& section : std::as_const(m_sections))
         section.page->onTierChanged(tier);

@@ -9,10 +9,10 @@
 class QButtonGroup;
 class QHBoxLayout;
 class QPushButton;
-class QStackedLayout;
 
 namespace torvelane {
 
+class Gate;
 class Page;
 class PageStack;
 
@@ -44,31 +44,27 @@ public:
 
     [[nodiscard]] Tier requiredTier() const { return m_required; }
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
     struct Section {
         IconId icon;
         QPushButton* tab = nullptr;
-        Tier required = Tier::None;
-        // Null for a section without a gate.
-        QWidget* wrapper = nullptr;
-        QStackedLayout* stack = nullptr;
         Page* page = nullptr;
-        QWidget* panel = nullptr;
-        QPushButton* pill = nullptr;
+        Gate* gate = nullptr; ///< Around the page, if it has one.
     };
 
-    void wrap(Section& section);
-    void buildLockedPanel(Section& section);
-    [[nodiscard]] QString pillText(Tier required) const;
+    void refreshTabBar();
     void refreshTabIcons();
 
     Tier m_required;
     QString m_webBase;
     Tier m_userTier = Tier::None;
     QButtonGroup* m_tabGroup;
-    QWidget* m_tabBar;
+    QWidget* m_tabBar = nullptr;
     QHBoxLayout* m_tabLayout;
-    PageStack* m_stack;
+    PageStack* m_stack = nullptr;
     QList<Section> m_sections;
 };
 

@@ -14,6 +14,7 @@ namespace {
 void layOut(QWidget& page)
 {
     page.resize(page.parentWidget()->size());
+    page.ensurePolished();
     QPixmap pixel(1, 1);
     page.render(&pixel, QPoint(), QRegion(0, 0, 1, 1), QWidget::RenderFlags());
 }

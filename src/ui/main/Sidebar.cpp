@@ -24,9 +24,9 @@ namespace {
 constexpr int sidebarWidth = 280;
 constexpr int rowIconSize = 20; ///< Drawn at this size; the button's icon size scales it down.
 
-QFrame* makeDivider()
+QFrame* makeDivider(QWidget* parent)
 {
-    auto* const divider = new QFrame;
+    auto* const divider = new QFrame(parent);
     divider->setObjectName(QStringLiteral("Divider"));
     divider->setFixedHeight(1);
     return divider;
@@ -56,12 +56,12 @@ Sidebar::Sidebar(const QList<NavGroup>& groups, QWidget* parent)
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(14, 0, 14, 14);
     column->setSpacing(0);
-    column->addWidget(new BrandZone);
-    column->addWidget(makeDivider());
+    column->addWidget(new BrandZone(this));
+    column->addWidget(makeDivider(this));
     column->addSpacing(18);
     column->addWidget(makeNavigation(), 1);
     column->addSpacing(10);
-    column->addWidget(makeDivider());
+    column->addWidget(makeDivider(this));
     column->addSpacing(10);
     column->addWidget(makeAccountCard());
     m_buttons->setExclusive(true);
@@ -70,16 +70,17 @@ Sidebar::Sidebar(const QList<NavGroup>& groups, QWidget* parent)
 
 QWidget* Sidebar::makeNavigation()
 {
-    auto* const area = new QScrollArea;
+    auto* const area = new QScrollArea(this);
     area->setWidgetResizable(true);
     area->setFrameShape(QFrame::NoFrame);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->viewport()->setAutoFillBackground(false);
     area->setStyleSheet(transparentScrollStyle());
     area->setFocusPolicy(Qt::NoFocus);
-    auto* const content = new QWidget;
+    auto* const content = new QWidget(area->viewport());
     content->setAutoFillBackground(false);
     setAccessibleRole(content, QAccessible::List);
+    area->setWidget(content);
     auto* const column = new QVBoxLayout(content);
     column->setContentsMargins(0, 0, 8, 0);
     column->setSpacing(2);
@@ -89,21 +90,20 @@ QWidget* Sidebar::makeNavigation()
         if (group.category != category && !group.category.isEmpty()) {
             if (index > 0)
                 column->addSpacing(10);
-            auto* const heading = new QLabel(group.category.toUpper());
+            auto* const heading = new QLabel(group.category.toUpper(), content);
             heading->setObjectName(QStringLiteral("NavCategory"));
             column->addWidget(heading);
         }
         category = group.category;
-        addRow(column, group, index++);
+        addRow(content, column, group, index++);
     }
     column->addStretch();
-    area->setWidget(content);
     return area;
 }
 
-void Sidebar::addRow(QVBoxLayout* column, const NavGroup& group, int index)
+void Sidebar::addRow(QWidget* list, QVBoxLayout* column, const NavGroup& group, int index)
 {
-    auto* const row = new QPushButton(QStringLiteral("  ") + group.title);
+    auto* const row = new QPushButton(QStringLiteral("  ") + group.title, list);
     row->setObjectName(QStringLiteral("NavItem"));
     setAccessibleRole(row, QAccessible::ListItem);
     row->setAccessibleName(group.title);
@@ -117,32 +117,32 @@ void Sidebar::addRow(QVBoxLayout* column, const NavGroup& group, int index)
         auto* const overlay = new QHBoxLayout(row);
         overlay->setContentsMargins(0, 0, 12, 0);
         overlay->addStretch();
-        overlay->addWidget(new ProSparkle);
+        overlay->addWidget(new ProSparkle(row));
     }
     column->addWidget(row);
 }
 
 QWidget* Sidebar::makeAccountCard()
 {
-    auto* const card = new QFrame;
+    auto* const card = new QFrame(this);
     card->setObjectName(QStringLiteral("AccountCard"));
     auto* const row = new QHBoxLayout(card);
     row->setContentsMargins(8, 8, 8, 8);
     row->setSpacing(10);
-    m_avatar = new AvatarLabel;
+    m_avatar = new AvatarLabel(card);
     row->addWidget(m_avatar);
     auto* const names = new QVBoxLayout;
     names->setSpacing(0);
-    m_userName = new UsernameLabel;
+    m_userName = new UsernameLabel(card);
     m_userName->setFont(bodyFont(13, QFont::DemiBold));
-    m_email = new QLabel;
+    m_email = new QLabel(card);
     m_email->setObjectName(QStringLiteral("Faint"));
     m_email->setTextFormat(Qt::PlainText);
     names->addWidget(m_userName);
     names->addWidget(m_email);
     row->addLayout(names, 1);
 
-    auto* const gear = new QPushButton;
+    auto* const gear = new QPushButton(card);
     gear->setObjectName(QStringLiteral("WinBtn"));
     gear->setFixedSize(34, 34);
     gear->setIcon(iconFor(IconId::Settings, palette::muted, 18));

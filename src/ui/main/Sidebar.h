@@ -42,7 +42,7 @@ protected:
 
 private:
     [[nodiscard]] QWidget* makeNavigation();
-    void addRow(QVBoxLayout* column, const NavGroup& group, int index);
+    void addRow(QWidget* list, QVBoxLayout* column, const NavGroup& group, int index);
     [[nodiscard]] QWidget* makeAccountCard();
     void refreshIcons();
 

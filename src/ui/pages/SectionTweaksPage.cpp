@@ -26,7 +26,6 @@ namespace {
 
 constexpr int gridSpacing = 12;
 constexpr int columnPitch = 302; ///< Width of a column with its spacing, from which another one fits.
-constexpr int cardIconSize = 18;
 constexpr int lockIconSize = 15;
 
 /// The result of one click on a switch.
@@ -60,7 +59,7 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     : Page(parent)
     , m_context(&context)
     , m_sectionKey(sectionKey)
-    , m_picture(iconPixmap(icon, palette::accent, cardIconSize))
+    , m_icon(icon)
     , m_pageTier(pageTier)
     , m_scroll(new ScrollColumn(this))
     , m_grid(new QGridLayout)
@@ -182,7 +181,7 @@ void SectionTweaksPage::layOutCards()
 
 TweakCard* SectionTweaksPage::buildCard(const TweakDefinition& tweak, bool applied)
 {
-    TweakCard::Content content{.picture = m_picture,
+    TweakCard::Content content{.icon = m_icon,
                                .title = tweak.name,
                                .description = tweak.description,
                                .isWarning = false,

@@ -6,7 +6,6 @@
 
 #include <QHash>
 #include <QList>
-#include <QPixmap>
 #include <QSet>
 
 class QGridLayout;
@@ -84,7 +83,7 @@ private:
 
     AppContext* m_context;
     QString m_sectionKey;
-    QPixmap m_picture; ///< Of the section, on each of its cards.
+    IconId m_icon; ///< On each of the cards.
     Tier m_pageTier;
     Tier m_builtTier = Tier::None;
     ScrollColumn* m_scroll = nullptr;

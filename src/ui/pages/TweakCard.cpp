@@ -16,7 +16,7 @@
 #include <QTextLayout>
 #include <QToolTip>
 
-#include <cmath>
+#include <algorithm>
 
 namespace torvelane {
 
@@ -26,8 +26,8 @@ constexpr int minimumCardWidth = 200;
 constexpr double cornerRadius = 8.0;
 constexpr QMargins margins(16, 13, 16, 12);
 constexpr int spacing = 7;
-constexpr int pictureWidth = 20;
-constexpr int pictureSpacing = 9;
+constexpr int iconSize = 18;
+constexpr int iconColumn = 29; ///< The icon and what separates the title from it.
 constexpr int dividerHeight = 1;
 constexpr int footTopMargin = 4;
 constexpr int descriptionLines = 2;
@@ -147,8 +147,7 @@ QRect TweakCard::textArea(Text which) const
     const QRect head(inside.topLeft(), QSize(inside.width(), headHeight(measures)));
     switch (which) {
     case Text::Title:
-        return mirrored({head.left() + pictureWidth + pictureSpacing, head.top(),
-                         head.width() - pictureWidth - pictureSpacing,
+        return mirrored({head.left() + iconColumn, head.top(), head.width() - iconColumn,
                          head.height() - spacing - measures.descriptionHeight});
     case Text::Description:
         return mirrored(
@@ -168,8 +167,7 @@ const TweakCard::Measures& TweakCard::measuresFor(int width) const
         return m_measures;
     m_measures.width = width;
     const int inside = width - margins.left() - margins.right();
-    m_measures.titleHeight =
-        wrappedSize(looks().title, m_content.title, inside - pictureWidth - pictureSpacing).height();
+    m_measures.titleHeight = wrappedSize(looks().title, m_content.title, inside - iconColumn).height();
     m_measures.description = m_content.isWarning
         ? m_content.description
         : shortened(m_content.description, looks().description.font, inside, descriptionLines);
@@ -179,8 +177,7 @@ const TweakCard::Measures& TweakCard::measuresFor(int width) const
 
 int TweakCard::headHeight(const Measures& measures) const
 {
-    const int pictureHeight = static_cast<int>(std::ceil(m_content.picture.deviceIndependentSize().height()));
-    return std::max(measures.titleHeight, pictureHeight) + spacing + measures.descriptionHeight;
+    return std::max(measures.titleHeight, iconSize) + spacing + measures.descriptionHeight;
 }
 
 int TweakCard::footHeight() const
@@ -324,8 +321,8 @@ void TweakCard::paintEvent(QPaintEvent*)
 void TweakCard::paintHead(QPainter& painter) const
 {
     const QRect inside = rect().marginsRemoved(margins);
-    const QSize picture = m_content.picture.deviceIndependentSize().toSize();
-    painter.drawPixmap(mirrored(QRect(inside.topLeft(), picture)).topLeft(), m_content.picture);
+    painter.drawPixmap(mirrored(QRect(inside.topLeft(), QSize(iconSize, iconSize))).topLeft(),
+                       iconPixmap(m_content.icon, palette::accent, iconSize));
     drawText(painter, looks().title, textArea(Text::Title), Qt::TextWordWrap, m_content.title);
     drawText(painter, looks().description, textArea(Text::Description), Qt::TextWordWrap,
              measuresFor(width()).description);

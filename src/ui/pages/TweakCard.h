@@ -1,7 +1,8 @@
 #pragma once
 
+#include "ui/theme/Icons.h"
+
 #include <QFrame>
-#include <QPixmap>
 #include <QPixmapCache>
 
 #include <functional>
@@ -23,7 +24,7 @@ class TweakCard : public QFrame {
 public:
     /// Plain texts in the user's language.
     struct Content {
-        QPixmap picture;
+        IconId icon = IconId::Unnamed;
         QString title;
         QString description;             ///< Shortened to two lines, with all of it in the tooltip, unless `isWarning`.
         bool isWarning = false;          ///< The description is the warning, which is shown whole.

@@ -4,7 +4,7 @@ namespace torvelane {
 
 namespace {
 
-// %1 is the body family, %2 the display family. Titles (H1, H2) get their font in code from displayFont(), whose
+// %1 is the body family, %2 the display family, %3 the family rule of glyph buttons, if there is one. Titles (H1, H2) get their font in code from displayFont(), whose
 // tracking a style sheet can't express, and which a font given here would replace.
 const QString& sheetTemplate()
 {
@@ -20,7 +20,7 @@ QWidget#TitleBar { background: transparent; }
 QLabel#TitleText { color: #9CA3AF; font-family: "%1"; font-weight: 600; font-size: 12px; }
 QPushButton#WinBtn, QPushButton#WinClose {
     background: transparent; border: none; border-radius: 6px; color: #9CA3AF;
-    font-family: "Segoe Fluent Icons", "Segoe MDL2 Assets"; font-size: 10px; padding: 0;
+    %3font-size: 10px; padding: 0;
 }
 QPushButton#WinBtn:hover { background: rgba(255,255,255,0.10); color: #FFFFFF; }
 QPushButton#WinClose:hover { background: #E81123; color: #FFFFFF; }
@@ -173,9 +173,12 @@ QScrollArea > QWidget#qt_scrollarea_viewport > QWidget { background: transparent
 )");
 }
 
-QString globalStyleSheet(const QString& bodyFamily, const QString& displayFamily)
+QString globalStyleSheet(const QString& bodyFamily, const QString& displayFamily, const QStringList& glyphFamilies)
 {
-    return sheetTemplate().arg(bodyFamily, displayFamily) + verticalScrollBarRules() + scrollAreaRules();
+    const QString glyphRule = glyphFamilies.isEmpty()
+        ? QString()
+        : QStringLiteral("font-family: \"%1\"; ").arg(glyphFamilies.join(QStringLiteral("\", \"")));
+    return sheetTemplate().arg(bodyFamily, displayFamily, glyphRule) + verticalScrollBarRules() + scrollAreaRules();
 }
 
 } // namespace torvelane

@@ -45,6 +45,16 @@ Families loadFamilies()
     return families;
 }
 
+/// The fonts of Windows that consist of glyphs, as far as they are there: of a name that is unknown, each look-up starts
+/// with a search for the next best font among all.
+QStringList glyphFamilies()
+{
+    const QStringList present = QFontDatabase::families();
+    QStringList known{QStringLiteral("Segoe Fluent Icons"), QStringLiteral("Segoe MDL2 Assets")};
+    known.removeIf([&present](const QString& family) { return !present.contains(family); });
+    return known;
+}
+
 const Families& families()
 {
     static const Families loaded = loadFamilies();
@@ -82,7 +92,7 @@ void applyTheme(QApplication& application)
     QApplication::setFont(bodyFont(14, QFont::Normal));
     QApplication::setEffectEnabled(Qt::UI_FadeTooltip, true);
     QApplication::setEffectEnabled(Qt::UI_AnimateTooltip, false);
-    application.setStyleSheet(globalStyleSheet(families().body, families().display));
+    application.setStyleSheet(globalStyleSheet(families().body, families().display, glyphFamilies()));
     // The system has one of its own for them, to which a new style sheet goes back.
     QToolTip::setFont(bodyFont(13, QFont::Normal));
 }

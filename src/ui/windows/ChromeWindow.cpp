@@ -38,20 +38,31 @@ QRect availableArea(const QWidget* window)
 
 } // namespace
 
-ChromeWindow::ChromeWindow(QWidget* content, const QString& title, QWidget* parent) : QWidget(parent, frameFlags)
+ChromeWindow::ChromeWindow(const QString& title, QWidget* parent)
+    : QWidget(parent, frameFlags)
+    , m_controls(new WinControls(this))
 {
     setObjectName(QStringLiteral("ChromeWindow"));
     // Opaque below its content, so that a sliver seen before the first paint has the product's own colour.
     setAttribute(Qt::WA_StyledBackground);
     setWindowTitle(title);
+    connect(m_controls, &WinControls::minimizeRequested, this, &QWidget::showMinimized);
+    connect(m_controls, &WinControls::closeRequested, this, &QWidget::close);
+}
+
+ChromeWindow::ChromeWindow(QWidget* content, const QString& title, QWidget* parent) : ChromeWindow(title, parent)
+{
+    setContent(content);
+}
+
+void ChromeWindow::setContent(QWidget* content)
+{
     const QSize size = content->size().expandedTo(minimumFrameSize);
     auto* const whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     whole->setSpacing(0);
     whole->addWidget(content, 1);
-    m_controls = new WinControls(this);
-    connect(m_controls, &WinControls::minimizeRequested, this, &QWidget::showMinimized);
-    connect(m_controls, &WinControls::closeRequested, this, &QWidget::close);
+    m_controls->raise();
     setFixedSize(size);
 }
 

@@ -13,8 +13,13 @@ class ChromeWindow : public QWidget {
     Q_OBJECT
 
 public:
-    /// Takes the content's current size, at least 400 by 300.
+    /// Empty. A content that is born in it, and then set, is given its style once; one that moves in gets it twice.
+    explicit ChromeWindow(const QString& title, QWidget* parent = nullptr);
+
     ChromeWindow(QWidget* content, const QString& title, QWidget* parent = nullptr);
+
+    /// Takes the content's current size, at least 400 by 300. Called once, before the first show.
+    void setContent(QWidget* content);
 
     /// Puts the window where `former` stands, centre on centre, or in the middle of the first screen if that is null, and
     /// inside of what the taskbar leaves: where that is too small, the window gets smaller, down to its content's minimum.
