@@ -166,11 +166,11 @@ private Q_SLOTS:
             const auto snapshots = [&] { return bench.window.findChildren<QLabel*>(u"GateSnapshot"_s).size(); };
             bench.window.navigateTo(u"Gaming Mode"_s);
             const QWidget* const page = bench.section()->layout()->itemAt(0)->widget();
-            const QWidget* const panel = bench.section()->layout()->itemAt(1)->widget();
             for (const Tier tier : tiers) {
                 bench.setTier(tier);
                 QCOMPARE(snapshots(), 1);
             }
+            const QWidget* const panel = bench.section()->layout()->itemAt(1)->widget();
             QTRY_COMPARE(snapshots(), 0);
             QTRY_VERIFY(!panel->graphicsEffect());
             const bool open = tiers.constLast() == Tier::Pro;

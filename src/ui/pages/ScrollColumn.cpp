@@ -2,6 +2,8 @@
 
 #include "ui/windows/HeroWindow.h"
 
+#include <QEvent>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 namespace torvelane {
@@ -19,21 +21,46 @@ HeroWindow* heroWindowAround(const QWidget& widget)
 
 } // namespace
 
-ScrollColumn::ScrollColumn(QWidget* parent) : QScrollArea(parent)
+ScrollColumn::ScrollColumn(QWidget* parent)
+    : QWidget(parent)
+    , m_content(new QWidget(this))
+    , m_column(new QVBoxLayout(m_content))
 {
-    setFrameShape(QFrame::NoFrame);
-    setWidgetResizable(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    // No stop for the Tab key where nothing shows it. The keys that scroll come here from what is focused inside.
-    setFocusPolicy(Qt::NoFocus);
-    viewport()->setAutoFillBackground(false);
-    // From the outside in: a widget that changes its parent takes all below it through the style once more.
-    auto* const content = new QWidget(viewport());
-    content->setAutoFillBackground(false);
-    setWidget(content);
-    m_column = new QVBoxLayout(content);
+    m_content->setAutoFillBackground(false);
     m_column->setContentsMargins(0, 0, 6, 0);
     m_column->setSpacing(16);
+}
+
+void ScrollColumn::assemble()
+{
+    if (m_area)
+        return;
+    auto* const whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    m_area = new QScrollArea(this);
+    m_area->setFrameShape(QFrame::NoFrame);
+    m_area->setWidgetResizable(true);
+    m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // No stop for the Tab key where nothing shows it. The keys that scroll come here from what is focused inside.
+    m_area->setFocusPolicy(Qt::NoFocus);
+    m_area->viewport()->setAutoFillBackground(false);
+    m_area->setWidget(m_content);
+    m_content->setAutoFillBackground(false); // which the area has set
+    whole->addWidget(m_area);
+    whole->activate();
+}
+
+bool ScrollColumn::event(QEvent* event)
+{
+    if (event->type() == QEvent::Polish)
+        assemble();
+    return QWidget::event(event);
+}
+
+int ScrollColumn::viewportWidth()
+{
+    assemble();
+    return m_area->viewport()->width();
 }
 
 void ScrollColumn::carryBackdrop()
@@ -44,28 +71,29 @@ void ScrollColumn::carryBackdrop()
 
 void ScrollColumn::showEvent(QShowEvent* event)
 {
-    QScrollArea::showEvent(event);
+    QWidget::showEvent(event);
     refreshBackdrop();
 }
 
 void ScrollColumn::refreshBackdrop()
 {
     HeroWindow* const hero = heroWindowAround(*this);
-    if (!m_carriesBackdrop || !hero || !isVisible())
+    if (!m_carriesBackdrop || !hero || !m_area || !isVisible())
         return;
     if (!m_backgroundHooked) {
         connect(hero, &HeroWindow::backgroundRebuilt, this, &ScrollColumn::refreshBackdrop, Qt::QueuedConnection);
         m_backgroundHooked = true;
     }
-    const QPixmap slice = hero->backgroundSlice(QRect(viewport()->mapTo(hero, QPoint(0, 0)), viewport()->size()));
+    QWidget* const viewport = m_area->viewport();
+    const QPixmap slice = hero->backgroundSlice(QRect(viewport->mapTo(hero, QPoint(0, 0)), viewport->size()));
     if (slice.isNull())
         return;
-    QPalette colors = viewport()->palette();
+    QPalette colors = viewport->palette();
     colors.setBrush(QPalette::Window, QBrush(slice));
-    viewport()->setPalette(colors);
-    viewport()->setAutoFillBackground(true);
-    viewport()->update();
-    hero->addCover(viewport());
+    viewport->setPalette(colors);
+    viewport->setAutoFillBackground(true);
+    viewport->update();
+    hero->addCover(viewport);
 }
 
 } // namespace torvelane

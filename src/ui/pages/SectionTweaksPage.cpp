@@ -63,7 +63,7 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     , m_pageTier(pageTier)
     , m_scroll(new ScrollColumn(this))
     , m_grid(new QGridLayout)
-    , m_actionButton(new QPushButton(m_scroll->widget()))
+    , m_actionButton(new QPushButton(m_scroll->content()))
     , m_pool(new QThreadPool(this))
 {
     m_pool->setMaxThreadCount(1);
@@ -81,7 +81,7 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     connect(m_actionButton, &QPushButton::clicked, this, &SectionTweaksPage::applyAllRecommended);
     column->addWidget(m_actionButton, 0, Qt::AlignLeft);
 
-    auto* const tiles = new QWidget(m_scroll->widget());
+    auto* const tiles = new QWidget(m_scroll->content());
     tiles->setLayout(m_grid);
     m_grid->setContentsMargins(0, 0, 0, 0);
     m_grid->setSpacing(gridSpacing);
@@ -94,7 +94,7 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
                 "SectionTweaksPage",
                 "No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, "
                 "services, file cleanup) are added in their own phase — nothing here is faked."),
-            m_scroll->widget());
+            m_scroll->content());
         label->setObjectName(QStringLiteral("Muted"));
         label->setTextFormat(Qt::PlainText);
         label->setWordWrap(true);
@@ -163,7 +163,7 @@ void SectionTweaksPage::rebuildCards()
 
 void SectionTweaksPage::layOutCards()
 {
-    const int columns = columnsFor(m_scroll->viewport()->width());
+    const int columns = columnsFor(m_scroll->viewportWidth());
     if (columns == m_columns)
         return;
     m_columns = columns;
