@@ -38,7 +38,8 @@ bool keep(QByteArray& kept, const QByteArray& said, qsizetype limitBytes)
 void takeOutput(QProcess& process, qsizetype limitBytes, ChildProcessResult& result)
 {
     const bool all = keep(result.output, process.readAllStandardOutput(), limitBytes);
-    const bool allErrors = keep(result.errorOutput, process.readAllStandardError(), limitBytes);
+    const bool allErrors = process.processChannelMode() == QProcess::MergedChannels
+        || keep(result.errorOutput, process.readAllStandardError(), limitBytes);
     result.outputIsCut = result.outputIsCut || !all || !allErrors;
 }
 
