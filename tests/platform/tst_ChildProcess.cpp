@@ -126,7 +126,7 @@ private Q_SLOTS:
     {
         const qint64 before = peakMemoryKiB();
         const QElapsedTimer timer = started();
-        const ChildProcessResult result = runSelf(u"--shout"_s, {}, 1000);
+        const ChildProcessResult result = runSelf(u"--shout"_s, {}, 4000);
         QCOMPARE(result.outcome, Outcome::TimedOut);
         QCOMPARE_LT(timer.elapsed(), 10000);
         QCOMPARE(result.output.size(), ChildProcessLimits().outputLimitBytes);
