@@ -4,8 +4,6 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QMutex>
 #include <QThread>
 
@@ -50,17 +48,19 @@ void notifyObserver(CallMoment moment, const Call& call)
         ::pause();
 }
 
+/// Between a call's name and its arguments in the text of its record. Not JSON, since the registry's changes are many.
+constexpr QChar separator(0x1f);
+
 /// The number of the new record; 0 if it couldn't be written. Afterwards the conditions are those of the file: the
 /// statement does nothing if they have changed, and so costs no look at them.
 qint64 record(Store& store, const Call& call, std::optional<qint64> answer)
 {
-    const QByteArray list = QJsonDocument(QJsonArray::fromStringList(call.arguments)).toJson(QJsonDocument::Compact);
+    const QString text = (QStringList{call.name} + call.arguments).join(separator);
     for (int attempt = 0; attempt < 2; ++attempt) {
-        const Execution inserted(store.prepared(u"INSERT INTO call (startedMs, processId, name, arguments, answer)"
-                                                u" SELECT ?, ?, ?, ?, ? FROM machine WHERE generation = ?"),
-                                 {QDateTime::currentMSecsSinceEpoch(), QCoreApplication::applicationPid(), call.name,
-                                  QString::fromUtf8(list), answer ? QVariant(*answer) : QVariant(),
-                                  store.conditions().generation});
+        const Execution inserted(store.prepared(u"INSERT INTO call (startedMs, processId, call, answer)"
+                                                u" SELECT ?, ?, ?, ? FROM machine WHERE generation = ?"),
+                                 {QDateTime::currentMSecsSinceEpoch(), QCoreApplication::applicationPid(), text,
+                                  answer ? QVariant(*answer) : QVariant(), store.conditions().generation});
         if (inserted.affectedRows() == 1)
             return inserted.insertedId();
         if (!inserted.isOk())
@@ -128,6 +128,8 @@ std::optional<qint64> changeUndisturbed(Store& store, const Call& call, const de
     if (!transaction.isOpen())
         return codes.unusable;
     const qint64 recordId = record(store, call, 0);
+    if (recordId == 0)
+        return codes.unusable;
     if (anyMatches(store.conditions().faults, call, CallKind::Change))
         return std::nullopt;
     const qint64 answer = work(store);
@@ -225,16 +227,15 @@ void setObserver(Observer observer)
 QList<CallRecord> records(Store& store)
 {
     QList<CallRecord> records;
-    Execution rows(store.prepared(u"SELECT name, arguments, startedMs, processId, answer FROM call ORDER BY id"), {});
+    Execution rows(store.prepared(u"SELECT call, startedMs, processId, answer FROM call ORDER BY id"), {});
     while (rows.next()) {
         CallRecord record;
-        record.call.name = rows.value(0).toString();
-        for (const QJsonValue& argument : QJsonDocument::fromJson(rows.value(1).toString().toUtf8()).array())
-            record.call.arguments << argument.toString();
-        record.startedMs = rows.value(2).toLongLong();
-        record.processId = rows.value(3).toLongLong();
-        if (!rows.value(4).isNull())
-            record.answer = rows.value(4).toLongLong();
+        record.call.arguments = rows.value(0).toString().split(separator);
+        record.call.name = record.call.arguments.takeFirst();
+        record.startedMs = rows.value(1).toLongLong();
+        record.processId = rows.value(2).toLongLong();
+        if (!rows.value(3).isNull())
+            record.answer = rows.value(3).toLongLong();
         records << record;
     }
     return records;

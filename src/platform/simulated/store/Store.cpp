@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 namespace torvelane::platform::simulated {
 namespace {
 
-constexpr int schemaVersion = 2;
+constexpr int schemaVersion = 3;
 constexpr int busyTimeoutMs = 20000;
 constexpr int maxWalAttempts = 400;
 constexpr int keptCalls = 10000;
@@ -38,7 +38,7 @@ constexpr QStringView schema[] = {
     u"CREATE TABLE machine (generation INTEGER NOT NULL, secret BLOB NOT NULL)",
     u"CREATE TABLE facility (name TEXT PRIMARY KEY, document TEXT NOT NULL)",
     u"CREATE TABLE call (id INTEGER PRIMARY KEY, startedMs INTEGER NOT NULL, processId INTEGER NOT NULL,"
-    u" name TEXT NOT NULL, arguments TEXT NOT NULL, answer INTEGER)",
+    u" call TEXT NOT NULL, answer INTEGER)",
     u"CREATE TABLE fault (id INTEGER PRIMARY KEY, effect INTEGER NOT NULL, call TEXT NOT NULL, part TEXT NOT NULL,"
     u" n INTEGER NOT NULL, once INTEGER NOT NULL, code INTEGER NOT NULL, seen INTEGER NOT NULL DEFAULT 0)",
     // AUTOINCREMENT: a handle of a deleted key must never reach a key made later.
