@@ -42,7 +42,7 @@ public:
 
     [[nodiscard]] QSqlDatabase& database() { return m_database; }
 
-    /// The statement, prepared once. `sql` has to be a constant: it is told from others by its address.
+    /// The statement, prepared once. `sql` has to be a constant: its address is the key.
     [[nodiscard]] QSqlQuery& prepared(QStringView sql);
 
     /// Runs a statement that has no parameters and whose rows nobody wants.
