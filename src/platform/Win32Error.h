@@ -10,13 +10,18 @@ namespace torvelane::platform {
 enum class Win32Error : quint32 {
     Success = 0,
     FileNotFound = 2, ///< No such file, key or value.
+    PathNotFound = 3,
     AccessDenied = 5,
     InvalidHandle = 6,
     WriteFault = 29,
-    LockViolation = 33, ///< Another process has locked that part of the file.
+    GeneralFailure = 31, ///< ERROR_GEN_FAILURE
+    LockViolation = 33,  ///< Another process has locked that part of the file.
     InvalidParameter = 87,
+    DirectoryNotEmpty = 145,
     BadPathname = 161,
-    MoreData = 234, ///< The buffer is too small.
+    MoreData = 234,         ///< The buffer is too small.
+    Directory = 267,        ///< The name is no directory's.
+    StoppedOnSymlink = 681, ///< What was to be opened is a link.
     RegistryIoFailed = 1016,
     KeyDeleted = 1018,
 };

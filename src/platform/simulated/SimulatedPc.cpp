@@ -2,6 +2,7 @@
 
 #include "platform/simulated/Image.h"
 #include "platform/simulated/calls/Calls.h"
+#include "platform/simulated/files/Drive.h"
 #include "platform/simulated/store/FacilityDocuments.h"
 #include "platform/simulated/store/Seed.h"
 #include "platform/simulated/store/Store.h"
@@ -87,6 +88,8 @@ bool SimulatedPc::reset(const QString& seedFile, QString* error)
     QString reason;
     const auto seed = readSeed(seedFile, &reason);
     const bool isReset = seed && Store::reset(*seed);
+    if (isReset)
+        discardDrive(machineFile());
     if (!isReset && error)
         *error = seed ? u"Can't write %1"_s.arg(machineFile()) : reason;
     return isReset;
