@@ -312,4 +312,507 @@ Appliquer les %1 réglages ?</translation>
         <translation>Prêt</translation>
     </message>
 </context>
+<context>
+    <name>AppOptimizer</name>
+    <message>
+        <source>Please choose an .exe file.</source>
+        <translation>Veuillez choisir un fichier .exe.</translation>
+    </message>
+    <message>
+        <source>%1 is already optimized.</source>
+        <translation>%1 est déjà optimisé.</translation>
+    </message>
+    <message>
+        <source>Could not access Image File Execution Options.</source>
+        <translation>Impossible d’accéder à Image File Execution Options.</translation>
+    </message>
+    <message>
+        <source>Failed to write the priority setting.</source>
+        <translation>Échec de l’écriture du réglage de priorité.</translation>
+    </message>
+    <message>
+        <source>%1 optimized (High CPU priority).</source>
+        <translation>%1 optimisé (priorité processeur haute).</translation>
+    </message>
+    <message>
+        <source>Nothing to restore.</source>
+        <translation>Rien à rétablir.</translation>
+    </message>
+    <message>
+        <source>%1 restored to default.</source>
+        <translation>%1 est revenu à son état d’origine.</translation>
+    </message>
+    <message>
+        <source>Failed to restore %1.</source>
+        <translation>Impossible de rétablir %1.</translation>
+    </message>
+</context>
+<context>
+    <name>BufferbloatOptimizer</name>
+    <message>
+        <source>no adjustable buffers</source>
+        <translation>aucun tampon réglable</translation>
+    </message>
+    <message>
+        <source>%1 — a reboot will finalize the changes.</source>
+        <translation>%1 — un redémarrage finalisera les changements.</translation>
+    </message>
+    <message>
+        <source>Ultra-low bufferbloat applied to %1 adapter(s).</source>
+        <translation>Bufferbloat ultra-faible appliqué à %1 carte(s) réseau.</translation>
+    </message>
+    <message>
+        <source>No active adapter exposes adjustable buffer sizes</source>
+        <translation>Aucune carte réseau active n’expose de taille de tampon réglable</translation>
+    </message>
+    <message>
+        <source>Normal mode restored on %1 adapter(s).</source>
+        <translation>Mode normal rétabli sur %1 carte(s) réseau.</translation>
+    </message>
+    <message>
+        <source>Already on normal mode.</source>
+        <translation>Déjà en mode normal.</translation>
+    </message>
+</context>
+<context>
+    <name>DebloatCleaner</name>
+    <message>
+        <source>Temporary files</source>
+        <translation>Fichiers temporaires</translation>
+    </message>
+    <message>
+        <source>User and system TEMP folders.</source>
+        <translation>Dossiers TEMP de l’utilisateur et du système.</translation>
+    </message>
+    <message>
+        <source>Prefetch</source>
+        <translation>Prefetch</translation>
+    </message>
+    <message>
+        <source>Windows app launch prefetch data (rebuilt automatically).</source>
+        <translation>Données de préchargement des applications Windows (recréées automatiquement).</translation>
+    </message>
+    <message>
+        <source>Recycle Bin</source>
+        <translation>Corbeille</translation>
+    </message>
+    <message>
+        <source>Empties the Recycle Bin on all drives.</source>
+        <translation>Vide la Corbeille de tous les lecteurs.</translation>
+    </message>
+    <message>
+        <source>Chrome cache</source>
+        <translation>Cache de Chrome</translation>
+    </message>
+    <message>
+        <source>Google Chrome disk and code cache.</source>
+        <translation>Cache disque et cache de code de Google Chrome.</translation>
+    </message>
+    <message>
+        <source>Game / shader cache</source>
+        <translation>Cache de jeux et de shaders</translation>
+    </message>
+    <message>
+        <source>DirectX, NVIDIA and AMD shader caches (rebuilt on demand).</source>
+        <translation>Caches de shaders DirectX, NVIDIA et AMD (recréés à la demande).</translation>
+    </message>
+    <message>
+        <source>Logs &amp; crash reports</source>
+        <translation>Journaux et rapports de plantage</translation>
+    </message>
+    <message>
+        <source>Crash dumps and minidumps.</source>
+        <translation>Vidages sur incident et minividages.</translation>
+    </message>
+    <message>
+        <source>Thumbnail cache</source>
+        <translation>Cache des miniatures</translation>
+    </message>
+    <message>
+        <source>Explorer thumbnail database (rebuilt automatically).</source>
+        <translation>Base des miniatures de l’Explorateur (recréée automatiquement).</translation>
+    </message>
+    <message>
+        <source>Windows Update cache</source>
+        <translation>Cache de Windows Update</translation>
+    </message>
+    <message>
+        <source>Downloaded update installers (already-installed updates).</source>
+        <translation>Programmes d’installation téléchargés (mises à jour déjà installées).</translation>
+    </message>
+</context>
+<context>
+    <name>GamingMode</name>
+    <message>
+        <source>Gaming Mode is already active.</source>
+        <translation>Le mode Jeu est déjà actif.</translation>
+    </message>
+    <message>
+        <source>Could not save the Gaming Mode state file.</source>
+        <translation>Impossible d’enregistrer le fichier d’état du mode Jeu.</translation>
+    </message>
+    <message>
+        <source>Gaming Mode activated — %1 system settings tuned.</source>
+        <translation>Mode Jeu activé — %1 réglages du système ajustés.</translation>
+    </message>
+    <message>
+        <source> %1 setting(s) need administrator and were skipped.</source>
+        <translation> %1 réglage(s) ignoré(s) : il faut être administrateur.</translation>
+    </message>
+    <message>
+        <source>Gaming Mode is not active.</source>
+        <translation>Le mode Jeu n’est pas actif.</translation>
+    </message>
+    <message>
+        <source>Gaming Mode deactivated — %1 setting(s) restored to defaults.</source>
+        <translation>Mode Jeu désactivé — %1 réglage(s) rétabli(s).</translation>
+    </message>
+</context>
+<context>
+    <name>HardwareScanner</name>
+    <message>
+        <source>Device name</source>
+        <translation>Nom de l’appareil</translation>
+    </message>
+    <message>
+        <source>Manufacturer</source>
+        <translation>Fabricant</translation>
+    </message>
+    <message>
+        <source>Model</source>
+        <translation>Modèle</translation>
+    </message>
+    <message>
+        <source>Installed RAM</source>
+        <translation>Mémoire installée</translation>
+    </message>
+    <message>
+        <source>Operating system</source>
+        <translation>Système d’exploitation</translation>
+    </message>
+    <message>
+        <source>OS version</source>
+        <translation>Version du système</translation>
+    </message>
+    <message>
+        <source>%1 (build %2)</source>
+        <translation>%1 (build %2)</translation>
+    </message>
+    <message>
+        <source>Architecture</source>
+        <translation>Architecture</translation>
+    </message>
+    <message>
+        <source>Version</source>
+        <translation>Version</translation>
+    </message>
+    <message>
+        <source>Serial number</source>
+        <translation>Numéro de série</translation>
+    </message>
+    <message>
+        <source>BIOS vendor</source>
+        <translation>Éditeur du BIOS</translation>
+    </message>
+    <message>
+        <source>BIOS version</source>
+        <translation>Version du BIOS</translation>
+    </message>
+    <message>
+        <source>BIOS date</source>
+        <translation>Date du BIOS</translation>
+    </message>
+    <message>
+        <source>Cores / Threads</source>
+        <translation>Cœurs / threads</translation>
+    </message>
+    <message>
+        <source>%1 cores / %2 threads</source>
+        <translation>%1 cœurs / %2 threads</translation>
+    </message>
+    <message>
+        <source>Base clock</source>
+        <translation>Fréquence de base</translation>
+    </message>
+    <message>
+        <source>L2 cache</source>
+        <translation>Cache L2</translation>
+    </message>
+    <message>
+        <source>L3 cache</source>
+        <translation>Cache L3</translation>
+    </message>
+    <message>
+        <source>Socket</source>
+        <translation>Socket</translation>
+    </message>
+    <message>
+        <source>No processor reported by WMI.</source>
+        <translation>WMI ne signale aucun processeur.</translation>
+    </message>
+    <message>
+        <source>Slot</source>
+        <translation>Emplacement</translation>
+    </message>
+    <message>
+        <source>Capacity</source>
+        <translation>Capacité</translation>
+    </message>
+    <message>
+        <source>Type / Speed</source>
+        <translation>Type / vitesse</translation>
+    </message>
+    <message>
+        <source>Part number</source>
+        <translation>Référence</translation>
+    </message>
+    <message>
+        <source>No memory modules reported by WMI.</source>
+        <translation>WMI ne signale aucun module de mémoire.</translation>
+    </message>
+    <message>
+        <source>%1 module(s), %2 total</source>
+        <translation>%1 module(s), %2 au total</translation>
+    </message>
+    <message>
+        <source>Thermal zone (ACPI)</source>
+        <translation>Zone thermique (ACPI)</translation>
+    </message>
+    <message>
+        <source>Thermal zone %1</source>
+        <translation>Zone thermique %1</translation>
+    </message>
+    <message>
+        <source>Present (RPM not reported)</source>
+        <translation>Présent (vitesse non signalée)</translation>
+    </message>
+    <message>
+        <source>Fan %1</source>
+        <translation>Ventilateur %1</translation>
+    </message>
+    <message>
+        <source>No ACPI thermal-zone temperature is exposed by WMI on this system.</source>
+        <translation>WMI n’expose aucune température de zone thermique ACPI sur ce système.</translation>
+    </message>
+    <message>
+        <source>Per-core CPU/GPU temperatures and fan RPM are not provided by standard Windows APIs; full sensor coverage requires a dedicated driver (e.g. LibreHardwareMonitor) — planned as a follow-up.</source>
+        <translation>Les températures par cœur du processeur et de la carte graphique et la vitesse des ventilateurs ne sont pas fournies par les API standard de Windows ; une couverture complète des capteurs exige un pilote dédié (p. ex. LibreHardwareMonitor) — prévu dans une prochaine version.</translation>
+    </message>
+    <message>
+        <source>Sensors</source>
+        <translation>Capteurs</translation>
+    </message>
+    <message>
+        <source>Not available via standard WMI</source>
+        <translation>Non disponible via WMI standard</translation>
+    </message>
+    <message>
+        <source>Hardware query failed: %1</source>
+        <translation>Échec de l’interrogation du matériel : %1</translation>
+    </message>
+    <message>
+        <source>TB</source>
+        <translation>To</translation>
+    </message>
+    <message>
+        <source>GB</source>
+        <translation>Go</translation>
+    </message>
+    <message>
+        <source>MB</source>
+        <translation>Mo</translation>
+    </message>
+    <message>
+        <source>%1 (shared)</source>
+        <translation>%1 (partagés)</translation>
+    </message>
+    <message>
+        <source>Resolution</source>
+        <translation>Résolution</translation>
+    </message>
+    <message>
+        <source>Driver version</source>
+        <translation>Version du pilote</translation>
+    </message>
+    <message>
+        <source>Driver date</source>
+        <translation>Date du pilote</translation>
+    </message>
+    <message>
+        <source>Vendor</source>
+        <translation>Marque</translation>
+    </message>
+    <message>
+        <source>Memory</source>
+        <translation>Mémoire</translation>
+    </message>
+    <message>
+        <source>No display adapter detected.</source>
+        <translation>Aucune carte graphique détectée.</translation>
+    </message>
+    <message>
+        <source>Healthy</source>
+        <translation>Sain</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>Avertissement</translation>
+    </message>
+    <message>
+        <source>Unhealthy</source>
+        <translation>Défaillant</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>Type</translation>
+    </message>
+    <message>
+        <source>Partitions</source>
+        <translation>Partitions</translation>
+    </message>
+    <message>
+        <source>Health</source>
+        <translation>État de santé</translation>
+    </message>
+    <message>
+        <source>No disk drive reported by WMI.</source>
+        <translation>WMI ne signale aucun lecteur de disque.</translation>
+    </message>
+</context>
+<context>
+    <name>NetAdapters</name>
+    <message>
+        <source>Missing device instance id</source>
+        <translation>L’identifiant d’instance du périphérique manque</translation>
+    </message>
+    <message>
+        <source>SetupDiGetClassDevs failed</source>
+        <translation>Échec de SetupDiGetClassDevs</translation>
+    </message>
+    <message>
+        <source>Could not restart adapter (changes apply after a reboot)</source>
+        <translation>Impossible de redémarrer la carte réseau (les changements s’appliqueront au prochain démarrage)</translation>
+    </message>
+</context>
+<context>
+    <name>NetworkOptimizer</name>
+    <message>
+        <source>Already optimized.</source>
+        <translation>Déjà optimisée.</translation>
+    </message>
+    <message>
+        <source>This adapter exposes none of the optimizable settings.</source>
+        <translation>Cette carte n’expose aucun des réglages optimisables.</translation>
+    </message>
+    <message>
+        <source>Applied %1 optimization(s).</source>
+        <translation>%1 optimisation(s) appliquée(s).</translation>
+    </message>
+    <message>
+        <source>Applied. %1 — a reboot will finalize the changes.</source>
+        <translation>Appliqué. %1 — un redémarrage finalisera les changements.</translation>
+    </message>
+    <message>
+        <source>No eligible network adapter to optimize.</source>
+        <translation>Aucune carte réseau à optimiser.</translation>
+    </message>
+    <message>
+        <source>Optimized %1 adapter(s).</source>
+        <translation>%1 carte(s) réseau optimisée(s).</translation>
+    </message>
+    <message>
+        <source>Restored %1 setting(s).</source>
+        <translation>%1 réglage(s) rétabli(s).</translation>
+    </message>
+    <message>
+        <source>Restored. %1 — a reboot will finalize the changes.</source>
+        <translation>Rétabli. %1 — un redémarrage finalisera les changements.</translation>
+    </message>
+    <message>
+        <source>Nothing to restore.</source>
+        <translation>Rien à rétablir.</translation>
+    </message>
+    <message>
+        <source>Restored %1 adapter(s).</source>
+        <translation>%1 carte(s) réseau rétablie(s).</translation>
+    </message>
+</context>
+<context>
+    <name>PowerPlanManager</name>
+    <message>
+        <source>No adjustable processor power settings were found.</source>
+        <translation>Aucun réglage d’alimentation du processeur n’a été trouvé.</translation>
+    </message>
+    <message>
+        <source>Max CPU performance applied (100% state, no parking, C-states off).</source>
+        <translation>Performances maximales du processeur appliquées (état à 100 %, sans mise en veille des cœurs, états C désactivés).</translation>
+    </message>
+    <message>
+        <source>CPU power settings restored to their previous values.</source>
+        <translation>Les réglages d’alimentation du processeur ont retrouvé leurs valeurs précédentes.</translation>
+    </message>
+    <message>
+        <source>CPU is already on default settings.</source>
+        <translation>Le processeur est déjà à ses réglages d’origine.</translation>
+    </message>
+    <message>
+        <source>No adjustable disk power settings were found.</source>
+        <translation>Aucun réglage d’alimentation du disque n’a été trouvé.</translation>
+    </message>
+    <message>
+        <source>Max disk performance applied (no HDD spindown, AHCI link power off).</source>
+        <translation>Performances maximales du disque appliquées (pas d’arrêt du disque dur, économie d’énergie AHCI désactivée).</translation>
+    </message>
+    <message>
+        <source>Disk power settings restored to their previous values.</source>
+        <translation>Les réglages d’alimentation du disque ont retrouvé leurs valeurs précédentes.</translation>
+    </message>
+    <message>
+        <source>Disk is already on default settings.</source>
+        <translation>Le disque est déjà à ses réglages d’origine.</translation>
+    </message>
+    <message>
+        <source>Could not read the active power plan.</source>
+        <translation>Impossible de lire le mode de gestion de l’alimentation actif.</translation>
+    </message>
+    <message>
+        <source>No power plan selected.</source>
+        <translation>Aucun mode de gestion de l’alimentation sélectionné.</translation>
+    </message>
+    <message>
+        <source>Power plan activated.</source>
+        <translation>Mode de gestion de l’alimentation activé.</translation>
+    </message>
+    <message>
+        <source>Applied Ultimate Performance power plan.</source>
+        <translation>Mode Performances ultimes appliqué.</translation>
+    </message>
+    <message>
+        <source>Applied High Performance power plan.</source>
+        <translation>Mode Performances élevées appliqué.</translation>
+    </message>
+</context>
+<context>
+    <name>ServiceProfiles</name>
+    <message>
+        <source>Basic</source>
+        <translation>Basique</translation>
+    </message>
+    <message>
+        <source>Advanced</source>
+        <translation>Avancé</translation>
+    </message>
+    <message>
+        <source>%1 profile applied — %2 service(s) disabled. A reboot finalizes the changes.</source>
+        <translation>Profil %1 appliqué — %2 service(s) désactivé(s). Un redémarrage finalise les changements.</translation>
+    </message>
+    <message>
+        <source>Already on default services.</source>
+        <translation>Les services sont déjà à leur état d’origine.</translation>
+    </message>
+    <message>
+        <source>Default services restored (%1). A reboot finalizes the changes.</source>
+        <translation>Services d’origine rétablis (%1). Un redémarrage finalise les changements.</translation>
+    </message>
+</context>
 </TS>

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "optimizers/NetAdapters.h"
+#include "optimizers/SnapshotFile.h"
+
+#include <QHash>
+#include <QJsonArray>
+
+namespace torvelane {
+
+/// What an optimiser of network adapters found on one adapter before it changed it.
+struct AdapterSnapshot {
+    QString regSubKey;   ///< The adapter's class key below HKLM.
+    QString pnpDeviceId; ///< The device to restart when the values are back.
+    QString name;        ///< For messages and the log.
+    QJsonArray values;   ///< Captured values, in the order in which they were captured.
+};
+
+/// The adapters that one optimiser has changed, by the adapter's GUID, kept in one snapshot file. One worker at a time.
+class AdapterSnapshots {
+public:
+    using Entries = QHash<QString, AdapterSnapshot>;
+
+    /// Reads the file; a missing or broken one holds nothing.
+    AdapterSnapshots(const QString& fileName, const QString& category);
+
+    [[nodiscard]] bool contains(const QString& guid) const { return m_entries.contains(guid); }
+    [[nodiscard]] qsizetype count() const { return m_entries.size(); }
+
+    /// A copy that may be walked while entries go.
+    [[nodiscard]] Entries entries() const { return m_entries; }
+
+    /// Remembers an adapter and writes the file. `values` were captured from it.
+    void insert(const NetAdapter& adapter, const QJsonArray& values);
+
+    /// Forgets an adapter and writes the file.
+    void remove(const QString& guid);
+
+private:
+    void load();
+    void save() const;
+
+    SnapshotFile m_file;
+    Entries m_entries;
+};
+
+/// The name that messages and the log use: the connection's, or the adapter's if that has none.
+[[nodiscard]] QString displayName(const NetAdapter& adapter);
+
+/// Writes every captured value of an entry back. @return how many could be written
+[[nodiscard]] int restoreValues(const AdapterSnapshot& entry);
+
+} // namespace torvelane

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "optimizers/SnapshotFile.h"
+#include "system/RegistryValue.h"
+
+#include <QHash>
+#include <QList>
+#include <QPair>
+#include <QString>
+
+namespace torvelane {
+
+/// What became of an operation on a program.
+struct AppOptimizeResult {
+    bool ok = false;
+    QString message; ///< For the user, in their language.
+};
+
+/// Gives chosen programs a high CPU priority for good, through Windows' Image File Execution Options, and takes it back
+/// program by program. Windows knows a program by its file name alone: two of one name share the setting. What was there
+/// is in app_optimize.json (SnapshotFile says how snapshots work), read when the object is made; a program whose setting
+/// could not be written is forgotten again.
+///
+/// GUI thread: every call is one or two registry calls and one small file. Changes HKLM, which needs administrator
+/// rights.
+class AppOptimizer {
+public:
+    AppOptimizer();
+
+    /// `exePath` is the program as the user chose it.
+    [[nodiscard]] AppOptimizeResult optimize(const QString& exePath);
+
+    /// `name` as list() gave it. The program is forgotten, whether or not its setting could be put back.
+    [[nodiscard]] AppOptimizeResult restore(const QString& name);
+
+    /// The changed programs: file name in lower case, and path.
+    [[nodiscard]] QList<QPair<QString, QString>> list() const;
+
+private:
+    struct Entry {
+        QString path; ///< For display.
+        RegistryValue original;
+    };
+
+    void load();
+    void save() const;
+
+    SnapshotFile m_file;
+    QHash<QString, Entry> m_entries; ///< By the file name in lower case.
+};
+
+} // namespace torvelane

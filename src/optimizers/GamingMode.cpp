@@ -1,0 +1,181 @@
+#include "optimizers/GamingMode.h"
+
+#include "core/Log.h"
+#include "core/Translate.h"
+#include "optimizers/PowerPlanManager.h"
+#include "optimizers/SnapshotFile.h"
+#include "optimizers/SnapshotValue.h"
+#include "system/RegistryAccess.h"
+
+#include <QJsonArray>
+
+#include <array>
+
+namespace torvelane::GamingMode {
+
+namespace {
+
+const QString category = QStringLiteral("gaming");
+
+const QString keyActive = QStringLiteral("active");
+const QString keyPowerPlan = QStringLiteral("powerPlanPrev");
+const QString keyEntries = QStringLiteral("entries");
+const QString keyHive = QStringLiteral("hive");
+const QString keyKey = QStringLiteral("key");
+const QString keyName = QStringLiteral("name");
+const QString keySnap = QStringLiteral("snap");
+
+struct Setting {
+    RegistryHive hive;
+    QLatin1String key;
+    QLatin1String name;
+    RegistryValueKind kind; ///< Dword or Sz.
+    quint32 number;
+    QLatin1String text;
+};
+
+constexpr Setting number(RegistryHive hive, QLatin1String key, QLatin1String name, quint32 number)
+{
+    return {hive, key, name, RegistryValueKind::Dword, number, {}};
+}
+
+constexpr Setting text(RegistryHive hive, QLatin1String key, QLatin1String name, QLatin1String text)
+{
+    return {hive, key, name, RegistryValueKind::Sz, 0, text};
+}
+
+constexpr auto machine = RegistryHive::LocalMachine;
+constexpr auto user = RegistryHive::CurrentUser;
+constexpr QLatin1String systemProfile("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Multimedia\\SystemProfile");
+constexpr QLatin1String games(
+    "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Multimedia\\SystemProfile\\Tasks\\Games");
+constexpr QLatin1String priorityControl("SYSTEM\\CurrentControlSet\\Control\\PriorityControl");
+constexpr QLatin1String graphicsDrivers("SYSTEM\\CurrentControlSet\\Control\\GraphicsDrivers");
+constexpr QLatin1String gameBar("SOFTWARE\\Microsoft\\GameBar");
+constexpr QLatin1String gameConfig("System\\GameConfigStore");
+constexpr QLatin1String gameDvrPolicy("SOFTWARE\\Policies\\Microsoft\\Windows\\GameDVR");
+constexpr QLatin1String mouse("Control Panel\\Mouse");
+constexpr QLatin1String psched("SOFTWARE\\Policies\\Microsoft\\Windows\\Psched");
+constexpr QLatin1String tcpip("SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters");
+
+constexpr std::array settings{
+    number(machine, systemProfile, QLatin1String("SystemResponsiveness"), 0),
+    number(machine, systemProfile, QLatin1String("NetworkThrottlingIndex"), 0xFFFFFFFF),
+    number(machine, games, QLatin1String("GPU Priority"), 8),
+    number(machine, games, QLatin1String("Priority"), 6),
+    text(machine, games, QLatin1String("Scheduling Category"), QLatin1String("High")),
+    text(machine, games, QLatin1String("SFIO Priority"), QLatin1String("High")),
+    number(machine, priorityControl, QLatin1String("Win32PrioritySeparation"), 0x26),
+    number(machine, graphicsDrivers, QLatin1String("HwSchMode"), 2),
+    number(user, gameBar, QLatin1String("AllowAutoGameMode"), 1),
+    number(user, gameBar, QLatin1String("AutoGameModeEnabled"), 1),
+    number(user, gameConfig, QLatin1String("GameDVR_Enabled"), 0),
+    number(user, gameConfig, QLatin1String("GameDVR_FSEBehaviorMode"), 2),
+    number(user, gameConfig, QLatin1String("GameDVR_HonorUserFSEBehaviorMode"), 1),
+    number(user, gameConfig, QLatin1String("GameDVR_DXGIHonorFSEWindowsCompatible"), 1),
+    number(machine, gameDvrPolicy, QLatin1String("AllowGameDVR"), 0),
+    text(user, mouse, QLatin1String("MouseSpeed"), QLatin1String("0")),
+    text(user, mouse, QLatin1String("MouseThreshold1"), QLatin1String("0")),
+    text(user, mouse, QLatin1String("MouseThreshold2"), QLatin1String("0")),
+    number(machine, psched, QLatin1String("NonBestEffortLimit"), 0),
+    number(machine, tcpip, QLatin1String("TcpTimedWaitDelay"), 30),
+};
+
+SnapshotFile stateFile()
+{
+    return {QStringLiteral("gaming_mode.json"), category};
+}
+
+bool isActiveIn(const QJsonObject& document)
+{
+    return document.value(keyActive).toBool();
+}
+
+QJsonArray captureAll()
+{
+    QJsonArray entries;
+    for (const Setting& setting : settings) {
+        // A value that can't be read is recorded as absent.
+        RegistryValue value;
+        std::ignore = readValue(setting.hive, setting.key, setting.name, value);
+        entries.append(QJsonObject{{keyHive, hiveName(setting.hive)},
+                                   {keyKey, setting.key},
+                                   {keyName, setting.name},
+                                   {keySnap, numberedValueToJson(value)}});
+    }
+    return entries;
+}
+
+bool write(const Setting& setting)
+{
+    return setting.kind == RegistryValueKind::Dword
+        ? writeDword(setting.hive, setting.key, setting.name, setting.number)
+        : writeString(setting.hive, setting.key, setting.name, setting.text, false);
+}
+
+} // namespace
+
+bool isActive()
+{
+    return isActiveIn(stateFile().read().value_or(QJsonObject()));
+}
+
+GamingResult activate()
+{
+    if (isActive())
+        return {true, translate("GamingMode", "Gaming Mode is already active."), 0};
+    const QJsonArray entries = captureAll();
+    const QString plan = PowerPlanManager::activeScheme();
+    if (!stateFile().write({{keyActive, true}, {keyPowerPlan, plan}, {keyEntries, entries}}))
+        return {false, translate("GamingMode", "Could not save the Gaming Mode state file."), 0};
+
+    int written = 0;
+    int failed = 0;
+    for (const Setting& setting : settings)
+        ++(write(setting) ? written : failed);
+    const bool planApplied = PowerPlanManager::applyBestPlan().ok;
+    const bool cpuApplied = PowerPlanManager::applyMaxCpu().ok;
+    logMessage(LogLevel::Info, category,
+               QStringLiteral("Gaming Mode ON: %1 written, %2 failed; plan=%3 cpu=%4")
+                   .arg(written)
+                   .arg(failed)
+                   .arg(planApplied ? 1 : 0)
+                   .arg(cpuApplied ? 1 : 0));
+    QString message = translate("GamingMode", "Gaming Mode activated — %1 system settings tuned.").arg(written);
+    if (failed > 0) {
+        message += translate("GamingMode", " %1 setting(s) need administrator and were skipped.").arg(failed);
+    }
+    return {true, message, written};
+}
+
+GamingResult deactivate()
+{
+    const SnapshotFile file = stateFile();
+    const QJsonObject document = file.read().value_or(QJsonObject());
+    if (!isActiveIn(document))
+        return {true, translate("GamingMode", "Gaming Mode is not active."), 0};
+
+    int restored = 0;
+    const QJsonArray entries = document.value(keyEntries).toArray();
+    for (const QJsonValue& element : entries) {
+        const QJsonObject entry = element.toObject();
+        bool hiveKnown = false;
+        const RegistryHive hive = parseHive(entry.value(keyHive).toString(), &hiveKnown);
+        if (hiveKnown
+            && writeValue(hive, entry.value(keyKey).toString(), entry.value(keyName).toString(),
+                          numberedValueFromJson(entry.value(keySnap).toObject()))) {
+            ++restored;
+        }
+    }
+    // Before the plan: restoring the processor's settings makes the performance plan active once more.
+    std::ignore = PowerPlanManager::restoreCpu();
+    if (const QString plan = document.value(keyPowerPlan).toString(); !plan.isEmpty())
+        std::ignore = PowerPlanManager::activatePlan(plan);
+    file.write({{keyActive, false}});
+    logMessage(LogLevel::Info, category, QStringLiteral("Gaming Mode OFF: %1 setting(s) restored").arg(restored));
+    return {true,
+            translate("GamingMode", "Gaming Mode deactivated — %1 setting(s) restored to defaults.").arg(restored),
+            restored};
+}
+
+} // namespace torvelane::GamingMode

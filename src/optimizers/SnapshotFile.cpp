@@ -1,0 +1,77 @@
+#include "optimizers/SnapshotFile.h"
+
+#include "core/JsonFile.h"
+#include "core/Log.h"
+#include "core/Paths.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <utility>
+
+namespace torvelane {
+
+namespace {
+
+/// Far above what any optimiser writes: a larger file is none of ours.
+constexpr qint64 largestSizeBytes = qint64(8) << 20;
+
+} // namespace
+
+SnapshotFile::SnapshotFile(QString fileName, QString category)
+    : m_fileName(std::move(fileName))
+    , m_category(std::move(category))
+{
+}
+
+QString SnapshotFile::path() const
+{
+    return QDir(Paths::dataDir()).filePath(m_fileName);
+}
+
+bool SnapshotFile::exists() const
+{
+    return QFile::exists(path());
+}
+
+std::optional<QJsonObject> SnapshotFile::read() const
+{
+    const JsonFile::ReadResult result = JsonFile::read(path(), largestSizeBytes);
+    switch (result.error) {
+    case JsonFile::ReadError::None:
+        return result.object;
+    case JsonFile::ReadError::Absent:
+        return std::nullopt;
+    case JsonFile::ReadError::Unreadable:
+        logMessage(LogLevel::Warn, m_category, QStringLiteral("Cannot read %1: %2").arg(m_fileName, result.reason));
+        return std::nullopt;
+    case JsonFile::ReadError::TooLarge:
+    case JsonFile::ReadError::Damaged:
+        break;
+    }
+    logMessage(LogLevel::Warn, m_category,
+               QStringLiteral("%1 is no snapshot and counts as empty: %2").arg(m_fileName, result.reason));
+    return QJsonObject();
+}
+
+bool SnapshotFile::write(const QJsonObject& document) const
+{
+    switch (JsonFile::write(path(), document)) {
+    case JsonFile::WriteError::None:
+        return true;
+    case JsonFile::WriteError::CannotOpen:
+        logMessage(LogLevel::Error, m_category, QStringLiteral("Cannot write %1").arg(m_fileName));
+        return false;
+    case JsonFile::WriteError::CannotCommit:
+        logMessage(LogLevel::Error, m_category, QStringLiteral("Cannot commit %1").arg(m_fileName));
+        return true;
+    }
+    return false;
+}
+
+void SnapshotFile::remove() const
+{
+    QFile::remove(path());
+}
+
+} // namespace torvelane

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+
+namespace torvelane {
+
+/// The snapshot of one optimiser: a JSON document of its own in the data directory, which is the only record that the
+/// system is changed. What all of them share stands here, and the form of each document in its optimiser:
+///
+/// - A value is captured before it is first changed, and not again while the snapshot holds it: what stands there then
+///   is the optimiser's own.
+/// - The snapshot is on the disk before the first change. A write replaces the file whole or leaves the old one.
+/// - A restore writes every captured value back as it was, type and absence included, without looking at what stands
+///   there now; after it the entry goes, whether or not every write worked.
+///
+/// Every call blocks on the disk. An object may be made anywhere and holds nothing but the file's name.
+class SnapshotFile {
+public:
+    /// `fileName` in the data directory; `category` is the component's word in the log.
+    SnapshotFile(QString fileName, QString category);
+
+    [[nodiscard]] QString path() const;
+    [[nodiscard]] bool exists() const;
+
+    /// The document; nothing if there is no file or it won't open. What is no JSON object reads as an empty one, with a
+    /// Warn line.
+    [[nodiscard]] std::optional<QJsonObject> read() const;
+
+    /// False if the file couldn't be opened for writing. A write that fails later counts as done, but says so in the log.
+    bool write(const QJsonObject& document) const;
+
+    void remove() const;
+
+private:
+    QString m_fileName;
+    QString m_category;
+};
+
+} // namespace torvelane

@@ -1,0 +1,244 @@
+#include "optimizers/GamingMode.h"
+#include "optimizers/OptimizerBench.h"
+#include "optimizers/PowerPlanManager.h"
+#include "platform/simulated/SimulatedPc.h"
+#include "support/LogCapture.h"
+
+#include <QJsonArray>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+using platform::SimulatedPc;
+using platform::Win32Error;
+namespace Plans = PowerPlanManager;
+
+namespace {
+
+const QString balanced = u"381b4222-f694-41f0-9685-ff5bb260df2e"_s;
+const QString highPerformance = u"8c5e7fda-e8bf-4a96-9a85-a6e23a8c635c"_s;
+const QString ultimate = u"e9a42b02-d5df-448d-aa00-03f14749eb61"_s;
+const QString processor = u"54533251-82be-4824-96c1-47b60b740d00"_s;
+const QString minimumState = u"893dee8e-2bef-41e0-89c6-b55d0929964c"_s;
+const QString cpuFile = u"cpu_perf.json"_s;
+const QString gamingFile = u"gaming_mode.json"_s;
+const QString powercfg = u"tools.powercfg"_s;
+
+QString active()
+{
+    return SimulatedPc::value(u"power/active"_s).toString();
+}
+
+int index(const QString& plan, const QString& setting, const QString& source)
+{
+    return SimulatedPc::value(u"power/plans/%1/indices/%2/%3/%4"_s.arg(plan, processor, setting, source)).toInt(-1);
+}
+
+void removePlan(const QString& guid)
+{
+    SimulatedPc::setValue(u"power/plans/"_s + guid, QJsonValue(QJsonValue::Undefined));
+}
+
+void addUltimate()
+{
+    SimulatedPc::setValue(u"power/plans/"_s + ultimate, SimulatedPc::value(u"power/templates/"_s + ultimate));
+}
+
+} // namespace
+
+class tst_PowerAndGaming : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void plansInTheSystemsLanguage()
+    {
+        const TestMachine machine;
+        SimulatedPc::setValue(u"user/language"_s, u"fr"_s);
+        const QList<PowerPlan> plans = Plans::listPlans();
+        QCOMPARE(plans.size(), 3);
+        QCOMPARE(plans.at(1).guid, highPerformance);
+        QCOMPARE(plans.at(1).name, u"Performances élevées"_s);
+        QCOMPARE(plans.at(0).active, true);
+        QCOMPARE(Plans::activeScheme(), balanced);
+        QCOMPARE(Plans::querySetting(processor, minimumState).ac, 5);
+        // A name with brackets is cut at the first one, and the star behind it isn't seen.
+        SimulatedPc::setValue(u"power/plans/%1/name_fr"_s.arg(balanced), u"Équilibré (constructeur)"_s);
+        QCOMPARE(Plans::listPlans().at(0).name, u"Équilibré (constructeur"_s);
+        QVERIFY(!Plans::listPlans().at(0).active);
+    }
+
+    void aSettingsIndices()
+    {
+        const TestMachine machine;
+        SimulatedPc::setValue(u"power/plans/%1/indices/%2/%3/dc"_s.arg(balanced, processor, minimumState), 7);
+        const PowerSettingValue shown = Plans::querySetting(processor, minimumState);
+        QCOMPARE(shown.ac, 5);
+        QCOMPARE(shown.dc, 7);
+        // One that powercfg hides, one that isn't there, and one whose number is above the signed range.
+        QCOMPARE(Plans::querySetting(processor, u"5d76a2ca-e8c0-402f-a133-2158492d58ad"_s).ac, -1);
+        QCOMPARE(Plans::querySetting(processor, balanced).ac, -1);
+        SimulatedPc::setValue(u"power/plans/%1/indices/%2/%3/ac"_s.arg(balanced, processor, minimumState),
+                              4294967295.0);
+        QCOMPARE(Plans::querySetting(processor, minimumState).ac, 0);
+        SimulatedPc::hang(powercfg, 9000, {.part = u"/query"_s});
+        QCOMPARE(Plans::querySetting(processor, minimumState).ac, -1);
+    }
+
+    void bestPlan_data()
+    {
+        QTest::addColumn<bool>("hasUltimate");
+        QTest::addColumn<bool>("hasHigh");
+        QTest::addColumn<bool>("canDuplicate");
+        QTest::addColumn<QString>("active"); // empty: a new GUID
+        QTest::addColumn<QString>("message");
+        const QString asUltimate = u"Applied Ultimate Performance power plan."_s;
+        QTest::newRow("both") << true << true << true << ultimate << asUltimate;
+        QTest::newRow("high only") << false << true << true << highPerformance
+                                   << u"Applied High Performance power plan."_s;
+        QTest::newRow("neither") << false << false << true << QString() << asUltimate;
+        QTest::newRow("nothing helps")
+            << false << false << false << balanced
+            << u"powercfg failed: The power scheme, subgroup or setting specified does not exist."_s;
+    }
+
+    void bestPlan()
+    {
+        QFETCH(bool, hasUltimate);
+        QFETCH(bool, hasHigh);
+        QFETCH(bool, canDuplicate);
+        QFETCH(QString, active);
+        QFETCH(QString, message);
+        const TestMachine machine;
+        if (hasUltimate)
+            addUltimate();
+        if (!hasHigh)
+            removePlan(highPerformance);
+        if (!canDuplicate)
+            SimulatedPc::fail(u"power.duplicate"_s, 1);
+        const PowerPlanResult result = Plans::applyBestPlan();
+        QCOMPARE(result.message, message);
+        QCOMPARE(result.ok, active != balanced);
+        if (active.isEmpty())
+            QVERIFY(!QStringList({balanced, highPerformance, ultimate}).contains(::active()));
+        else
+            QCOMPARE(::active(), active);
+        QCOMPARE(SimulatedPc::calls(u"power.duplicate"_s).size(), hasUltimate || hasHigh ? 0 : 1);
+    }
+
+    void processorThereAndBack()
+    {
+        const TestMachine machine;
+        const MachineImage before = TestMachine::image();
+        QVERIFY(!Plans::isMaxCpuApplied());
+        const PowerPlanResult applied = Plans::applyMaxCpu();
+        QVERIFY(applied.ok);
+        QCOMPARE(index(balanced, minimumState, u"ac"_s), 100);
+        QCOMPARE(index(balanced, minimumState, u"dc"_s), 100);
+        // The three that powercfg hides are neither recorded nor changed.
+        QCOMPARE(snapshot(cpuFile).value(u"settings"_s).toArray().size(), 2);
+        QCOMPARE(snapshot(cpuFile).value(u"scheme"_s).toString(), balanced);
+        QVERIFY(Plans::isMaxCpuApplied());
+        QCOMPARE(Plans::restoreCpu().message, u"CPU power settings restored to their previous values."_s);
+        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QVERIFY(!Plans::isMaxCpuApplied());
+        QCOMPARE(Plans::restoreCpu().message, u"CPU is already on default settings."_s);
+    }
+
+    /// The indices go to the plan of the moment, and the plan of the apply becomes active again.
+    void restoreAfterThePlanWasChanged()
+    {
+        const TestMachine machine;
+        QVERIFY(Plans::applyMaxCpu().ok);
+        QVERIFY(Plans::activatePlan(highPerformance).ok);
+        QVERIFY(Plans::restoreCpu().ok);
+        QCOMPARE(index(highPerformance, minimumState, u"ac"_s), 5);
+        QCOMPARE(index(balanced, minimumState, u"ac"_s), 100);
+        QCOMPARE(active(), balanced);
+    }
+
+    void bundleFailures()
+    {
+        const TestMachine machine;
+        SimulatedPc::fail(u"power.query"_s, 1);
+        QCOMPARE(Plans::applyMaxDisk().message, u"No adjustable disk power settings were found."_s);
+        QVERIFY(!Plans::isMaxDiskApplied());
+        SimulatedPc::fail(u"power.getactivescheme"_s, 1);
+        QCOMPARE(Plans::applyMaxDisk().message, u"Could not read the active power plan."_s);
+        QCOMPARE(Plans::activatePlan({}).message, u"No power plan selected."_s);
+        SimulatedPc::clearFaults();
+        putSnapshot(u"disk_perf.json"_s, "{\"scheme\": 3, \"set");
+        QCOMPARE(Plans::restoreDisk().message, u"Disk power settings restored to their previous values."_s);
+        QVERIFY(!Plans::isMaxDiskApplied());
+    }
+
+    void gamingModeThereAndBack()
+    {
+        const TestMachine machine;
+        const QString mouse = u"Control Panel\\Mouse"_s;
+        QVERIFY(writeBinary(RegistryHive::CurrentUser, mouse, u"MouseSpeed"_s, QByteArray("\x01\x00\xff", 3)));
+        const MachineImage before = TestMachine::image();
+        const GamingResult on = GamingMode::activate();
+        QCOMPARE(on.message, u"Gaming Mode activated — 20 system settings tuned."_s);
+        QCOMPARE(on.count, 20);
+        QCOMPARE(active(), highPerformance);
+        QCOMPARE(machineValue(u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Multimedia\\SystemProfile"_s,
+                              u"NetworkThrottlingIndex"_s)
+                     .number,
+                 0xFFFFFFFFu);
+        QCOMPARE(snapshot(gamingFile).value(u"entries"_s).toArray().size(), 20);
+        const QJsonObject first = snapshot(gamingFile);
+        QCOMPARE(GamingMode::activate().message, u"Gaming Mode is already active."_s);
+        QCOMPARE(snapshot(gamingFile), first);
+
+        const GamingResult off = GamingMode::deactivate();
+        QCOMPARE(off.count, 20);
+        QCOMPARE(off.message, u"Gaming Mode deactivated — 20 setting(s) restored to defaults."_s);
+        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QCOMPARE(snapshot(gamingFile), QJsonObject({{u"active"_s, false}}));
+        QVERIFY(!QFile::exists(snapshotPath(cpuFile)));
+        QCOMPARE(GamingMode::deactivate().message, u"Gaming Mode is not active."_s);
+    }
+
+    void gamingModeWithoutRights()
+    {
+        const TestMachine machine;
+        SimulatedPc::setValue(u"user/elevated"_s, false);
+        const LogCapture log;
+        const GamingResult on = GamingMode::activate();
+        QVERIFY(on.ok);
+        QCOMPARE(on.count, 9);
+        QCOMPARE(
+            on.message,
+            u"Gaming Mode activated — 9 system settings tuned. 11 setting(s) need administrator and were skipped."_s);
+        QCOMPARE(log.count(u"[INFO] gaming: Gaming Mode ON: 9 written, 11 failed; plan=1 cpu=1"_s), 1);
+    }
+
+    void gamingModeWithoutItsFile()
+    {
+        const TestMachine machine;
+        const MachineImage before = TestMachine::image();
+        QVERIFY(QDir(Paths::dataDir()).mkpath(gamingFile)); // a folder in its place
+        const GamingResult on = GamingMode::activate();
+        QVERIFY(!on.ok);
+        QCOMPARE(on.message, u"Could not save the Gaming Mode state file."_s);
+        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+    }
+
+    void handEditedGamingFile()
+    {
+        const TestMachine machine;
+        QVERIFY(GamingMode::activate().ok);
+        QJsonObject document = snapshot(gamingFile);
+        QJsonArray entries = document.value(u"entries"_s).toArray();
+        QJsonObject entry = entries.at(3).toObject();
+        entry[u"hive"_s] = u"HKXX"_s;
+        entries[3] = entry;
+        document[u"entries"_s] = entries;
+        putSnapshot(gamingFile, QJsonDocument(document).toJson());
+        QCOMPARE(GamingMode::deactivate().count, 19);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_PowerAndGaming)
+#include "tst_PowerAndGaming.moc"

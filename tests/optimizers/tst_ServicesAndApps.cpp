@@ -1,0 +1,221 @@
+#include "optimizers/AppOptimizer.h"
+#include "optimizers/NetworkOptimizer.h"
+#include "optimizers/OptimizerBench.h"
+#include "optimizers/ServiceProfiles.h"
+#include "platform/simulated/SimulatedPc.h"
+
+#include <QJsonArray>
+#include <QRandomGenerator>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+using platform::SimulatedPc;
+using platform::Win32Error;
+
+namespace {
+
+const QString servicesFile = u"services_profile.json"_s;
+const QString appsFile = u"app_optimize.json"_s;
+
+/// The document, with double quotes for single ones.
+QByteArray json(const char* text)
+{
+    return QByteArray(text).replace('\'', '"');
+}
+
+quint64 startOf(const QString& service)
+{
+    return machineValue(u"SYSTEM\\CurrentControlSet\\Services\\"_s + service, u"Start"_s).number;
+}
+
+QString perfKey(const QString& app)
+{
+    return u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Image File Execution Options\\%1\\PerfOptions"_s.arg(app);
+}
+
+RegistryValue priority(const QString& app)
+{
+    return machineValue(perfKey(app), u"CpuPriorityClass"_s);
+}
+
+} // namespace
+
+class tst_ServicesAndApps : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void profilesFollowEachOther()
+    {
+        const TestMachine machine;
+        const QString servicesKey = u"SYSTEM\\CurrentControlSet\\Services\\"_s;
+        QVERIFY(writeDword(RegistryHive::LocalMachine, servicesKey + u"MapsBroker"_s, u"Start"_s, 4));
+        const MachineImage before = TestMachine::image();
+        ServiceProfiles services;
+        const ServiceResult basic = services.apply(ServiceProfileId::Basic);
+        // WMPNetworkSvc isn't on this machine, and MapsBroker was off before.
+        QCOMPARE(basic.count, 8);
+        QCOMPARE(basic.message, u"Basic profile applied — 8 service(s) disabled. A reboot finalizes the changes."_s);
+        QCOMPARE(startOf(u"DiagTrack"_s), 4u);
+        QVERIFY(!machineValue(servicesKey + u"WMPNetworkSvc"_s, u"Start"_s).exists);
+        const QJsonObject first = snapshot(servicesFile);
+        QVERIFY(!first.value(u"services"_s).toObject().contains(u"MapsBroker"_s));
+
+        std::ignore = services.apply(ServiceProfileId::Basic);
+        QCOMPARE(snapshot(servicesFile), first);
+
+        // By an object that knows it from the file.
+        ServiceProfiles again;
+        QCOMPARE(again.profile(), ServiceProfileId::Basic);
+        QCOMPARE(again.apply(ServiceProfileId::Advanced).count, 23);
+        QCOMPARE(snapshot(servicesFile).value(u"services"_s).toObject().size(), 23);
+        QCOMPARE(again.apply(ServiceProfileId::None).message,
+                 u"Default services restored (23). A reboot finalizes the changes."_s);
+        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QCOMPARE(snapshot(servicesFile).value(u"profile"_s).toString(), u"none"_s);
+        QCOMPARE(again.restoreDefaults().message, u"Already on default services."_s);
+    }
+
+    void servicesWithoutRights()
+    {
+        const TestMachine machine;
+        SimulatedPc::fail(u"registry.setValue"_s, Win32Error::AccessDenied);
+        ServiceProfiles services;
+        const ServiceResult applied = services.apply(ServiceProfileId::Basic);
+        QVERIFY(applied.ok);
+        QCOMPARE(applied.count, 0);
+    }
+
+    void foreignServiceFiles_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("profile");
+        QTest::addColumn<quint32>("diagTrack"); // after a restore
+        QTest::newRow("no start") << json("{'profile':'basic','services':{'DiagTrack':{}}}") << 1 << 2u;
+        QTest::newRow("spelt otherwise") << json("{'profile':'Basic','services':{'DiagTrack':{'start':3}}}") << 0 << 3u;
+        QTest::newRow("of another machine")
+            << json("{'profile':'advanced','services':{'NoSuch':{'start':1}}}") << 2 << 2u;
+        QTest::newRow("an array") << QByteArray("[1,2]") << 0 << 2u;
+        QTest::newRow("cut") << json("{'profile':'basic','ser") << 0 << 2u;
+    }
+
+    void foreignServiceFiles()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, profile);
+        QFETCH(quint32, diagTrack);
+        const TestMachine machine;
+        putSnapshot(servicesFile, bytes);
+        ServiceProfiles services;
+        QCOMPARE(static_cast<int>(services.profile()), profile);
+        std::ignore = services.restoreDefaults();
+        QCOMPARE(startOf(u"DiagTrack"_s), diagTrack);
+    }
+
+    void appThereAndBack()
+    {
+        const TestMachine machine;
+        QVERIFY(writeDword(RegistryHive::LocalMachine, perfKey(u"other.exe"_s), u"CpuPriorityClass"_s, 1));
+        const MachineImage before = TestMachine::image();
+        AppOptimizer apps;
+        const AppOptimizeResult applied = apps.optimize(u"C:\\Games\\GAME.EXE"_s);
+        QCOMPARE(applied.message, u"GAME.EXE optimized (High CPU priority)."_s);
+        QVERIFY(applied.ok);
+        QCOMPARE(priority(u"GAME.EXE"_s).number, 3u);
+        QCOMPARE(apps.optimize(u"D:/game.exe"_s).message, u"game.exe is already optimized."_s);
+        QVERIFY(apps.optimize(u"C:\\Other.exe"_s).ok);
+
+        AppOptimizer again;
+        QCOMPARE(again.list().size(), 2);
+        QCOMPARE(again.restore(u"game.exe"_s).message, u"game.exe restored to default."_s);
+        QVERIFY(!priority(u"game.exe"_s).exists);
+        QVERIFY(again.restore(u"other.exe"_s).ok);
+        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        QVERIFY(QFile::exists(snapshotPath(appsFile)));
+        QVERIFY(snapshot(appsFile).isEmpty());
+        QCOMPARE(again.restore(u"game.exe"_s).message, u"Nothing to restore."_s);
+    }
+
+    void appFailures_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("failing");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("no program") << u"C:\\Games\\game.dll"_s << QString() << u"Please choose an .exe file."_s;
+        QTest::newRow("a folder") << u"C:\\Games\\"_s << QString() << u"Please choose an .exe file."_s;
+        QTest::newRow("unreadable") << u"C:\\game.exe"_s << u"registry.openToRead"_s
+                                    << u"Could not access Image File Execution Options."_s;
+        QTest::newRow("unwritable") << u"C:\\game.exe"_s << u"registry.setValue"_s
+                                    << u"Failed to write the priority setting."_s;
+    }
+
+    void appFailures()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, failing);
+        QFETCH(QString, message);
+        const TestMachine machine;
+        if (!failing.isEmpty())
+            SimulatedPc::fail(failing, Win32Error::AccessDenied);
+        AppOptimizer apps;
+        const AppOptimizeResult result = apps.optimize(path);
+        QVERIFY(!result.ok);
+        QCOMPARE(result.message, message);
+        QVERIFY(apps.list().isEmpty());
+        QVERIFY(snapshot(appsFile).isEmpty());
+    }
+
+    /// Whatever lies in the snapshot files: no crash, and what an optimiser then writes can be read again.
+    void randomSnapshots()
+    {
+        const quint32 seed = qEnvironmentVariableIsSet("TORVELANE_RANDOM_SEED")
+            ? qEnvironmentVariable("TORVELANE_RANDOM_SEED").toUInt()
+            : QRandomGenerator::global()->generate();
+        qInfo("TORVELANE_RANDOM_SEED=%u", seed);
+        QRandomGenerator random(seed);
+        const TestMachine machine;
+        const QList<QByteArray> pieces{"{",
+                                       "}",
+                                       "[",
+                                       "]",
+                                       ":",
+                                       ",",
+                                       "\"services\"",
+                                       "\"values\"",
+                                       "\"name\"",
+                                       "\"start\"",
+                                       "\"exists\"",
+                                       "true",
+                                       "null",
+                                       "-1",
+                                       "1e300",
+                                       "\"dword\"",
+                                       "\"regSubKey\"",
+                                       "\"x\"",
+                                       "\xff\xfe",
+                                       "\"original\"",
+                                       "\"profile\"",
+                                       "\"basic\""};
+        for (int round = 0; round < (fullRun() ? 3000 : 200); ++round) {
+            QByteArray bytes = "{";
+            for (int i = random.bounded(40); i > 0; --i)
+                bytes += pieces.at(random.bounded(pieces.size()));
+            for (const QString& file : {servicesFile, appsFile, u"network_opt.json"_s})
+                putSnapshot(file, bytes + '}');
+            ServiceProfiles services;
+            std::ignore = services.restoreDefaults();
+            AppOptimizer apps;
+            for (const auto& [name, path] : apps.list())
+                std::ignore = apps.restore(name);
+            NetworkOptimizer network;
+            std::ignore = network.restoreAll();
+            QCOMPARE(snapshot(servicesFile).value(u"profile"_s).toString(), u"none"_s);
+            QVERIFY(AppOptimizer().list().isEmpty());
+            QVERIFY(!NetworkOptimizer().hasSnapshots());
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_ServicesAndApps)
+#include "tst_ServicesAndApps.moc"
