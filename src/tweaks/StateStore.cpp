@@ -8,6 +8,7 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QThread>
+#include <QThreadStorage>
 #include <QVariant>
 
 #include <array>
@@ -70,9 +71,14 @@ void logError(const QString& message)
     logMessage(LogLevel::Error, category, message);
 }
 
+/// Qt's storage and no thread_local: g++ for Windows gives the memory of a thread_local back before it runs the
+/// destructor that is due there (https://gcc.gnu.org/bugzilla/show_bug.cgi?id=80816).
 std::weak_ptr<const void> currentThreadToken()
 {
-    thread_local const std::shared_ptr<const void> token = std::make_shared<char>();
+    static QThreadStorage<std::shared_ptr<const void>> tokens;
+    std::shared_ptr<const void>& token = tokens.localData();
+    if (!token)
+        token = std::make_shared<char>();
     return token;
 }
 
