@@ -73,6 +73,12 @@ class CheckTidy(unittest.TestCase):
             self.assertEqual(last, "not tidy" if lines else "tidy")
             return [line.split(": ", 1)[1] for line in lines]
 
+    def test_thread_locals(self):
+        good = "thread_local const quint64 serial = ++last;\nstatic thread_local Raw* prepared = nullptr;\n"
+        bad = "thread_local const std::shared_ptr<const void> token = make();\n"
+        files = {"src/core/A.cpp": good, "src/core/B.cpp": bad, "src/platform/simulated/C.cpp": bad}
+        self.assertEqual(self.findings(files), ["thread_local: a type that may have a destructor"])
+
     def test_unused_declarations(self):
         files = {"src/core/A.h": HEADER, "src/core/A.cpp": SOURCE, "tests/core/t.cpp": "forTests();\n"}
         expected = ["Elsewhere: nobody uses it", "Kind: nobody uses it", "unusedFunction: nobody uses it"]

@@ -8,10 +8,10 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QThread>
-#include <QThreadStorage>
 #include <QVariant>
 
 #include <array>
+#include <atomic>
 
 namespace torvelane {
 
@@ -71,15 +71,13 @@ void logError(const QString& message)
     logMessage(LogLevel::Error, category, message);
 }
 
-/// Qt's storage and no thread_local: g++ for Windows gives the memory of a thread_local back before it runs the
-/// destructor that is due there (https://gcc.gnu.org/bugzilla/show_bug.cgi?id=80816).
-std::weak_ptr<const void> currentThreadToken()
+/// A number that no other thread of the process has or had. It has no destructor on purpose: g++ for Windows frees a
+/// thread_local before it runs a destructor that is due there (https://gcc.gnu.org/bugzilla/show_bug.cgi?id=80816).
+quint64 currentThreadSerial()
 {
-    static QThreadStorage<std::shared_ptr<const void>> tokens;
-    std::shared_ptr<const void>& token = tokens.localData();
-    if (!token)
-        token = std::make_shared<char>();
-    return token;
+    static std::atomic<quint64> last = 0;
+    thread_local const quint64 serial = ++last;
+    return serial;
 }
 
 thread_local bool lastWasBusy = false;
@@ -318,13 +316,13 @@ bool StateStore::execute(const char* operation, const QString& sql, const QVaria
 QSqlDatabase StateStore::connection() const
 {
     const auto threadId = reinterpret_cast<quintptr>(QThread::currentThreadId());
-    const std::weak_ptr<const void> token = currentThreadToken();
+    const quint64 serial = currentThreadSerial();
     const QString name = m_baseName + QLatin1Char('_') + QString::number(threadId);
     {
         const QMutexLocker locker(&m_mutex);
         const auto found = m_connections.constFind(threadId);
         if (found != m_connections.cend() && QSqlDatabase::contains(found->name)) {
-            if (!found->threadToken.expired())
+            if (found->threadSerial == serial)
                 return QSqlDatabase::database(found->name);
             // The thread it was made for has ended and left its id to this one, but Qt ties a connection to the thread
             // object that opened it.
@@ -344,7 +342,7 @@ QSqlDatabase StateStore::connection() const
         logError(QStringLiteral("Cannot open state.db: ") + database.lastError().text());
     }
     const QMutexLocker locker(&m_mutex);
-    m_connections.insert(threadId, {name, token});
+    m_connections.insert(threadId, {name, serial});
     return database;
 }
 

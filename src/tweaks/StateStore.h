@@ -12,7 +12,6 @@
 #include <QStringList>
 
 #include <functional>
-#include <memory>
 
 namespace torvelane {
 
@@ -89,11 +88,11 @@ public:
     void setCommitObserver(CommitObserver observer) { m_commitObserver = std::move(observer); }
 
 private:
-    /// A thread's connection. The token lives as long as the thread, so that a new thread with a recycled id is told
-    /// from the one that the connection was made for.
+    /// A thread's connection. The serial number distinguishes a new thread with a recycled id from the thread that the
+    /// connection was made for.
     struct ThreadConnection {
         QString name;
-        std::weak_ptr<const void> threadToken;
+        quint64 threadSerial;
     };
 
     [[nodiscard]] QSqlDatabase connection() const;
