@@ -17,6 +17,7 @@ namespace torvelane::bench {
 /// time. Then, by the arguments:
 ///
 ///     wait                     stays until its standard input is closed
+///     settle                   says "settled" once all pages have joined the window, and then does the same
 ///     cpu <state> <seconds>    brings the window into a state (active, inactive, minimised), and after that time says
 ///                              how much processor time it took, in seconds
 class Probe : public QObject {
@@ -54,6 +55,8 @@ private:
             bringInto(arguments.value(2));
             QTimer::singleShot(settleMs, this, [this, seconds = arguments.value(3).toInt()] { measure(seconds); });
         } else {
+            if (arguments.value(1) == QLatin1String("settle"))
+                QTimer::singleShot(settleMs, this, [] { say(QStringLiteral("settled")); });
             connect(new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this), &QSocketNotifier::activated, qApp,
                     &QCoreApplication::quit);
         }

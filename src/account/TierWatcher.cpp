@@ -25,16 +25,17 @@ void TierWatcher::follow(const SubscriptionState& state)
 {
     const Tier before = *m_tier;
     const Tier now = state.active ? state.tier : Tier::None;
-    if (now == before)
-        return;
     *m_tier = now;
     if (now < before) {
         logMessage(LogLevel::Info, QStringLiteral("account"),
                    QStringLiteral("Tier fell from %1 to %2").arg(tierName(before), tierName(now)));
-        Q_EMIT aboutToRevert();
-        m_engine->revertAboveTier(now);
     }
-    Q_EMIT tierChanged(now);
+    if (now < before || m_revertIsDue) {
+        Q_EMIT aboutToRevert();
+        m_revertIsDue = !m_engine->revertAboveTier(now);
+    }
+    if (now != before)
+        Q_EMIT tierChanged(now);
 }
 
 void TierWatcher::revertAll()

@@ -38,6 +38,7 @@ private:
 
     TweakEngine* m_engine;
     Tier* m_tier;
+    bool m_revertIsDue = false; ///< Another process was in the way: tried again when the licence next answers.
 };
 
 } // namespace torvelane

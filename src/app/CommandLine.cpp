@@ -96,7 +96,9 @@ int heartbeat(AppContext& context, const QStringList&)
 
 int logout(AppContext& context, const QStringList&)
 {
-    context.engine->revertAll(false);
+    QString error;
+    if (!context.engine->revertAll(false, &error))
+        cliOut() << "Restore failed: " << error << '\n';
     context.auth->logout();
     printSession(context);
     return exitOk;

@@ -43,7 +43,7 @@ bool isNoted()
 }
 
 /// The note is a file of ours that was just made. If not even that is seen to be owned by Administrators, as on a disk
-/// that keeps no owners, nothing that we make could be told from what others plant, and there must be no note.
+/// that keeps no owners, our own files would look like planted ones, and there must be no note.
 bool writeNote()
 {
     if (!Paths::ensureMachineDataDir() || !platform::protectDirectory(Paths::machineDataDir()))
@@ -77,7 +77,7 @@ bool DataDirectory::prepare()
     if (!platform::protectContents(Paths::dataDir()))
         warn(QStringLiteral("Not everything in the data directory could be restricted to administrators"));
     if (!isKnownUser && !writeNote()) {
-        warn(QStringLiteral("Files of other programs in the data directory will not be told from its own: no note of "
+        warn(QStringLiteral("Files of other programs in the data directory will not be recognized: no note of "
                             "their owner could be left in %1")
                  .arg(Paths::machineDataDir()));
     }

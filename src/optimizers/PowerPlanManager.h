@@ -37,7 +37,7 @@ namespace PowerPlanManager {
 /// @return its standard output, and then its standard error
 [[nodiscard]] QString runPowercfg(const QStringList& arguments, bool* ok);
 
-/// GUID of the active plan in lower case; empty if it can't be told.
+/// GUID of the active plan in lower case; empty if it is unknown.
 [[nodiscard]] QString activeScheme();
 
 /// In the order of powercfg; empty if it failed. A name is cut at its first closing bracket.

@@ -63,7 +63,7 @@ ChildProcessResult runChildProcess(const ToolCommand& command, const ChildProces
 {
     using Outcome = ChildProcessResult::Outcome;
 
-    // The tree goes last: it may still end what the process object leaves behind.
+    // The tree goes last: it may still end processes that the process object leaves behind.
     ProcessTree tree;
     QProcess process;
     setCommand(process, command);

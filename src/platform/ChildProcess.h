@@ -13,7 +13,7 @@ struct ChildProcessLimits {
     qsizetype outputLimitBytes = 1024 * 1024;
 };
 
-/// What became of a child.
+/// How a child ended.
 struct ChildProcessResult {
     enum class Outcome {
         Finished,   ///< It ran to its end; exitCode and output are valid.

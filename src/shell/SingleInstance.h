@@ -12,7 +12,7 @@ namespace torvelane {
 
 /// The one instance of this user that may show windows, and the way on which a later one hands it a link. A lock decides
 /// which one that is, so that of several starts at one moment one goes on, and nobody can pass for it. Anyone who
-/// runs as the same user can connect, so what arrives is bounded in size and time and is nothing but a link. Main thread.
+/// runs as the same user can connect, so input is bounded in size and time and is nothing but a link. Main thread.
 class SingleInstance : public QObject {
     Q_OBJECT
 

@@ -14,7 +14,7 @@ namespace torvelane {
 /// rights for writing.
 
 /// True if the question was answered: a missing value, key or parent is an answer, with `out` absent. False, logged, if
-/// the system refused to tell. REG_MULTI_SZ, REG_NONE and all other types come as Binary with their raw bytes.
+/// the system refused to answer. REG_MULTI_SZ, REG_NONE and all other types come as Binary with their raw bytes.
 [[nodiscard]] bool readValue(RegistryHive hive, const QString& path, const QString& name, RegistryValue& out);
 
 /// The inverse of readValue: deletes for an absent value, otherwise writes kind and content.

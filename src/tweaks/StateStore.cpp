@@ -195,7 +195,7 @@ bool StateStore::wasBusy()
     return lastWasBusy;
 }
 
-/// A database from before there was a selection gets it filled with what was applied.
+/// A database from before there was a selection gets it filled with the applied tweaks.
 void StateStore::seedSelection()
 {
     QSqlQuery query(connection());

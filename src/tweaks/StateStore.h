@@ -65,7 +65,7 @@ public:
     bool markReverting(const QString& id) { return setState(id, TweakState::Reverting); }
     bool markReverted(const QString& id) { return setState(id, TweakState::Reverted); }
 
-    /// False if there is no such row. `unreadable`, if given, tells whether that is because the database couldn't be
+    /// False if there is no such row. `unreadable`, if given, says whether the reason is a database that couldn't be
     /// read (which is logged), so that a caller needn't take damage for absence.
     [[nodiscard]] bool loadRecord(const QString& id, TweakRecord& out, bool* unreadable = nullptr) const;
 

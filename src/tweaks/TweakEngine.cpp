@@ -302,13 +302,13 @@ bool TweakEngine::failAll(const QString& message, QString* error)
     return false;
 }
 
-void TweakEngine::revertAboveTier(Tier tier)
+bool TweakEngine::revertAboveTier(Tier tier)
 {
     QList<TweakRecord> applied;
     if (!listApplied(applied, nullptr))
-        return;
+        return false;
     applied.removeIf([tier](const TweakRecord& record) { return TierGate::covers(tier, record.requiredTier); });
-    std::ignore = revertEach(idsOf(applied), false, nullptr);
+    return revertEach(idsOf(applied), false, nullptr) != Outcome::Busy || failAll(gaveUp, nullptr);
 }
 
 void TweakEngine::warnOfUnknownStates()

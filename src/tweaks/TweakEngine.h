@@ -56,8 +56,8 @@ public:
     /// another process has the lock or the store.
     bool revertAll(bool clearSelection, QString* error = nullptr);
 
-    /// Puts back the applied tweaks that `tier` doesn't cover. The selection stays.
-    void revertAboveTier(Tier tier);
+    /// Puts back the applied tweaks that `tier` doesn't cover. The selection stays. False as for revertAll.
+    [[nodiscard]] bool revertAboveTier(Tier tier);
 
     /// Puts back whatever an earlier run left half done; never finishes an interrupted apply. Emits nothing. What
     /// another process is at is left alone: only with the lock is the list read that counts.

@@ -138,6 +138,18 @@ private Q_SLOTS:
                               u"1 to go"_s, u"none none with 0"_s, u"pro pro with 0"_s, u"3 to go"_s, u"0 to go"_s,
                               u"none none with 0"_s, u"logged out"_s}));
         QCOMPARE(test::stateSql(u"SELECT COUNT(*) FROM tweak_selection"_s), QStringList(u"3"_s));
+
+        // A revert that can't be tried now is tried again when the licence next answers.
+        QVERIFY(applyAll());
+        store.close();
+        QVERIFY(loginAs(Tier::Free));
+        QVERIFY(store.open(Paths::stateDb()));
+        QCOMPARE(engine.appliedIds().size(), 3);
+        license.refresh();
+        QCOMPARE(engine.appliedIds(), QStringList(u"free"_s));
+        announced.clear();
+        license.refresh();
+        QCOMPARE(announced, QStringList());
     }
 
     void identityHidesItsSource()

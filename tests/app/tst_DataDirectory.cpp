@@ -188,7 +188,7 @@ private Q_SLOTS:
         QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
     }
 
-    /// Without a note that others can't write, nothing could be told apart, and everything is believed.
+    /// Without a note that others can't write, own files and planted ones look alike, and everything is believed.
     void unwritableNote()
     {
         QFile blocked(Paths::machineDataDir());

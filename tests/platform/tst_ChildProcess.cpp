@@ -64,7 +64,7 @@ qint64 peakMemoryKiB()
     return status.section(u"VmHWM:"_s, 1).section(u"kB"_s, 0, 0).trimmed().toLongLong();
 }
 
-/// What this program does when a test starts it as a child.
+/// This program as the child of a test.
 int play(const QString& role, const QString& folder)
 {
     if (role == u"--talk") { // reads its input to the end, then writes much

@@ -86,7 +86,7 @@ void overwrite(const QString& path, qint64 at, const QByteArray& bytes)
 
 } // namespace
 
-/// What the verdicts of the other suites rest on.
+/// The foundation of the other suites' verdicts.
 class tst_SimulatedPc : public QObject {
     Q_OBJECT
 

@@ -38,7 +38,7 @@ namespace torvelane::test {
     return value;
 }
 
-/// The machine from before tweaks were applied as their restore leaves it. What they leave alone keeps its bytes.
+/// The machine from before tweaks were applied as their restore leaves it. Other values keep their bytes.
 [[nodiscard]] inline MachineImage asRestored(MachineImage before, const MachineImage& applied)
 {
     for (MachineValue& value : before.values) {

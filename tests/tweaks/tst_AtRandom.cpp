@@ -233,7 +233,7 @@ private Q_SLOTS:
             stateSql(u"INSERT OR REPLACE INTO tweak_state VALUES "_s + rows.join(u','));
             TweakEngine engine(&catalog, &store);
             engine.recoverInterrupted();
-            engine.revertAboveTier(Tier::None);
+            std::ignore = engine.revertAboveTier(Tier::None);
             engine.revertAll(oneIn(2));
         });
     }

@@ -37,7 +37,7 @@ void fillDisk(rlim_t freeBytes)
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-/// What the program keeps.
+/// The files of the program.
 QStringList files()
 {
     return {Paths::stateDb(), Paths::configFile(), Paths::tokenFile()};

@@ -271,7 +271,7 @@ private Q_SLOTS:
                 QCOMPARE(m_error, u"Another process is in the way; try again when it has finished"_s);
                 QCOMPARE(waits(), clearSelection ? 3 : 2);
             }
-            engine().revertAboveTier(Tier::None);
+            QVERIFY(!engine().revertAboveTier(Tier::None));
             QCOMPARE(waits(), 4);
         }
         QSqlDatabase::removeDatabase(u"other"_s);
@@ -279,7 +279,7 @@ private Q_SLOTS:
         QCOMPARE(number(u"A"_s), 7);
     }
 
-    /// What can't be done stops nothing else, neither forward nor back.
+    /// A failure stops nothing else, neither forward nor back.
     void batchesGoOn()
     {
         QStringList errors;
@@ -298,14 +298,14 @@ private Q_SLOTS:
         QCOMPARE(selection(), QString());
     }
 
-    /// What counts is the tier that the row was applied with, also for what has left the catalogue.
+    /// The tier that the row was applied with counts, also for entries that have left the catalogue.
     void revertAboveTier()
     {
         QVERIFY(apply(u"one"_s) && apply(u"pro"_s) && apply(u"both"_s) && apply(u"two"_s));
         stateSql(u"UPDATE tweak_state SET tweak_id='dropped', required_tier='premium' WHERE tweak_id='two'"_s);
         const std::pair<Tier, QString> falls[] = {{Tier::Premium, u"both dropped one"_s}, {Tier::None, u"both"_s}};
         for (const auto& [tier, left] : falls) {
-            engine().revertAboveTier(tier);
+            QVERIFY(engine().revertAboveTier(tier));
             QStringList applied = engine().appliedIds();
             applied.sort();
             QCOMPARE(applied.join(u' '), left);

@@ -55,7 +55,7 @@ constexpr pid_t released = 0;
     }
 }
 
-void tell(int writeEnd, pid_t message)
+void report(int writeEnd, pid_t message)
 {
     while (::send(writeEnd, &message, sizeof message, MSG_NOSIGNAL) < 0 && errno == EINTR) { }
 }
@@ -83,7 +83,7 @@ struct ProcessTree::Private {
     void dismissGuard()
     {
         if (writeEnd >= 0) {
-            tell(writeEnd, released);
+            report(writeEnd, released);
             ::close(writeEnd);
             writeEnd = -1;
         }
@@ -122,7 +122,7 @@ void ProcessTree::prepare(QProcess& process)
     process.setChildProcessModifier([writeEnd = d->writeEnd] {
         ::setpgid(0, 0);
         if (writeEnd >= 0)
-            tell(writeEnd, ::getpid());
+            report(writeEnd, ::getpid());
     });
 }
 

@@ -14,7 +14,7 @@ bool movesWindowsByHitTest()
 
 void dressFramelessWindow(quintptr)
 {
-    // What a window looks like at its edges is the desktop's business here.
+    // The desktop draws a window's edges here.
 }
 
 void setAppUserModelId(const QString&) { }

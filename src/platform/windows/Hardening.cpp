@@ -111,8 +111,8 @@ void setSystemVariables()
 }
 
 // Windows makes the user or Administrators the owner of what an administrator creates, as the policy for default owners
-// says. A file of ours is told from a planted one by its owner, so it is always the latter, also for files that SQLite
-// and Qt create. Without elevation the system refuses, and then nothing that is created is trusted later.
+// says. The owner distinguishes a file of ours from a planted one, so it is always Administrators, also for files that
+// SQLite and Qt create. Without elevation the system refuses, and then nothing that is created is trusted later.
 void createAsAdministrators()
 {
     std::array<std::byte, SECURITY_MAX_SID_SIZE> administrators{};

@@ -117,7 +117,7 @@ void ProcessTree::release()
     d->child.reset();
     if (!d->job)
         return;
-    // What lives on stays in the job. A restarted shell must be free to start programs outside it, as it could before.
+    // Surviving processes stay in the job. A restarted shell must be free to start programs outside it, as it could before.
     setJobLimits(d->job.get(), JOB_OBJECT_LIMIT_SILENT_BREAKAWAY_OK);
     d->job.reset();
 }

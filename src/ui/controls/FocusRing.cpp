@@ -81,7 +81,7 @@ bool pressesButton(int key)
         && qobject_cast<QAbstractButton*>(QApplication::focusWidget());
 }
 
-// Text fields show the focus by their border and cursor, and a ring around a whole page would tell nothing.
+// Text fields show the focus by their border and cursor, and a ring around a whole page would say nothing.
 bool wearsRing(const QWidget* widget)
 {
     return !widget->isWindow() && !qobject_cast<const QLineEdit*>(widget)

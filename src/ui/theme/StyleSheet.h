@@ -4,7 +4,7 @@
 
 namespace torvelane {
 
-/// The application's style sheet, with the families filled in. What is not listed here by object name or `variant` is
+/// The application's style sheet, with the families filled in. Widgets that are not listed here by object name or `variant` are
 /// painted in code. The hover looks of tiles that appear by the hundred don't belong here: each rule costs every widget.
 [[nodiscard]] QString globalStyleSheet(const QString& bodyFamily, const QString& displayFamily,
                                        const QStringList& glyphFamilies);
