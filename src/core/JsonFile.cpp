@@ -1,11 +1,17 @@
 #include "core/JsonFile.h"
 
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonParseError>
 #include <QSaveFile>
 
 namespace torvelane::JsonFile {
+
+QJsonDocument parse(QByteArray bytes, QJsonParseError* error)
+{
+    const QByteArray mark("\xEF\xBB\xBF");
+    if (bytes.startsWith(mark))
+        bytes.remove(0, mark.size());
+    return QJsonDocument::fromJson(bytes.replace(mark, "\\ufeff"), error);
+}
 
 WriteError write(const QString& path, const QJsonObject& object)
 {
@@ -33,7 +39,7 @@ ReadResult read(const QString& path, qint64 maxSizeBytes)
     if (bytes.size() > maxSizeBytes)
         return {ReadError::TooLarge, QStringLiteral("more than %1 bytes").arg(maxSizeBytes), {}};
     QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    const QJsonDocument document = parse(bytes, &error);
     if (error.error != QJsonParseError::NoError || !document.isObject())
         return {ReadError::Damaged, error.errorString(), {}};
     return {ReadError::None, {}, document.object()};

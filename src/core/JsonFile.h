@@ -1,10 +1,16 @@
 #pragma once
 
+#include <QJsonDocument>
 #include <QJsonObject>
+#include <QJsonParseError>
 #include <QString>
 
 /// The one way in which small persistent JSON files are written and read.
 namespace torvelane::JsonFile {
+
+/// Parses JSON with every text as it was written. Qt's parser takes a byte order mark at the start of a text for none of
+/// its own and drops it; here only the one before the document goes. `error` gets what the parser says.
+[[nodiscard]] QJsonDocument parse(QByteArray bytes, QJsonParseError* error);
 
 /// The kind of a failed write; the old file is whole in either case.
 enum class WriteError { None, CannotOpen, CannotCommit };

@@ -1,5 +1,6 @@
 #include "tweaks/StateStore.h"
 
+#include "core/JsonFile.h"
 #include "core/Log.h"
 
 #include <QFile>
@@ -108,19 +109,12 @@ QSqlQuery selectQuery(const QSqlDatabase& database, const QString& sql, const QV
     return query;
 }
 
-/// Qt's reader drops a U+FEFF that begins a text, unless it is escaped. The writer doesn't escape it.
-QJsonObject captureFromText(QString text)
-{
-    text.replace(QChar(QChar::ByteOrderMark), QStringLiteral("\\ufeff"));
-    return QJsonDocument::fromJson(text.toUtf8()).object();
-}
-
 TweakRecord recordFrom(const QSqlQuery& query)
 {
     TweakRecord record;
     record.id = query.value(0).toString();
     record.requiredTier = tierFromString(query.value(1).toString());
-    record.capture = captureFromText(query.value(2).toString());
+    record.capture = JsonFile::parse(query.value(2).toString().toUtf8(), nullptr).object();
     record.state = stateFromString(query.value(3).toString());
     const qint64 appliedAtMs = query.value(4).toLongLong();
     if (appliedAtMs > 0)
