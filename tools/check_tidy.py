@@ -40,6 +40,7 @@ ALLOWED = {
     "setCommitObserver": "how a test stops at a commit",
     "setDataDirOverride": "a test's data directory",
     "setLockTimeouts": "a test doesn't wait for seconds",
+    "setLongestWait": "as setLockTimeouts",
     "setHkcuUserSid": "as setBootContext, for the registry",
     "navigationGroups": "a table",
     "sheetTemplate": "a text",

@@ -738,6 +738,13 @@ Appliquer les %1 réglages ?</translation>
     </message>
 </context>
 <context>
+    <name>OptimizerLock</name>
+    <message>
+        <source>Another Torvelane process is changing this PC, so nothing was changed. Try again when it has finished.</source>
+        <translation>Un autre processus de Torvelane est en train de modifier ce PC : rien n’a été changé. Réessayez quand il aura terminé.</translation>
+    </message>
+</context>
+<context>
     <name>PowerPlanManager</name>
     <message>
         <source>No adjustable processor power settings were found.</source>

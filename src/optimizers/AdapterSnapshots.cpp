@@ -16,7 +16,15 @@ const QString keyValues = QStringLiteral("values");
 
 AdapterSnapshots::AdapterSnapshots(const QString& fileName, const QString& category) : m_file(fileName, category)
 {
-    load();
+    take(m_file.read().value_or(QJsonObject()));
+}
+
+void AdapterSnapshots::refresh()
+{
+    if (!m_isSaved)
+        return;
+    if (const auto document = m_file.readAgain())
+        take(*document);
 }
 
 void AdapterSnapshots::insert(const NetAdapter& adapter, const QJsonArray& values)
@@ -31,9 +39,9 @@ void AdapterSnapshots::remove(const QString& guid)
     save();
 }
 
-void AdapterSnapshots::load()
+void AdapterSnapshots::take(const QJsonObject& document)
 {
-    const QJsonObject document = m_file.read().value_or(QJsonObject());
+    m_entries.clear();
     for (auto member = document.begin(); member != document.end(); ++member) {
         const QJsonObject entry = member.value().toObject();
         m_entries.insert(member.key(),
@@ -42,7 +50,7 @@ void AdapterSnapshots::load()
     }
 }
 
-void AdapterSnapshots::save() const
+void AdapterSnapshots::save()
 {
     QJsonObject document;
     for (auto entry = m_entries.begin(); entry != m_entries.end(); ++entry) {
@@ -53,7 +61,7 @@ void AdapterSnapshots::save() const
                                     {keyValues, entry->values}});
     }
     // What could not be recorded is in the log; the operation goes on.
-    m_file.write(document);
+    m_isSaved = m_file.write(document) == JsonFile::WriteError::None;
 }
 
 QString displayName(const NetAdapter& adapter)
@@ -66,8 +74,9 @@ int restoreValues(const AdapterSnapshot& entry)
     int restored = 0;
     for (const QJsonValue& element : entry.values) {
         const QJsonObject captured = element.toObject();
-        if (writeValue(RegistryHive::LocalMachine, entry.regSubKey, captured.value(keyName).toString(),
-                       capturedValueFromJson(captured))) {
+        const auto value = capturedValueFromJson(captured);
+        if (value
+            && writeValue(RegistryHive::LocalMachine, entry.regSubKey, captured.value(keyName).toString(), *value)) {
             ++restored;
         }
     }

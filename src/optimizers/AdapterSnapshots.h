@@ -24,6 +24,9 @@ public:
     /// Reads the file; a missing or broken one holds nothing.
     AdapterSnapshots(const QString& fileName, const QString& category);
 
+    /// Takes over what another process has written since. Under the lock, before anything is decided.
+    void refresh();
+
     [[nodiscard]] bool contains(const QString& guid) const { return m_entries.contains(guid); }
     [[nodiscard]] qsizetype count() const { return m_entries.size(); }
 
@@ -37,17 +40,18 @@ public:
     void remove(const QString& guid);
 
 private:
-    void load();
-    void save() const;
+    void take(const QJsonObject& document);
+    void save();
 
     SnapshotFile m_file;
     Entries m_entries;
+    bool m_isSaved = true; ///< Otherwise the file is older than the entries.
 };
 
 /// The name that messages and the log use: the connection's, or the adapter's if that has none.
 [[nodiscard]] QString displayName(const NetAdapter& adapter);
 
-/// Writes every captured value of an entry back. @return how many could be written
+/// Writes every captured value of an entry back. @return how many could be
 [[nodiscard]] int restoreValues(const AdapterSnapshot& entry);
 
 } // namespace torvelane

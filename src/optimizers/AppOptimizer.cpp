@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Translate.h"
+#include "optimizers/OptimizerLock.h"
 #include "optimizers/SnapshotValue.h"
 #include "system/RegistryAccess.h"
 
@@ -14,6 +15,7 @@ namespace {
 const QString category = QStringLiteral("appopt");
 const QString valueName = QStringLiteral("CpuPriorityClass");
 constexpr quint32 priorityHigh = 3;
+constexpr int longestWaitMs = 500; ///< For another process, on the GUI thread.
 
 const QString keyPath = QStringLiteral("path");
 const QString keyOriginal = QStringLiteral("original");
@@ -29,27 +31,34 @@ QString keyOf(const QString& fileName)
 
 AppOptimizer::AppOptimizer() : m_file(QStringLiteral("app_optimize.json"), category)
 {
-    load();
+    take(m_file.read().value_or(QJsonObject()));
 }
 
-void AppOptimizer::load()
+void AppOptimizer::take(const QJsonObject& document)
 {
-    const QJsonObject document = m_file.read().value_or(QJsonObject());
+    m_entries.clear();
     for (auto member = document.begin(); member != document.end(); ++member) {
         const QJsonObject entry = member.value().toObject();
-        m_entries.insert(member.key(),
-                         {entry.value(keyPath).toString(), plainValueFromJson(entry.value(keyOriginal).toObject())});
+        m_entries.insert(member.key(), {entry.value(keyPath).toString(), entry.value(keyOriginal).toObject()});
     }
 }
 
-void AppOptimizer::save() const
+/// Takes over what another process has written since.
+void AppOptimizer::refresh()
+{
+    if (!m_isSaved)
+        return;
+    if (const auto document = m_file.readAgain())
+        take(*document);
+}
+
+void AppOptimizer::save()
 {
     QJsonObject document;
     for (auto entry = m_entries.begin(); entry != m_entries.end(); ++entry) {
-        document.insert(entry.key(),
-                        QJsonObject{{keyPath, entry->path}, {keyOriginal, plainValueToJson(entry->original)}});
+        document.insert(entry.key(), QJsonObject{{keyPath, entry->path}, {keyOriginal, entry->original}});
     }
-    m_file.write(document);
+    m_isSaved = m_file.write(document) == JsonFile::WriteError::None;
 }
 
 AppOptimizeResult AppOptimizer::optimize(const QString& exePath)
@@ -58,6 +67,10 @@ AppOptimizeResult AppOptimizer::optimize(const QString& exePath)
     const QString fileName = QFileInfo(QString(exePath).replace(QLatin1Char('\\'), QLatin1Char('/'))).fileName();
     if (!fileName.endsWith(QLatin1String(".exe"), Qt::CaseInsensitive))
         return {false, translate("AppOptimizer", "Please choose an .exe file.")};
+    const OptimizerLock lock(category, longestWaitMs);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
+    refresh();
     const QString key = fileName.toLower();
     if (m_entries.contains(key))
         return {true, translate("AppOptimizer", "%1 is already optimized.").arg(fileName)};
@@ -65,7 +78,7 @@ AppOptimizeResult AppOptimizer::optimize(const QString& exePath)
     RegistryValue original;
     if (!readValue(RegistryHive::LocalMachine, keyOf(fileName), valueName, original))
         return {false, translate("AppOptimizer", "Could not access Image File Execution Options.")};
-    m_entries.insert(key, {exePath, original});
+    m_entries.insert(key, {exePath, plainValueToJson(original)});
     save();
     if (!writeDword(RegistryHive::LocalMachine, keyOf(fileName), valueName, priorityHigh)) {
         m_entries.remove(key);
@@ -78,10 +91,15 @@ AppOptimizeResult AppOptimizer::optimize(const QString& exePath)
 
 AppOptimizeResult AppOptimizer::restore(const QString& name)
 {
+    const OptimizerLock lock(category, longestWaitMs);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
+    refresh();
     const QString key = name.toLower();
     if (!m_entries.contains(key))
         return {true, translate("AppOptimizer", "Nothing to restore.")};
-    const bool restored = writeValue(RegistryHive::LocalMachine, keyOf(name), valueName, m_entries.value(key).original);
+    const auto original = plainValueFromJson(m_entries.value(key).original);
+    const bool restored = original && writeValue(RegistryHive::LocalMachine, keyOf(name), valueName, *original);
     m_entries.remove(key);
     save();
     logMessage(LogLevel::Info, category, QStringLiteral("Restored ") + name);

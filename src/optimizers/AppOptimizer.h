@@ -1,7 +1,6 @@
 #pragma once
 
 #include "optimizers/SnapshotFile.h"
-#include "system/RegistryValue.h"
 
 #include <QHash>
 #include <QList>
@@ -21,7 +20,8 @@ struct AppOptimizeResult {
 /// is in app_optimize.json (SnapshotFile says how snapshots work), read when the object is made; a program whose setting
 /// could not be written is forgotten again.
 ///
-/// GUI thread: every call is one or two registry calls and one small file. Changes HKLM, which needs administrator
+/// GUI thread: every call is one or two registry calls and one small file; while another process changes the machine, it
+/// waits half a second for that. Changes HKLM, which needs administrator
 /// rights.
 class AppOptimizer {
 public:
@@ -38,15 +38,17 @@ public:
 
 private:
     struct Entry {
-        QString path; ///< For display.
-        RegistryValue original;
+        QString path;         ///< For display.
+        QJsonObject original; ///< As stored, since a later version may have written it.
     };
 
-    void load();
-    void save() const;
+    void take(const QJsonObject& document);
+    void refresh();
+    void save();
 
     SnapshotFile m_file;
     QHash<QString, Entry> m_entries; ///< By the file name in lower case.
+    bool m_isSaved = true;           ///< Otherwise the file is older than the entries.
 };
 
 } // namespace torvelane

@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Translate.h"
+#include "optimizers/OptimizerLock.h"
 #include "optimizers/SnapshotValue.h"
 #include "system/RegistryAccess.h"
 
@@ -69,6 +70,10 @@ BufferbloatResult BufferbloatOptimizer::apply(const NetAdapter& adapter)
 
 BufferbloatResult BufferbloatOptimizer::applyAll(const QList<NetAdapter>& adapters)
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal(), 0};
+    m_snapshots.refresh();
     BufferbloatResult all;
     QString note;
     for (const NetAdapter& adapter : adapters) {
@@ -107,6 +112,10 @@ BufferbloatResult BufferbloatOptimizer::restore(const QString& guid, const Adapt
 
 BufferbloatResult BufferbloatOptimizer::restoreAll()
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal(), 0};
+    m_snapshots.refresh();
     BufferbloatResult all{true, {}, 0};
     const AdapterSnapshots::Entries entries = m_snapshots.entries();
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {

@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Translate.h"
+#include "optimizers/OptimizerLock.h"
 #include "optimizers/PowerPlanManager.h"
 #include "optimizers/SnapshotFile.h"
 #include "optimizers/SnapshotValue.h"
@@ -122,11 +123,15 @@ bool isActive()
 
 GamingResult activate()
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal(), 0};
     if (isActive())
         return {true, translate("GamingMode", "Gaming Mode is already active."), 0};
     const QJsonArray entries = captureAll();
     const QString plan = PowerPlanManager::activeScheme();
-    if (!stateFile().write({{keyActive, true}, {keyPowerPlan, plan}, {keyEntries, entries}}))
+    if (stateFile().write({{keyActive, true}, {keyPowerPlan, plan}, {keyEntries, entries}})
+        == JsonFile::WriteError::CannotOpen)
         return {false, translate("GamingMode", "Could not save the Gaming Mode state file."), 0};
 
     int written = 0;
@@ -150,6 +155,9 @@ GamingResult activate()
 
 GamingResult deactivate()
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal(), 0};
     const SnapshotFile file = stateFile();
     const QJsonObject document = file.read().value_or(QJsonObject());
     if (!isActiveIn(document))
@@ -161,9 +169,9 @@ GamingResult deactivate()
         const QJsonObject entry = element.toObject();
         bool hiveKnown = false;
         const RegistryHive hive = parseHive(entry.value(keyHive).toString(), &hiveKnown);
-        if (hiveKnown
-            && writeValue(hive, entry.value(keyKey).toString(), entry.value(keyName).toString(),
-                          numberedValueFromJson(entry.value(keySnap).toObject()))) {
+        const auto value = numberedValueFromJson(entry.value(keySnap).toObject());
+        if (hiveKnown && value
+            && writeValue(hive, entry.value(keyKey).toString(), entry.value(keyName).toString(), *value)) {
             ++restored;
         }
     }

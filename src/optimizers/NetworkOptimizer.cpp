@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Translate.h"
+#include "optimizers/OptimizerLock.h"
 #include "optimizers/SnapshotValue.h"
 #include "system/RegistryAccess.h"
 
@@ -48,6 +49,10 @@ NetworkOptimizer::NetworkOptimizer() : m_snapshots(QStringLiteral("network_opt.j
 
 NicOptResult NetworkOptimizer::apply(const NetAdapter& adapter)
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
+    m_snapshots.refresh();
     if (isOptimized(adapter.guid))
         return {true, translate("NetworkOptimizer", "Already optimized.")};
 
@@ -80,6 +85,10 @@ NicOptResult NetworkOptimizer::apply(const NetAdapter& adapter)
 
 NicOptResult NetworkOptimizer::applyAll(const QList<NetAdapter>& adapters)
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
+    m_snapshots.refresh();
     int optimized = 0;
     for (const NetAdapter& adapter : adapters) {
         if (!adapter.netEnabled)
@@ -96,6 +105,10 @@ NicOptResult NetworkOptimizer::applyAll(const QList<NetAdapter>& adapters)
 
 NicOptResult NetworkOptimizer::restore(const QString& guid, const AdapterSnapshot& snapshot)
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
+    m_snapshots.refresh();
     const int restored = restoreValues(snapshot);
     m_snapshots.remove(guid);
     logMessage(LogLevel::Info, category,
@@ -111,6 +124,10 @@ NicOptResult NetworkOptimizer::restore(const QString& guid, const AdapterSnapsho
 
 NicOptResult NetworkOptimizer::restoreAll()
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
+    m_snapshots.refresh();
     const AdapterSnapshots::Entries entries = m_snapshots.entries();
     if (entries.isEmpty())
         return {true, translate("NetworkOptimizer", "Nothing to restore.")};

@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Translate.h"
+#include "optimizers/OptimizerLock.h"
 #include "optimizers/SnapshotFile.h"
 #include "platform/ChildProcess.h"
 #include "platform/ConsoleText.h"
@@ -121,6 +122,9 @@ void setActive(const QString& scheme)
 
 PowerPlanResult applyBundle(const Bundle& bundle)
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
     const QString scheme = activeScheme();
     if (scheme.isEmpty())
         return {false, translate("PowerPlanManager", "Could not read the active power plan.")};
@@ -144,6 +148,9 @@ PowerPlanResult applyBundle(const Bundle& bundle)
 
 PowerPlanResult restoreBundle(const Bundle& bundle)
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
     const SnapshotFile file = fileOf(bundle);
     const std::optional<QJsonObject> document = file.read();
     if (!document)
@@ -219,6 +226,9 @@ PowerPlanResult activatePlan(const QString& guid)
 {
     if (guid.isEmpty())
         return {false, translate("PowerPlanManager", "No power plan selected.")};
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
     bool ok = false;
     const QString output = runPowercfg({QStringLiteral("/setactive"), guid}, &ok);
     if (!ok)
@@ -229,6 +239,9 @@ PowerPlanResult activatePlan(const QString& guid)
 
 PowerPlanResult applyBestPlan()
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal()};
     const QList<PowerPlan> plans = listPlans();
     const auto isListed = [&plans](const QString& guid) {
         return std::ranges::find(plans, guid, &PowerPlan::guid) != plans.end();

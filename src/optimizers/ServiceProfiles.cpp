@@ -2,10 +2,13 @@
 
 #include "core/Log.h"
 #include "core/Translate.h"
+#include "optimizers/OptimizerLock.h"
 #include "system/RegistryAccess.h"
+#include "system/RegistryJson.h"
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 namespace torvelane {
 
@@ -46,6 +49,14 @@ ServiceProfileId profileNamed(const QString& stored)
     return row == profileNames.end() ? ServiceProfileId::None : row->id;
 }
 
+/// A start type as it was stored. What is missing, or no start type that a registry could hold, reads as automatic.
+quint32 startFromJson(const QJsonValue& stored)
+{
+    const bool isStart = stored.isDouble() && stored.toDouble() >= 0.0;
+    const quint64 start = isStart ? unsignedFromJson(stored) : startAutomatic;
+    return start <= std::numeric_limits<quint32>::max() ? static_cast<quint32>(start) : startAutomatic;
+}
+
 QString keyOf(const QString& service)
 {
     return QStringLiteral("SYSTEM\\CurrentControlSet\\Services\\") + service;
@@ -55,26 +66,35 @@ QString keyOf(const QString& service)
 
 ServiceProfiles::ServiceProfiles() : m_file(QStringLiteral("services_profile.json"), category)
 {
-    load();
+    take(m_file.read().value_or(QJsonObject()));
 }
 
-void ServiceProfiles::load()
+void ServiceProfiles::take(const QJsonObject& document)
 {
-    const QJsonObject document = m_file.read().value_or(QJsonObject());
+    m_originals.clear();
     m_profile = profileNamed(document.value(keyProfile).toString());
     const QJsonObject services = document.value(keyServices).toObject();
     for (auto member = services.begin(); member != services.end(); ++member) {
-        const double start = member.value().toObject().value(keyStart).toDouble(startAutomatic);
-        m_originals.insert(member.key(), static_cast<quint32>(start));
+        m_originals.insert(member.key(), startFromJson(member.value().toObject().value(keyStart)));
     }
 }
 
-void ServiceProfiles::save() const
+/// Takes over what another process has written since.
+void ServiceProfiles::refresh()
+{
+    if (!m_isSaved)
+        return;
+    if (const auto document = m_file.readAgain())
+        take(*document);
+}
+
+void ServiceProfiles::save()
 {
     QJsonObject services;
     for (auto original = m_originals.begin(); original != m_originals.end(); ++original)
         services.insert(original.key(), QJsonObject{{keyStart, static_cast<qint64>(original.value())}});
-    m_file.write({{keyProfile, nameOf(m_profile).stored}, {keyServices, services}});
+    const QJsonObject document{{keyProfile, nameOf(m_profile).stored}, {keyServices, services}};
+    m_isSaved = m_file.write(document) == JsonFile::WriteError::None;
 }
 
 QStringList ServiceProfiles::servicesFor(ServiceProfileId id)
@@ -106,6 +126,9 @@ QStringList ServiceProfiles::servicesFor(ServiceProfileId id)
 
 ServiceResult ServiceProfiles::apply(ServiceProfileId id)
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal(), 0};
     ServiceResult restored = restoreDefaults();
     if (id == ServiceProfileId::None)
         return restored;
@@ -155,6 +178,10 @@ int ServiceProfiles::writeOriginals() const
 
 ServiceResult ServiceProfiles::restoreDefaults()
 {
+    const OptimizerLock lock(category);
+    if (lock.isRefused())
+        return {false, OptimizerLock::refusal(), 0};
+    refresh();
     if (m_originals.isEmpty()) {
         m_profile = ServiceProfileId::None;
         save();

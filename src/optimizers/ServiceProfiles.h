@@ -41,14 +41,16 @@ public:
     [[nodiscard]] ServiceResult restoreDefaults();
 
 private:
-    void load();
-    void save() const;
+    void take(const QJsonObject& document);
+    void refresh();
+    void save();
     [[nodiscard]] int writeOriginals() const;
     [[nodiscard]] int disableAll() const;
 
     SnapshotFile m_file;
     ServiceProfileId m_profile = ServiceProfileId::None;
     QHash<QString, quint32> m_originals; ///< Start types by service, of those that this module changed.
+    bool m_isSaved = true;               ///< Otherwise the file is older than the two above.
 };
 
 } // namespace torvelane

@@ -1,6 +1,5 @@
 #include "optimizers/SnapshotFile.h"
 
-#include "core/JsonFile.h"
 #include "core/Log.h"
 #include "core/Paths.h"
 
@@ -54,19 +53,23 @@ std::optional<QJsonObject> SnapshotFile::read() const
     return QJsonObject();
 }
 
-bool SnapshotFile::write(const QJsonObject& document) const
+std::optional<QJsonObject> SnapshotFile::readAgain() const
 {
-    switch (JsonFile::write(path(), document)) {
-    case JsonFile::WriteError::None:
-        return true;
-    case JsonFile::WriteError::CannotOpen:
-        logMessage(LogLevel::Error, m_category, QStringLiteral("Cannot write %1").arg(m_fileName));
-        return false;
-    case JsonFile::WriteError::CannotCommit:
-        logMessage(LogLevel::Error, m_category, QStringLiteral("Cannot commit %1").arg(m_fileName));
-        return true;
+    const JsonFile::ReadResult result = JsonFile::read(path(), largestSizeBytes);
+    if (result.error == JsonFile::ReadError::None || result.error == JsonFile::ReadError::Absent)
+        return result.object;
+    return std::nullopt;
+}
+
+JsonFile::WriteError SnapshotFile::write(const QJsonObject& document) const
+{
+    const JsonFile::WriteError error = JsonFile::write(path(), document);
+    if (error != JsonFile::WriteError::None) {
+        const bool isOpen = error != JsonFile::WriteError::CannotOpen;
+        logMessage(LogLevel::Error, m_category,
+                   (isOpen ? QStringLiteral("Cannot commit %1") : QStringLiteral("Cannot write %1")).arg(m_fileName));
     }
-    return false;
+    return error;
 }
 
 void SnapshotFile::remove() const

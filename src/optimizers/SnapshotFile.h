@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/JsonFile.h"
+
 #include <QJsonObject>
 #include <QString>
 
@@ -29,8 +31,12 @@ public:
     /// Warn line.
     [[nodiscard]] std::optional<QJsonObject> read() const;
 
-    /// False if the file couldn't be opened for writing. A write that fails later counts as done, but says so in the log.
-    bool write(const QJsonObject& document) const;
+    /// The document as it is now, for who has read or written it before: another process may have changed it. An empty
+    /// one if the file has gone; nothing if it can't be read, and then what is remembered stands.
+    [[nodiscard]] std::optional<QJsonObject> readAgain() const;
+
+    /// What kept the document from the disk, if anything, is in the log.
+    JsonFile::WriteError write(const QJsonObject& document) const;
 
     void remove() const;
 

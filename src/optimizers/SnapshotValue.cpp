@@ -14,10 +14,24 @@ const QString keyNumber = QStringLiteral("number");
 const QString keyText = QStringLiteral("text");
 const QString keyBinary = QStringLiteral("binary");
 
-RegistryValueKind kindSpelt(const QString& text)
+/// Only an absent value has no kind; that is also what a missing name means.
+std::optional<RegistryValueKind> kindSpelt(const QString& text, bool exists)
 {
     const RegistryValueKind kind = parseValueKind(text);
-    return valueKindName(kind) == text ? kind : RegistryValueKind::None;
+    if (kind != RegistryValueKind::None)
+        return valueKindName(kind) == text ? std::optional(kind) : std::nullopt;
+    const bool isNone = text.isEmpty() || text == valueKindName(kind);
+    return isNone && !exists ? std::optional(kind) : std::nullopt;
+}
+
+std::optional<RegistryValueKind> kindNumbered(const QJsonValue& number, bool exists)
+{
+    const int kind = number.toInt(number.isUndefined() ? 0 : -1);
+    if (kind < static_cast<int>(exists ? RegistryValueKind::Dword : RegistryValueKind::None)
+        || kind > static_cast<int>(RegistryValueKind::Binary)) {
+        return std::nullopt;
+    }
+    return static_cast<RegistryValueKind>(kind);
 }
 
 } // namespace
@@ -29,10 +43,13 @@ QJsonObject capturedValueToJson(const QString& name, const RegistryValue& value)
     return object;
 }
 
-RegistryValue capturedValueFromJson(const QJsonObject& object)
+std::optional<RegistryValue> capturedValueFromJson(const QJsonObject& object)
 {
     RegistryValue value = valueFromJson(object);
-    value.kind = kindSpelt(object.value(keyValueType).toString());
+    const auto kind = kindSpelt(object.value(keyValueType).toString(), value.exists);
+    if (!kind)
+        return std::nullopt;
+    value.kind = *kind;
     return value;
 }
 
@@ -43,10 +60,11 @@ QJsonObject plainValueToJson(const RegistryValue& value)
     return object;
 }
 
-RegistryValue plainValueFromJson(const QJsonObject& object)
+std::optional<RegistryValue> plainValueFromJson(const QJsonObject& object)
 {
-    RegistryValue value = capturedValueFromJson(object);
-    value.bytes.clear();
+    std::optional<RegistryValue> value = capturedValueFromJson(object);
+    if (value)
+        value->bytes.clear();
     return value;
 }
 
@@ -59,13 +77,14 @@ QJsonObject numberedValueToJson(const RegistryValue& value)
             {keyBinary, QString::fromLatin1(value.bytes.toBase64())}};
 }
 
-RegistryValue numberedValueFromJson(const QJsonObject& object)
+std::optional<RegistryValue> numberedValueFromJson(const QJsonObject& object)
 {
-    const int type = object.value(keyType).toInt();
     RegistryValue value;
     value.exists = object.value(keyExists).toBool();
-    if (type >= static_cast<int>(RegistryValueKind::None) && type <= static_cast<int>(RegistryValueKind::Binary))
-        value.kind = static_cast<RegistryValueKind>(type);
+    const auto kind = kindNumbered(object.value(keyType), value.exists);
+    if (!kind)
+        return std::nullopt;
+    value.kind = *kind;
     value.number = unsignedFromJson(object.value(keyNumber));
     value.text = object.value(keyText).toString();
     value.bytes = QByteArray::fromBase64(object.value(keyBinary).toString().toLatin1());

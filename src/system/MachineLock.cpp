@@ -85,7 +85,7 @@ QString MachineLock::error() const
 {
     if (isHeld())
         return {};
-    if (m_result == Win32Error::LockViolation)
+    if (isHeldElsewhere())
         return QStringLiteral("Another Torvelane process is changing the system; try again when it has finished");
     return QStringLiteral("The lock between processes could not be opened (%1)").arg(platform::toNumber(m_result));
 }

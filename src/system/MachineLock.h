@@ -29,6 +29,9 @@ public:
 
     [[nodiscard]] bool isHeld() const { return m_result == platform::Win32Error::Success; }
 
+    /// Whether another process has kept it all the time. It isn't held either if its file can't be opened.
+    [[nodiscard]] bool isHeldElsewhere() const { return m_result == platform::Win32Error::LockViolation; }
+
     /// Why it isn't held, as a sentence in English.
     [[nodiscard]] QString error() const;
 

@@ -96,6 +96,14 @@ private Q_SLOTS:
         QTest::newRow("spelt otherwise") << json("{'profile':'Basic','services':{'DiagTrack':{'start':3}}}") << 0 << 3u;
         QTest::newRow("of another machine")
             << json("{'profile':'advanced','services':{'NoSuch':{'start':1}}}") << 2 << 2u;
+        QTest::newRow("too large a start")
+            << json("{'profile':'basic','services':{'DiagTrack':{'start':1e300}}}") << 1 << 2u;
+        QTest::newRow("just too large") << json("{'profile':'basic','services':{'DiagTrack':{'start':4294967296}}}")
+                                        << 1 << 2u;
+        QTest::newRow("the largest") << json("{'profile':'basic','services':{'DiagTrack':{'start':4294967295}}}") << 1
+                                     << 4294967295u;
+        QTest::newRow("below nothing") << json("{'profile':'basic','services':{'DiagTrack':{'start':-1}}}") << 1 << 2u;
+        QTest::newRow("a text") << json("{'profile':'basic','services':{'DiagTrack':{'start':'3'}}}") << 1 << 2u;
         QTest::newRow("an array") << QByteArray("[1,2]") << 0 << 2u;
         QTest::newRow("cut") << json("{'profile':'basic','ser") << 0 << 2u;
     }
