@@ -24,6 +24,18 @@ enum class Win32Error : quint32 {
     StoppedOnSymlink = 681, ///< What was to be opened is a link.
     RegistryIoFailed = 1016,
     KeyDeleted = 1018,
+    Cancelled = 1223,
+    // WinHTTP's own: https://learn.microsoft.com/windows/win32/winhttp/error-messages
+    HttpTimeout = 12002,
+    HttpUrlInvalid = 12005,
+    HttpUrlUnknownScheme = 12006,
+    HttpNameNotResolved = 12007,
+    HttpCannotConnect = 12029,
+    HttpConnectionError = 12030, ///< Also a body that ended before its length.
+    HttpAnswerInvalid = 12152,
+    HttpRedirectFailed = 12156, ///< To an unsafe scheme, or too many of them.
+    HttpSecureFailure = 12175,  ///< Certificate or handshake.
+    HttpHeaderOverflow = 12182,
 };
 
 /// The number, for a text or a log line.
