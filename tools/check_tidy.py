@@ -51,6 +51,8 @@ OPEN = {
     "QBoxLayout": "declared in Sidebar.h",
     "Spinner": "for the pages that work",
     "addStatusRow": "of WorkPage.h: for the pages that work",
+    "src/measure/SpeedTester.h": "for a page that measures the line",
+    "src/net/ApiClient.h": "for an account on a server",
     "src/measure/HardwareScanner.h": "for the hardware page",
     "src/measure/SystemMetricsSampler.h": "for the pages with live load",
     "src/optimizers/AppOptimizer.h": "for the page of apps",

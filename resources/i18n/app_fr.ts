@@ -260,6 +260,17 @@ Appliquer les %1 réglages ?</translation>
     </message>
 </context>
 <context>
+    <name>StartGates</name>
+    <message>
+        <source>Connection required</source>
+        <translation>Connexion requise</translation>
+    </message>
+    <message>
+        <source>An internet connection is required to use Torvelane.</source>
+        <translation>Une connexion internet est requise pour utiliser Torvelane.</translation>
+    </message>
+</context>
+<context>
     <name>TweakSummary</name>
     <message>
         <source>… and %1 more</source>

@@ -5,6 +5,7 @@
 #include "account/TierWatcher.h"
 #include "core/Log.h"
 #include "core/Paths.h"
+#include "net/ApiClient.h"
 #include "platform/SharedLogFile.h"
 #include "restore/RestorePoint.h"
 #include "tweaks/TweakEngine.h"
@@ -26,6 +27,7 @@ AppContext::~AppContext()
     engine.reset();
     license.reset();
     auth.reset();
+    api.reset();
     catalog.clear();
     store.close();
 }
@@ -44,6 +46,7 @@ bool AppContext::init()
     if (!catalog.load(catalogPath)) {
         logMessage(LogLevel::Warn, category, QStringLiteral("Could not load tweak catalog from ") + catalogPath);
     }
+    api = std::make_unique<ApiClient>(apiBaseUrl);
     auth = std::make_unique<LocalAuthService>();
     license = std::make_unique<LocalLicenseService>(auth.get());
     engine = std::make_unique<TweakEngine>(&catalog, &store);

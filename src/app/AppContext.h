@@ -10,6 +10,7 @@
 
 namespace torvelane {
 
+class ApiClient;
 class AuthService;
 class LicenseService;
 class TierWatcher;
@@ -32,6 +33,7 @@ public:
     Tier tier = Tier::None;      ///< The current tier: written by the account layer, read by all others.
     StateStore store;
     TweakCatalog catalog;
+    std::unique_ptr<ApiClient> api;
     std::unique_ptr<AuthService> auth;
     std::unique_ptr<LicenseService> license;
     std::unique_ptr<TweakEngine> engine;

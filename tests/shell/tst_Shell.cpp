@@ -2,6 +2,7 @@
 #include "core/Translate.h"
 #include "platform/simulated/SimulatedPc.h"
 #include "shell/ShellController.h"
+#include "shell/StartGates.h"
 #include "shell/UrlProtocol.h"
 #include "tweaks/StateSql.h"
 #include "ui/WindowBench.h"
@@ -197,6 +198,29 @@ private Q_SLOTS:
                 QVERIFY2(!texts.contains(other.at(i)), qPrintable(other.at(i)));
             }
         }
+    }
+
+    void connectivityGate()
+    {
+        const ScratchMachine machine;
+        const QString backend = u"https://backend.example"_s;
+        SimulatedPc::setValue(u"network/online"_s, false);
+        QVERIFY(passConnectivityGate(backend, false));
+        const QString skipped = u"[INFO] connectivity: This build has no backend; connectivity check skipped"_s;
+        QCOMPARE(machine.log.lines(), QStringList(skipped));
+
+        qputenv("TORVELANE_NO_CONNECTION_CHECK", "");
+        QVERIFY(passConnectivityGate(backend, true));
+        qunsetenv("TORVELANE_NO_CONNECTION_CHECK");
+        QCOMPARE(machine.log.lines().size(), 1);
+
+        QStringList texts;
+        answerNextDialog(true, &texts);
+        QVERIFY(!passConnectivityGate(backend, true));
+        QVERIFY(texts.contains(u"Connection required"_s));
+        QVERIFY(texts.contains(u"An internet connection is required to use Torvelane."_s));
+        QVERIFY(machine.log.contains(u"[WARN] connectivity: No real internet connection detected"_s));
+        QCOMPARE(SimulatedPc::calls(u"network.get"_s).size(), 1);
     }
 
     void urlProtocol()

@@ -34,7 +34,7 @@ Win32Error passChunks(HttpConnection& connection, quint32 timeoutMs, const HttpR
         if (error != Win32Error::Success)
             return error;
         bool isNumber = false;
-        const qint64 length = line.left(line.indexOf(';')).trimmed().toLongLong(&isNumber, 16);
+        const qint64 length = line.split(';').constFirst().trimmed().toLongLong(&isNumber, 16);
         if (!isNumber || length < 0)
             return Win32Error::HttpAnswerInvalid;
         if (length == 0)

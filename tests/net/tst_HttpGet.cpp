@@ -1,0 +1,216 @@
+#include "net/WinHttpGet.h"
+#include "support/LogCapture.h"
+#include "support/LoopbackServer.h"
+#include "support/TestMachine.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+
+namespace {
+
+constexpr quint32 timeoutMs = 500;
+constexpr qint64 threeGigabytes = 3LL * 1000 * 1000 * 1000;
+const QByteArray ok = "HTTP/1.1 200 OK\r\n";
+
+struct FullDisk : QIODevice {
+    FullDisk() { open(WriteOnly | Unbuffered); }
+
+protected:
+    qint64 readData(char* /*data*/, qint64 /*size*/) override { return -1; }
+    qint64 writeData(const char* /*data*/, qint64 size) override
+    {
+        setErrorString(u"No space left"_s);
+        return size - 1;
+    }
+};
+
+/// What the server does is the path.
+bool serve(Exchange& exchange)
+{
+    const QByteArray path = exchange.path;
+    const auto drip = [&exchange](const QByteArray& bytes) {
+        for (const char byte : bytes) {
+            if (!exchange.send(QByteArray(1, byte)) || !exchange.pause(100))
+                break;
+        }
+        return false;
+    };
+    if (path == "/ok")
+        return exchange.answer(200, "hello");
+    if (path == "/silent")
+        return exchange.pause(60000);
+    if (path == "/drip-head")
+        return drip(ok + QByteArray(600, 'x'));
+    if (path == "/drip-body")
+        return exchange.send(ok + "Content-Length: 600\r\n\r\n") && drip(QByteArray(600, 'x'));
+    if (path == "/middle")
+        return !exchange.send(ok + "Content-Length: 100\r\n\r\n0123456789");
+    if (path == "/longer")
+        return !exchange.send(ok + "Content-Length: 5\r\n\r\nhello, and more than that");
+    if (path == "/to-the-end")
+        return !exchange.send(ok + "\r\nhello");
+    if (path == "/chunks")
+        return !exchange.send(ok
+                              + "Transfer-Encoding: chunked\r\n\r\n3;a=b\r\nhel\r\n2\r\nlo\r\n0\r\nTrailer: x\r\n\r\n");
+    if (path == "/chunk-ends")
+        return !exchange.send(ok + "Transfer-Encoding: chunked\r\n\r\n5\r\nhel");
+    if (path.startsWith("/status/"))
+        return exchange.answer(path.mid(8).toInt(), "reason");
+    if (path == "/away")
+        return exchange.answer(302, "moved", "Location: /ok\r\n");
+    if (path == "/around")
+        return exchange.answer(301, "moved", "Location: /around\r\n");
+    if (path == "/huge")
+        return exchange.send(ok + "Content-Length: " + QByteArray::number(threeGigabytes) + "\r\n\r\n")
+            && exchange.sendZeros(threeGigabytes);
+    if (path == "/headers")
+        return exchange.send(ok + QByteArray("X-Filling: " + QByteArray(1000, 'x') + "\r\n").repeated(1000)
+                             + "Content-Length: 0\r\n\r\n");
+    if (path == "/nonsense")
+        return !exchange.send("SSH-2.0-Server\r\n\r\n");
+    return false; // closes at once
+}
+
+} // namespace
+
+class tst_HttpGet : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void answers_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::addColumn<QString>("warning"); // empty for a whole answer
+
+        const auto row = [](const char* path, int status, const char* expected, const QString& warning = {}) {
+            QTest::newRow(path + 1) << QString::fromLatin1(path) << status << QByteArray(expected) << warning;
+        };
+        const QString failed = u"Request failed for %1 (%2)"_s;
+        row("/ok", 200, "hello");
+        row("/to-the-end", 200, "hello");
+        row("/longer", 200, "hello");
+        row("/chunks", 200, "hello");
+        row("/away", 200, "hello");
+        row("/status/404", 404, "reason");
+        row("/status/503", 503, "reason");
+        row("/status/204", 204, "");
+        row("/silent", 0, "", failed.arg(u"%1"_s, u"12002"_s));
+        row("/drip-head", 0, "", failed.arg(u"%1"_s, u"12002"_s));
+        row("/drip-body", 200, "xxxxxxxxxxx", u"Answer refused: only "_s);
+        row("/middle", 200, "0123456789", u"Read failed (12030)"_s);
+        row("/chunk-ends", 200, "hel", u"Read failed (12030)"_s);
+        row("/around", 0, "", failed.arg(u"%1"_s, u"12156"_s));
+        row("/headers", 0, "", failed.arg(u"%1"_s, u"12182"_s));
+        row("/nonsense", 0, "", failed.arg(u"%1"_s, u"12152"_s));
+        row("/closes", 0, "", failed.arg(u"%1"_s, u"12030"_s));
+    }
+
+    void answers()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, status);
+        QFETCH(QByteArray, expected);
+        QFETCH(QString, warning);
+        const TestMachine machine;
+        const LoopbackServer server(serve);
+        const LogCapture log;
+        QByteArray body;
+        int pieces = 0;
+        QElapsedTimer clock;
+        clock.start();
+        const HttpResult result = winHttpGet(
+            server.url(path), timeoutMs, &body, nullptr, [&pieces] { ++pieces; }, u"test"_s);
+        QCOMPARE_LT(clock.elapsed(), 4LL * timeoutMs);
+        QCOMPARE(result.status, status);
+        QVERIFY2(body.startsWith(expected.left(3)), body.constData());
+        QCOMPARE(pieces > 0, !expected.isEmpty());
+        QCOMPARE(result.ok, warning.isEmpty());
+        if (warning.isEmpty()) {
+            QCOMPARE(body, expected);
+            QCOMPARE(log.lines(), QStringList());
+        } else {
+            const QString line =
+                u"[WARN] test: "_s + (warning.contains(u"%1") ? warning.arg(server.url(path)) : warning);
+            QVERIFY2(log.lines().value(0).startsWith(line), qPrintable(log.lines().join(u'\n')));
+            QCOMPARE(log.lines().size(), 1);
+        }
+    }
+
+    void tooLong()
+    {
+        const TestMachine machine;
+        const LoopbackServer server(serve);
+        QByteArray body;
+        HttpResult result = winHttpGet(server.url(u"/huge"_s), 5000, &body, nullptr, {}, u"test"_s);
+        QVERIFY(!result.ok);
+        QCOMPARE_LE(body.size(), maxBodyBytes);
+        // Nobody takes it, so the status is all that is waited for.
+        result = winHttpGet(server.url(u"/huge"_s), 5000, nullptr, nullptr, {}, u"test"_s);
+        QVERIFY(result.ok);
+        QCOMPARE(result.status, 200);
+        result = winHttpGet(server.url(u"/drip-body"_s), timeoutMs, nullptr, nullptr, {}, u"test"_s);
+        QVERIFY(result.ok);
+    }
+
+    void devices()
+    {
+        const TestMachine machine;
+        const LoopbackServer server(serve);
+        QBuffer file;
+        file.open(QIODevice::WriteOnly);
+        QVERIFY(winHttpGet(server.url(u"/status/404"_s), timeoutMs, nullptr, &file, {}, u"test"_s).ok);
+        QCOMPARE(file.data(), "reason");
+        FullDisk full;
+        const LogCapture log;
+        QVERIFY(!winHttpGet(server.url(u"/ok"_s), timeoutMs, nullptr, &full, {}, u"test"_s).ok);
+        QCOMPARE(log.lines(), QStringList(u"[WARN] test: Disk write failed: No space left"_s));
+    }
+
+    void unreachable()
+    {
+        const TestMachine machine;
+        quint16 freePort = 0;
+        {
+            const LoopbackServer server(serve);
+            freePort = server.port();
+        }
+        const LogCapture log;
+        for (const QString& bad :
+             {u"nothing"_s, u"ftp://localhost/x"_s, QString(u"http://localhost/"_s + QString(2100, u'x'))}) {
+            QVERIFY(!winHttpGet(bad, timeoutMs, nullptr, nullptr, {}, u"test"_s).ok);
+            QCOMPARE(log.lines().constLast(), u"[WARN] test: Bad URL: "_s + bad);
+        }
+        const QString refused = u"http://127.0.0.1:%1/"_s.arg(freePort);
+        QVERIFY(!winHttpGet(refused, timeoutMs, nullptr, nullptr, {}, u"test"_s).ok);
+        QCOMPARE(log.lines().constLast(), u"[WARN] test: Request failed for %1 (12029)"_s.arg(refused));
+    }
+
+    void headers()
+    {
+        const TestMachine machine;
+        QByteArray head;
+        const LoopbackServer server([&head](Exchange& exchange) {
+            head = exchange.head;
+            return exchange.answer(302, "moved", "Location: /elsewhere\r\n");
+        });
+        // With a token, which a redirect would carry along, there is none.
+        const HttpResult result =
+            winHttpGet(server.url(u"/a%20b?c=d#e"_s), timeoutMs, nullptr, nullptr, {}, u"test"_s, u"secret"_s);
+        QCOMPARE(result.status, 302);
+        QVERIFY2(head.startsWith("GET /a%20b?c=d HTTP/1.1\r\n"), head.constData());
+        QVERIFY(head.contains("\r\nUser-Agent: torvelane-app/1.0.4 (Windows)\r\n"));
+        QVERIFY(head.contains("\r\nAccept: application/vnd.github+json\r\n"));
+        QVERIFY(head.contains("\r\nAuthorization: Bearer secret\r\n"));
+        QCOMPARE(server.requests(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_HttpGet)
+#include "tst_HttpGet.moc"

@@ -1,0 +1,149 @@
+#include "TestAuthority.h"
+#include "measure/Connectivity.h"
+#include "net/WinHttpGet.h"
+#include "platform/HttpGet.h"
+#include "platform/simulated/SimulatedPc.h"
+#include "support/LogCapture.h"
+#include "support/LoopbackServer.h"
+#include "support/TestMachine.h"
+
+#include <QElapsedTimer>
+#include <QSslSocket>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+using platform::SimulatedPc;
+
+namespace {
+
+bool greet(Exchange& exchange)
+{
+    return exchange.answer(503, "hello");
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(torvelane::test::Identity)
+
+class tst_HttpTls : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { m_authority = std::make_unique<TestAuthority>(); }
+
+    void certificates_data()
+    {
+        QTest::addColumn<Identity>("identity");
+        QTest::addColumn<bool>("isTrusted");
+        QTest::addColumn<int>("code");
+
+        QTest::newRow("good") << Identity() << true << 0;
+        QTest::newRow("TLS 1.2") << Identity{.protocol = QSsl::TlsV1_2} << true << 0;
+        QTest::newRow("authority that isn't trusted") << Identity() << false << 12175;
+        QTest::newRow("expired") << Identity{.days = -1} << true << 12175;
+        QTest::newRow("self-signed") << Identity{.isSelfSigned = true} << true << 12175;
+        QTest::newRow("other host") << Identity{.host = u"elsewhere.example"_s} << true << 12175;
+        QT_WARNING_PUSH
+        QT_WARNING_DISABLE_DEPRECATED
+        QTest::newRow("TLS 1.1 only") << Identity{.protocol = QSsl::TlsV1_1} << true << 12175;
+        QT_WARNING_POP
+    }
+
+    void certificates()
+    {
+        QFETCH(Identity, identity);
+        QFETCH(bool, isTrusted);
+        QFETCH(int, code);
+        const TestMachine machine;
+        if (isTrusted)
+            m_authority->trust();
+        const LoopbackServer server(greet, m_authority->server(identity));
+        const LogCapture log;
+        QByteArray body;
+        const HttpResult result = winHttpGet(server.url(), 5000, &body, nullptr, {}, u"test"_s);
+        QCOMPARE(result.ok, code == 0);
+        QCOMPARE(result.status, code == 0 ? 503 : 0);
+        QCOMPARE(body, QByteArray(code == 0 ? "hello" : ""));
+        QCOMPARE(log.count(u"[WARN] test: Request failed for %1 (%2)"_s.arg(server.url()).arg(code)),
+                 code == 0 ? 0 : 1);
+        QCOMPARE(server.requests(), code == 0 ? 1 : 0);
+    }
+
+    // The server of the row above, to see that it would have answered a client that allows that.
+    void oldServerWorks()
+    {
+        QT_WARNING_PUSH
+        QT_WARNING_DISABLE_DEPRECATED
+        const auto old = QSsl::TlsV1_1;
+        QT_WARNING_POP
+        const LoopbackServer server(greet, m_authority->server({.protocol = old}));
+        QSslSocket socket;
+        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+        configuration.setProtocol(old);
+        configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+        configuration.setBackendConfigurationOption("CipherString", QByteArray("DEFAULT:@SECLEVEL=0"));
+        socket.setSslConfiguration(configuration);
+        socket.connectToHostEncrypted(u"127.0.0.1"_s, server.port());
+        QVERIFY2(socket.waitForEncrypted(5000), qPrintable(socket.errorString()));
+    }
+
+    void redirects()
+    {
+        const TestMachine machine;
+        m_authority->trust();
+        const LoopbackServer plain(greet);
+        const LoopbackServer other(greet, m_authority->server({}));
+        const LoopbackServer server(
+            [&](Exchange& exchange) {
+                const QString target = exchange.path == "/plain" ? plain.url(u"/"_s) : other.url(u"/"_s);
+                return exchange.answer(307, "moved", "Location: " + target.toLatin1() + "\r\n");
+            },
+            m_authority->server({}));
+        const LogCapture log;
+        QCOMPARE(winHttpGet(server.url(u"/secure"_s), 5000, nullptr, nullptr, {}, u"test"_s).status, 503);
+        const QString url = server.url(u"/plain"_s);
+        QVERIFY(!winHttpGet(url, 5000, nullptr, nullptr, {}, u"test"_s).ok);
+        QCOMPARE(log.lines(), QStringList(u"[WARN] test: Request failed for %1 (12156)"_s.arg(url)));
+        QCOMPARE(plain.requests(), 0);
+    }
+
+    void connectivity()
+    {
+        const TestMachine machine;
+        const LoopbackServer server(greet, m_authority->server({}));
+        const LogCapture log;
+        QVERIFY(!checkInternet(server.url()));
+        m_authority->trust();
+        QVERIFY(checkInternet(server.url()));
+        const QString first = u"[INFO] connectivity: Verifying internet reachability via "_s + server.url();
+        const QString none = u"[WARN] connectivity: No real internet connection detected"_s;
+        const QString failed = u"[WARN] connectivity: Request failed for %1 (%2)"_s.arg(server.url());
+        QStringList expected{first, failed.arg(12175), none, first, u"[INFO] connectivity: Online (HTTP 503)"_s};
+        QCOMPARE(log.lines(), expected);
+        SimulatedPc::setValue(u"network/online"_s, false);
+        QVERIFY(!checkInternet(server.url()));
+        expected << first << failed.arg(12007) << none;
+        QCOMPARE(log.lines(), expected);
+    }
+
+    // A server that accepts and says nothing is given up within the time for one stage, handshake included.
+    void silentServer()
+    {
+        const TestMachine machine;
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(!checkInternet(u"https://127.0.0.1:%1"_s.arg(server.serverPort())));
+        QCOMPARE_GE(clock.elapsed(), 4900);
+        QCOMPARE_LT(clock.elapsed(), 7000);
+    }
+
+private:
+    std::unique_ptr<TestAuthority> m_authority;
+};
+
+QTEST_GUILESS_MAIN(tst_HttpTls)
+#include "tst_HttpTls.moc"
