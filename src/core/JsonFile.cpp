@@ -3,7 +3,25 @@
 #include <QFile>
 #include <QSaveFile>
 
+#include <utility>
+
 namespace torvelane::JsonFile {
+
+namespace {
+
+std::function<void(bool committed)>& commitObserver()
+{
+    static std::function<void(bool)> observer;
+    return observer;
+}
+
+void notifyObserver(bool committed)
+{
+    if (commitObserver())
+        commitObserver()(committed);
+}
+
+} // namespace
 
 QJsonDocument parse(QByteArray bytes, QJsonParseError* error)
 {
@@ -21,8 +39,24 @@ WriteError write(const QString& path, const QJsonObject& object)
     const QByteArray bytes = QJsonDocument(object).toJson(QJsonDocument::Indented);
     // Flushed by hand: in Qt 6.4 a commit doesn't notice that its own flush met a full disk, and would replace the old
     // file by a cut one.
-    const bool written = file.write(bytes) == bytes.size() && file.flush() && file.commit();
-    return written ? WriteError::None : WriteError::CannotCommit;
+    const bool written = file.write(bytes) == bytes.size() && file.flush();
+    notifyObserver(false);
+    if (!written || !file.commit())
+        return WriteError::CannotCommit;
+    notifyObserver(true);
+    return WriteError::None;
+}
+
+void remove(const QString& path)
+{
+    notifyObserver(false);
+    QFile::remove(path);
+    notifyObserver(true);
+}
+
+void setCommitObserver(std::function<void(bool committed)> observer)
+{
+    commitObserver() = std::move(observer);
 }
 
 ReadResult read(const QString& path, qint64 maxSizeBytes)

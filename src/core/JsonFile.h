@@ -5,6 +5,8 @@
 #include <QJsonParseError>
 #include <QString>
 
+#include <functional>
+
 /// The one way in which small persistent JSON files are written and read.
 namespace torvelane::JsonFile {
 
@@ -18,6 +20,13 @@ enum class WriteError { None, CannotOpen, CannotCommit };
 /// Replaces the file at `path` by the object as indented JSON, atomically: a crash, a full disk or a refusal leaves the
 /// old file as it was. Blocks on the disk.
 [[nodiscard]] WriteError write(const QString& path, const QJsonObject& object);
+
+/// Deletes the file, if it is there.
+void remove(const QString& path);
+
+/// Has `observer` called right before and right after a file is replaced or deleted, on the thread that does it; an empty
+/// function takes it away. Tests stop a process there. Not while another thread writes.
+void setCommitObserver(std::function<void(bool committed)> observer);
 
 /// Why a file couldn't be read as a JSON object.
 enum class ReadError {

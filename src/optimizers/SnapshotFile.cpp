@@ -74,7 +74,7 @@ JsonFile::WriteError SnapshotFile::write(const QJsonObject& document) const
 
 void SnapshotFile::remove() const
 {
-    QFile::remove(path());
+    JsonFile::remove(path());
 }
 
 } // namespace torvelane

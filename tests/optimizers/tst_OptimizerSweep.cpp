@@ -1,3 +1,4 @@
+#include "core/JsonFile.h"
 #include "core/Paths.h"
 #include "optimizers/AppOptimizer.h"
 #include "optimizers/BufferbloatOptimizer.h"
@@ -5,16 +6,17 @@
 #include "optimizers/NetworkOptimizer.h"
 #include "optimizers/PowerPlanManager.h"
 #include "optimizers/ServiceProfiles.h"
+#include "platform/Win32Error.h"
 #include "platform/simulated/SimulatedPc.h"
-#include "support/MachineWatch.h"
 #include "support/TestMachine.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
+#include <QDir>
 #include <QProcess>
+#include <QSet>
 #include <QTest>
-#include <QThread>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -22,21 +24,26 @@
 using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
+using platform::CallMoment;
 using platform::SimulatedPc;
+using platform::Win32Error;
 
 namespace {
 
 constexpr int childTimeoutMs = 60000;
-const QString toolCall = u"tools.powercfg"_s;
 
 /// One optimiser's way there and back, each on an object of its own, as after a start of the program.
 struct Scenario {
     QString name;
-    std::function<void()> arrange; ///< Before the image that has to come back.
     std::function<void()> apply;
     std::function<void()> restore;
-    /// What of the machine stays changed if the program is ended while it applies: the start of the lines of its image.
+    /// What of the machine stays changed if the program is ended while it applies and the named snapshot isn't there
+    /// yet: the start of the lines of its image.
     QString lost;
+    QString lostWithout;
+    int leastEnds; ///< So that a sweep that swept nothing fails.
+    /// How many values a refused write can cost while applying: those that the profile before had changed.
+    int lostByRefusal = 0;
 };
 
 const QList<Scenario>& scenarios()
@@ -46,44 +53,49 @@ const QList<Scenario>& scenarios()
     static const QString balanced = u"381b4222-f694-41f0-9685-ff5bb260df2e"_s;
     static const QString highPerformance = u"8c5e7fda-e8bf-4a96-9a85-a6e23a8c635c"_s;
     static const QString app = u"C:\\Games\\Racer.exe"_s;
-    static const auto nothing = [] {};
     static const QList<Scenario> all{
         {u"network"_s,
-         nothing,
          [] { std::ignore = NetworkOptimizer().applyAll(listNetAdapters()); },
          [] { std::ignore = NetworkOptimizer().restoreAll(); },
-         {}},
+         {},
+         {},
+         36},
         {u"bufferbloat"_s,
-         nothing,
          [] { std::ignore = BufferbloatOptimizer().applyAll(listNetAdapters()); },
          [] { std::ignore = BufferbloatOptimizer().restoreAll(); },
-         {}},
+         {},
+         {},
+         10},
         {u"services"_s,
-         nothing,
          [] { std::ignore = ServiceProfiles().apply(ServiceProfileId::Basic); },
          [] { std::ignore = ServiceProfiles().restoreDefaults(); },
-         {}},
+         {},
+         {},
+         22},
         {u"services, one profile over the other"_s,
-         nothing,
          [] {
              ServiceProfiles services;
              std::ignore = services.apply(ServiceProfileId::Basic);
              std::ignore = services.apply(ServiceProfileId::Advanced);
          },
          [] { std::ignore = ServiceProfiles().restoreDefaults(); },
-         {}},
+         {},
+         {},
+         70,
+         9},
         {u"app"_s,
-         nothing,
          [] { std::ignore = AppOptimizer().optimize(app); },
          [] { std::ignore = AppOptimizer().restore(u"racer.exe"_s); },
-         {}},
+         {},
+         {},
+         6},
         // Both bundles write their file when all of their settings are changed.
-        {u"processor"_s, nothing, [] { std::ignore = PowerPlanManager::applyMaxCpu(); },
-         [] { std::ignore = PowerPlanManager::restoreCpu(); }, cpuIndices.arg(balanced)},
-        {u"disk"_s, nothing, [] { std::ignore = PowerPlanManager::applyMaxDisk(); },
-         [] { std::ignore = PowerPlanManager::restoreDisk(); }, diskIndices.arg(balanced)},
-        {u"gaming mode"_s, nothing, [] { std::ignore = GamingMode::activate(); },
-         [] { std::ignore = GamingMode::deactivate(); }, cpuIndices.arg(highPerformance)},
+        {u"processor"_s, [] { std::ignore = PowerPlanManager::applyMaxCpu(); },
+         [] { std::ignore = PowerPlanManager::restoreCpu(); }, cpuIndices.arg(balanced), u"cpu_perf.json"_s, 20},
+        {u"disk"_s, [] { std::ignore = PowerPlanManager::applyMaxDisk(); },
+         [] { std::ignore = PowerPlanManager::restoreDisk(); }, diskIndices.arg(balanced), u"disk_perf.json"_s, 18},
+        {u"gaming mode"_s, [] { std::ignore = GamingMode::activate(); }, [] { std::ignore = GamingMode::deactivate(); },
+         cpuIndices.arg(highPerformance), u"cpu_perf.json"_s, 66},
     };
     return all;
 }
@@ -93,134 +105,202 @@ const Scenario& scenarioNamed(const QString& name)
     return *std::ranges::find(scenarios(), name, &Scenario::name);
 }
 
-/// One way of one scenario, in a process that stops for good at the given change of the machine.
+/// One way of one scenario, in a process that stops for good at the given event: after a change of the machine, a run of a
+/// tool or a commit of a snapshot. Before one is after the one before it, so only the first has a moment before it, too.
 int runChild(const QStringList& arguments)
 {
     const Scenario& scenario = scenarioNamed(arguments.at(2));
     const int stopAt = arguments.at(4).toInt();
     Paths::setDataDirOverride(arguments.at(5));
     int events = 0;
-    watchMachine([&] {
-        if (++events != stopAt)
+    const auto event = [&](bool isDone) {
+        if ((!isDone && events > 0) || ++events != stopAt)
             return;
         std::puts("stopped");
         std::fflush(stdout);
         while (std::fgetc(stdin) != EOF) { }
         std::_Exit(3);
-    });
+    };
+    SimulatedPc::setObserver(
+        [&event](CallMoment moment, const platform::Call&) { event(moment == CallMoment::After); });
+    JsonFile::setCommitObserver(event);
     (arguments.at(3) == "apply"_L1 ? scenario.apply : scenario.restore)();
-    watchMachine({});
+    SimulatedPc::setObserver({});
     return 0;
 }
 
 } // namespace
 
-/// Each optimiser's apply and restore, ended before and after each change of the machine and at each run of a tool. The
-/// next restore has to give back the machine as it was, but for what each scenario says.
+/// Each optimiser's apply and restore, ended before and after each change of the machine, each run of a tool and each
+/// commit of a snapshot. The next restore has to give back the machine as it was, but for what each scenario says.
 class tst_OptimizerSweep : public QObject {
     Q_OBJECT
 
 private:
     const Scenario* m_scenario = nullptr;
-    QString m_what;
+    MachineImage m_before;
+    QTemporaryDir m_applied; ///< A machine and its snapshots, with the scenario applied.
     QStringList m_problems;
+    int m_ends = 0;
+    int m_losses = 0;
 
-    enum class Ending { Ended, GotThrough };
-
-    void start(QProcess& child, const TestMachine& machine, const QString& way, int stopAt)
+    void keepApplied()
     {
+        const TestMachine machine;
+        m_before = TestMachine::image();
+        m_scenario->apply();
+        for (const QString& name : QDir(m_applied.path()).entryList(QDir::Files))
+            QFile::remove(m_applied.filePath(name));
+        QVERIFY(SimulatedPc::copyTo(m_applied.filePath(u"machine.db"_s)));
+        copySnapshots(machine.dataDir(), m_applied.path());
+    }
+
+    /// In place of the seeded machine and its empty data directory.
+    void takeApplied(const TestMachine& machine)
+    {
+        const QString file = machine.scratchFile(u"applied.db"_s);
+        QVERIFY(QFile::copy(m_applied.filePath(u"machine.db"_s), file));
+        SimulatedPc::setMachineFile(file);
+        copySnapshots(m_applied.path(), machine.dataDir());
+    }
+
+    static void copySnapshots(const QString& from, const QString& to)
+    {
+        for (const QString& name : QDir(from).entryList({u"*.json"_s}, QDir::Files))
+            QVERIFY(QFile::copy(QDir(from).filePath(name), QDir(to).filePath(name)));
+    }
+
+    /// Whether there was such an event, and the process was ended at it.
+    bool endAt(const TestMachine& machine, const QString& way, int event)
+    {
+        QProcess child;
         child.setEnvironment(QProcess::systemEnvironment() + machine.childEnvironment());
         child.setStandardErrorFile(QProcess::nullDevice());
         child.start(QCoreApplication::applicationFilePath(),
-                    {u"--child"_s, m_scenario->name, way, QString::number(stopAt), machine.dataDir()});
-    }
-
-    /// Ends the process at the given change of its own.
-    Ending endAtChange(const TestMachine& machine, const QString& way, int change)
-    {
-        QProcess child;
-        start(child, machine, way, change);
+                    {u"--child"_s, m_scenario->name, way, QString::number(event), machine.dataDir()});
         while (!child.canReadLine() && child.waitForReadyRead(childTimeoutMs)) { }
-        const Ending ending = child.canReadLine() ? Ending::Ended : Ending::GotThrough;
-        if (ending == Ending::Ended)
+        const bool stopped = child.canReadLine();
+        if (stopped)
             child.kill();
         if (child.state() != QProcess::NotRunning && !child.waitForFinished(childTimeoutMs))
-            m_problems.append(m_what + u"the process doesn't end"_s);
-        return ending;
+            m_problems.append(u"the process doesn't end"_s);
+        if (!stopped && (child.exitStatus() != QProcess::NormalExit || child.exitCode() != 0))
+            m_problems.append(u"the process fails"_s);
+        return stopped;
     }
 
-    /// Ends the process while its n-th tool runs and has done nothing yet.
-    Ending endAtTool(const TestMachine& machine, const QString& way, int n)
+    void sweepWay(const QString& way)
     {
-        SimulatedPc::clearCalls();
-        SimulatedPc::hang(toolCall, childTimeoutMs, {.n = n, .once = true});
-        QProcess child;
-        start(child, machine, way, 0);
-        Ending ending = Ending::GotThrough;
-        QElapsedTimer timer;
-        timer.start();
-        while (!child.waitForFinished(5) && timer.elapsed() < childTimeoutMs) {
-            if (SimulatedPc::calls(toolCall).size() == n && !SimulatedPc::calls(toolCall).last().answer) {
-                ending = Ending::Ended;
-                child.kill();
-                child.waitForFinished(childTimeoutMs);
-                break;
-            }
-        }
-        SimulatedPc::clearFaults();
-        return ending;
-    }
-
-    void sweepWay(const QString& way, bool byTool)
-    {
-        int ends = 0;
-        for (int at = 1; m_problems.isEmpty(); ++at) {
-            m_what = u"%1 ended at %2 %3: "_s.arg(way, byTool ? u"tool"_s : u"change"_s).arg(at);
+        const bool isApply = way == "apply"_L1;
+        for (int event = 1; m_problems.isEmpty(); ++event) {
             const TestMachine machine;
-            m_scenario->arrange();
-            const MachineImage before = TestMachine::image();
-            if (way == "restore"_L1)
-                m_scenario->apply();
-            const Ending ending = byTool ? endAtTool(machine, way, at) : endAtChange(machine, way, at);
+            if (!isApply)
+                takeApplied(machine);
+            const bool ended = endAt(machine, way, event);
+            const bool mayLose = isApply && ended && !m_scenario->lostWithout.isEmpty()
+                && !QFile::exists(QDir(machine.dataDir()).filePath(m_scenario->lostWithout));
             m_scenario->restore();
-            QStringList left = differences(before, TestMachine::image());
-            if (way == "apply"_L1 && ending == Ending::Ended && !m_scenario->lost.isEmpty())
-                left.removeIf([this](const QString& line) { return line.mid(2).startsWith(m_scenario->lost); });
+            QStringList left = differences(m_before, TestMachine::image());
+            if (mayLose) {
+                m_losses +=
+                    left.removeIf([this](const QString& line) { return line.mid(2).startsWith(m_scenario->lost); }) > 0;
+            }
             if (!left.isEmpty())
-                m_problems.append(m_what + left.join(u'\n'));
-            if (ending == Ending::GotThrough)
+                m_problems.append(u"%1 ended at event %2:\n"_s.arg(way).arg(event) + left.join(u'\n'));
+            if (!ended)
                 break;
-            ++ends;
+            ++m_ends;
         }
-        m_ends += ends;
     }
 
-    int m_ends = 0;
+    static QStringList names()
+    {
+        QStringList names;
+        for (const Scenario& scenario : scenarios())
+            names.append(scenario.name);
+        return names;
+    }
 
 private Q_SLOTS:
     void sweep_data()
     {
-        QTest::addColumn<int>("least"); // of ends, so that a sweep that swept nothing fails
-        const QHash<QString, int> least{{u"network"_s, 48},  {u"bufferbloat"_s, 12},
-                                        {u"services"_s, 36}, {u"services, one profile over the other"_s, 130},
-                                        {u"app"_s, 4},       {u"processor"_s, 16},
-                                        {u"disk"_s, 16},     {u"gaming mode"_s, 80}};
-        for (const Scenario& scenario : scenarios())
-            QTest::newRow(qPrintable(scenario.name)) << least.value(scenario.name, 1);
+        QTest::addColumn<QString>("name");
+        for (const QString& name : names())
+            QTest::newRow(qPrintable(name)) << name;
     }
 
     void sweep()
     {
-        QFETCH(int, least);
-        m_scenario = &scenarioNamed(QString::fromUtf8(QTest::currentDataTag()));
+        QFETCH(QString, name);
+        m_scenario = &scenarioNamed(name);
         m_problems.clear();
         m_ends = 0;
-        for (const QString& way : {u"apply"_s, u"restore"_s}) {
-            for (const bool byTool : {false, true})
-                sweepWay(way, byTool);
-        }
+        m_losses = 0;
+        keepApplied();
+        sweepWay(u"apply"_s);
+        sweepWay(u"restore"_s);
         QCOMPARE(m_problems.join(u'\n'), QString());
-        QVERIFY2(m_ends >= least, qPrintable(QString::number(m_ends)));
+        qInfo("%d ends, %d of them lose something", m_ends, m_losses);
+        QVERIFY(m_ends >= m_scenario->leastEnds);
+        QCOMPARE(m_losses > 0, !m_scenario->lost.isEmpty());
+    }
+
+    void refusedWrites_data() { sweep_data(); }
+
+    /// Each write to the registry refused in turn. While applying that costs nothing, since the snapshot has the value all
+    /// the same. While restoring exactly that value stays changed, and is forgotten: the next restore knows nothing of it.
+    void refusedWrites()
+    {
+        QFETCH(QString, name);
+        m_scenario = &scenarioNamed(name);
+        for (const bool inRestore : {false, true}) {
+            qsizetype changed = 0;
+            qsizetype lost = 0;
+            bool refused = true;
+            for (int n = 1; refused; ++n) {
+                const TestMachine machine;
+                const MachineImage before = TestMachine::image();
+                withoutTools();
+                if (inRestore)
+                    m_scenario->apply();
+                changed = placesOf(differences(before, TestMachine::image())).size();
+                SimulatedPc::clearCalls();
+                SimulatedPc::fail(u"registry"_s, Win32Error::AccessDenied, {.n = n, .once = true});
+                (inRestore ? m_scenario->restore : m_scenario->apply)();
+                refused = wasRefused();
+                SimulatedPc::clearFaults();
+                withoutTools();
+                if (!inRestore)
+                    m_scenario->restore();
+                const QStringList left = differences(before, TestMachine::image());
+                QVERIFY(placesOf(left).size() <= (refused ? 1 : 0));
+                lost += placesOf(left).size();
+                m_scenario->restore();
+                QCOMPARE(differences(before, TestMachine::image()), left);
+            }
+            QCOMPARE(lost, inRestore ? changed : m_scenario->lostByRefusal);
+        }
+    }
+
+private:
+    static void withoutTools() { SimulatedPc::fail(u"processes.runTool"_s, Win32Error::FileNotFound); }
+
+    static bool wasRefused()
+    {
+        const QList<platform::CallRecord> calls = SimulatedPc::calls();
+        return std::ranges::any_of(calls, [](const platform::CallRecord& record) {
+            return record.call.facility() == "registry"_L1
+                && record.answer == static_cast<qint64>(Win32Error::AccessDenied);
+        });
+    }
+
+    /// The values that differ: the one before and the one after are one.
+    static QSet<QString> placesOf(const QStringList& lines)
+    {
+        QSet<QString> places;
+        for (const QString& line : lines)
+            places.insert(line.mid(2).section(u']', 0, 0));
+        return places;
     }
 };
 
