@@ -254,6 +254,8 @@ private Q_SLOTS:
         QFETCH(QString, name);
         m_scenario = &scenarioNamed(name);
         for (const bool inRestore : {false, true}) {
+            if (inRestore && m_scenario->lostByRefusal > 0)
+                continue; // the restore of one profile, once more
             qsizetype changed = 0;
             qsizetype lost = 0;
             bool refused = true;

@@ -288,6 +288,20 @@ private Q_SLOTS:
         QCOMPARE(differences(before, TestMachine::image()), QStringList());
     }
 
+    /// Nor does a file that has been damaged since take away what is remembered.
+    void filesThatWereDamaged()
+    {
+        const TestMachine machine;
+        const MachineImage before = TestMachine::image();
+        Program program;
+        program.applyAll();
+        for (const QString& file :
+             {u"network_opt.json"_s, u"bufferbloat_opt.json"_s, u"services_profile.json"_s, u"app_optimize.json"_s})
+            putSnapshot(file, "{\"x\": ");
+        program.restoreAll();
+        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+    }
+
     /// A lock that can't be opened says nothing of another process.
     void noLock()
     {
