@@ -110,6 +110,14 @@ void setSystemVariables()
     setKnownFolder(QStringLiteral("CommonProgramFiles(x86)"), FOLDERID_ProgramFilesCommonX86);
 }
 
+// g++ for Windows gives the memory of a thread_local back before it runs the destructor, and Qt keeps the stack of a
+// compiled regular expression in one: a thread that had used any would end with an access violation. Interpreted
+// expressions need no such stack. Qt looks once, before the first expression.
+void interpretRegularExpressions()
+{
+    setVariable(QStringLiteral("QT_ENABLE_REGEXP_JIT"), QStringLiteral("0"));
+}
+
 // Windows makes the user or Administrators the owner of what an administrator creates, as the policy for default owners
 // says. The owner distinguishes a file of ours from a planted one, so it is always Administrators, also for files that
 // SQLite and Qt create. Without elevation the system refuses, and then nothing that is created is trusted later.
@@ -141,6 +149,7 @@ void prepareProcess()
             setVariable(name, QString());
     }
     setSystemVariables();
+    interpretRegularExpressions();
     setVariable(QStringLiteral("NoDefaultCurrentDirectoryInExePath"), QStringLiteral("1"));
     SetCurrentDirectoryW(wide(systemDirectory()));
     createAsAdministrators();

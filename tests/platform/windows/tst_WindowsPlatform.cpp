@@ -13,11 +13,15 @@
 #include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <atomic>
 #include <cstdio>
 #include <optional>
+#include <thread>
+#include <vector>
 
 #include <windows.h>
 
@@ -41,6 +45,24 @@ int showEnvironment()
     for (const QString& path : QCoreApplication::libraryPaths())
         std::printf("plugins=%s\n", qPrintable(path));
     return 0;
+}
+
+/// Has this program prepare itself and use a regular expression on a thread that ends.
+const QString expressionOption = u"--expression"_s;
+
+int matchOnAThread()
+{
+    prepareProcess();
+    std::atomic_int matched = 0;
+    // Many at a time, so that what one gives back too early is another's by the time it is used.
+    for (int round = 0; round < 20; ++round) {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 20; ++i) {
+            threads.emplace_back(
+                [&matched] { matched += QRegularExpression(u"b(.)d"_s).match(u"abcd"_s).hasMatch() ? 1 : 0; });
+        }
+    }
+    return matched == 400 ? 0 : 1;
 }
 
 /// Has this program print what it was started with.
@@ -208,6 +230,14 @@ private Q_SLOTS:
         }
     }
 
+    void threadsThatUsedAnExpressionEnd()
+    {
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {expressionOption});
+        QVERIFY(child.waitForFinished(20000));
+        QCOMPARE(child.exitCode(), 0);
+    }
+
     void argumentsAreTheSystems()
     {
         const QStringList given{showArgumentsOption, u"\u00e9\u65e5 x"_s, u"-platformpluginpath"_s, u"a\"b\\"_s, {}};
@@ -284,6 +314,8 @@ int main(int argc, char** argv)
         std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
         return 0;
     }
+    if (arguments.value(1) == expressionOption)
+        return matchOnAThread();
     if (arguments.value(1) == elevationOption)
         return isElevated() ? 1 : 0;
     if (arguments.value(1) == consoleOption)
