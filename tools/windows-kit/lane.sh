@@ -75,6 +75,8 @@ enter_prefix() {
   leave_prefix
   wine_prefix=$(mktemp -d "${TMPDIR:-/var/tmp}/torvelane-wine.XXXXXX")
   # Mono and Gecko would be asked for in a window.
+  # A test empties the recycle bin, which Wine keeps among the data of whoever runs it unless it is given another place.
+  export XDG_DATA_HOME=$wine_prefix/data
   export WINEPREFIX=$wine_prefix WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
   say "Making a Wine prefix"
   wine wineboot --init >/dev/null 2>&1 </dev/null

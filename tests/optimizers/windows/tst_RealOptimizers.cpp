@@ -1,0 +1,312 @@
+#include "optimizers/AppOptimizer.h"
+#include "optimizers/BufferbloatOptimizer.h"
+#include "optimizers/DebloatCleaner.h"
+#include "optimizers/GameDetector.h"
+#include "optimizers/GamingMode.h"
+#include "optimizers/NetworkOptimizer.h"
+#include "optimizers/PowerPlanManager.h"
+#include "optimizers/ServiceProfiles.h"
+#include "platform/Registry.h"
+#include "support/ScratchMachine.h"
+#include "system/RegistryAccess.h"
+#include "system/WmiSession.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+
+#include <windows.h>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+
+namespace {
+
+const QString scratch = u"SOFTWARE\\Torvelane\\Test"_s;
+const QString services = u"SYSTEM\\CurrentControlSet\\Services\\"_s;
+
+const wchar_t* native(const QString& text)
+{
+    return reinterpret_cast<const wchar_t*>(text.utf16());
+}
+
+/// Stores a value below HKLM, with the keys on the way to it.
+void put(const QString& path, const QString& name, const RawValue& value)
+{
+    platform::RegistryKey key;
+    const auto data = std::as_bytes(std::span(value.data.constData(), static_cast<std::size_t>(value.data.size())));
+    if (platform::RegistryKey::create(platform::RootKey::LocalMachine, path, key) != platform::Win32Error::Success
+        || key.setValue(name, value.type, data) != platform::Win32Error::Success)
+        qFatal("A value could not be stored");
+}
+
+RegistryValue machineValue(const QString& path, const QString& name)
+{
+    RegistryValue value;
+    if (!readValue(RegistryHive::LocalMachine, path, name, value))
+        qFatal("A value could not be read");
+    return value;
+}
+
+NetAdapter scratchAdapter()
+{
+    NetAdapter adapter;
+    adapter.guid = u"{0}"_s;
+    adapter.name = u"Scratch"_s;
+    adapter.pnpDeviceId = u"NO\\SUCH\\DEVICE"_s;
+    adapter.regSubKey = scratch;
+    adapter.netEnabled = true;
+    return adapter;
+}
+
+/// Every value of the scratch key.
+QMap<QString, RawValue> scratchValues()
+{
+    platform::RegistryKey key;
+    QStringList names;
+    QMap<QString, RawValue> values;
+    if (platform::RegistryKey::open(platform::RootKey::LocalMachine, scratch, platform::KeyAccess::Read, key)
+            != platform::Win32Error::Success
+        || key.valueNames(names) != platform::Win32Error::Success)
+        qFatal("The scratch key could not be read");
+    for (const QString& name : std::as_const(names)) {
+        RawValue& value = values[name];
+        quint32 sizeBytes = 256;
+        value.data.resize(sizeBytes);
+        const auto buffer = std::as_writable_bytes(std::span(value.data.data(), sizeBytes));
+        std::ignore = key.query(name, buffer, value.type, sizeBytes);
+        value.data.resize(sizeBytes);
+    }
+    return values;
+}
+
+bool makeFile(const QString& path, qsizetype sizeBytes)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly)
+        && file.write(QByteArray(sizeBytes, 'x')) == sizeBytes;
+}
+
+} // namespace
+
+/// The optimisers through the real registry, processes and folders. Under Wine there is no powercfg.exe and no device.
+class tst_RealOptimizers : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_machine = std::make_unique<ScratchMachine>(); }
+
+    void cleanup()
+    {
+        m_machine.reset();
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Torvelane");
+    }
+
+    /// Driver values of every type, written as text and put back as they were.
+    void adapterValues()
+    {
+        put(scratch, u"*EEE"_s, {1, utf16(u"1"_s)});
+        put(scratch, u"*FlowControl"_s, {4, dwordBytes(3)});
+        put(scratch, u"*LsoV2IPv4"_s, {2, utf16(u"%X%"_s)});
+        put(scratch, u"*LsoV2IPv6"_s, {3, QByteArray("\x01\x00\xff", 3)});
+        put(scratch, u"*WakeOnPattern"_s, {11, dwordBytes(7) + dwordBytes(1)});
+        const QMap<QString, RawValue> before = scratchValues();
+        NetworkOptimizer optimizer;
+        QVERIFY(optimizer.apply(scratchAdapter()).ok);
+        for (const RawValue& value : scratchValues())
+            QCOMPARE(value, (RawValue{1, utf16(u"0"_s)}));
+        NetworkOptimizer nextStart;
+        QVERIFY(nextStart.isOptimized(u"{0}"_s));
+        QVERIFY(nextStart.restoreAll().ok);
+        QCOMPARE(scratchValues(), before);
+    }
+
+    void smallestBuffers()
+    {
+        put(scratch, u"*ReceiveBuffers"_s, {1, utf16(u"512"_s)});
+        put(scratch, u"*TransmitBuffers"_s, {4, dwordBytes(1024)});
+        put(scratch + u"\\Ndi\\params\\*ReceiveBuffers"_s, u"min"_s, {1, utf16(u" 80 "_s)});
+        put(scratch + u"\\Ndi\\params\\*TransmitBuffers"_s, u"min"_s, {4, dwordBytes(80)}); // no text
+        const QMap<QString, RawValue> before = scratchValues();
+        QCOMPARE(BufferbloatOptimizer().applyAll({scratchAdapter()}).adapters, 1);
+        QCOMPARE(machineValue(scratch, u"*ReceiveBuffers"_s).text, u"80"_s);
+        QCOMPARE(machineValue(scratch, u"*TransmitBuffers"_s).number, 1024u);
+        QCOMPARE(BufferbloatOptimizer().restoreAll().adapters, 1);
+        QCOMPARE(scratchValues(), before);
+    }
+
+    /// An adapter that WMI lists is found with its driver's key, and its missing device can't be restarted.
+    void adaptersOfTheMachine()
+    {
+        WmiSession session;
+        QVERIFY(session.connect(u"ROOT\\CIMV2"_s, nullptr));
+        QStringList guids;
+        for (const WmiRow& row : session.query(u"SELECT * FROM Win32_NetworkAdapter"_s, nullptr)) {
+            if (row.value(u"PhysicalAdapter"_s).toString() == u"true"_s
+                && !row.value(u"MACAddress"_s).toString().isEmpty())
+                guids.append(row.value(u"GUID"_s).toString());
+        }
+        const QString classKey =
+            u"SYSTEM\\CurrentControlSet\\Control\\Class\\{4d36e972-e325-11ce-bfc1-08002be10318}\\T"_s;
+        for (qsizetype i = 0; i < guids.size(); ++i) {
+            put(classKey + QString::number(i), u"NetCfgInstanceId"_s, {1, utf16(guids.at(i).toLower())});
+            put(classKey + QString::number(i), u"*IfType"_s, {1, utf16(u"6"_s)});
+        }
+        const QList<NetAdapter> adapters = listNetAdapters();
+        for (qsizetype i = 0; i < guids.size(); ++i)
+            RegDeleteTreeW(HKEY_LOCAL_MACHINE, native(classKey + QString::number(i)));
+        if (guids.isEmpty())
+            QSKIP("no adapter here");
+        QCOMPARE(adapters.size(), guids.size());
+        QCOMPARE(adapters.first().kind, AdapterKind::Ethernet);
+        QVERIFY(!adapters.first().name.isEmpty());
+        QString error;
+        QVERIFY(!restartAdapter(scratchAdapter(), &error));
+        QCOMPARE(error, u"Could not restart adapter (changes apply after a reboot)"_s);
+    }
+
+    void priorityOfAProgram()
+    {
+        const QString options =
+            u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Image File Execution Options\\Torvelane Test.exe"_s;
+        const auto priority = [&options] { return machineValue(options + u"\\PerfOptions"_s, u"CpuPriorityClass"_s); };
+        QVERIFY(AppOptimizer().optimize(u"C:\\Any\\Torvelane Test.exe"_s).ok);
+        QCOMPARE(priority().number, 3u);
+        QVERIFY(AppOptimizer().restore(u"torvelane test.exe"_s).ok);
+        QVERIFY(!priority().exists);
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, native(options));
+    }
+
+    void serviceProfile()
+    {
+        const QString present = services + u"MapsBroker"_s;
+        const QString spelt = services + u"RetailDemo"_s;
+        const bool here = machineValue(present, u"Start"_s).exists || machineValue(spelt, u"Start"_s).exists;
+        if (!here) {
+            put(present, u"Start"_s, {4, dwordBytes(2)});
+            put(spelt, u"Start"_s, {4, dwordBytes(4)});
+        }
+        const MachineImage before = TestMachine::image();
+        const ServiceResult applied = ServiceProfiles().apply(ServiceProfileId::Advanced);
+        QVERIFY(applied.count > 0);
+        QCOMPARE(machineValue(present, u"Start"_s).number, 4u);
+        QCOMPARE(differences(before, TestMachine::image()).size(), 2 * applied.count);
+        QCOMPARE(ServiceProfiles().restoreDefaults().count, applied.count);
+        const QStringList left = differences(before, TestMachine::image());
+        if (!here) {
+            RegDeleteTreeW(HKEY_LOCAL_MACHINE, native(present));
+            RegDeleteTreeW(HKEY_LOCAL_MACHINE, native(spelt));
+        }
+        QCOMPARE(left, QStringList());
+    }
+
+    void gamingMode()
+    {
+        const MachineImage before = TestMachine::image();
+        const GamingResult on = GamingMode::activate();
+        QVERIFY2(on.ok, qPrintable(on.message));
+        QCOMPARE(on.count, 20);
+        QVERIFY(GamingMode::isActive());
+        QCOMPARE(GamingMode::deactivate().count, 20);
+        QVERIFY(!GamingMode::isActive());
+        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+    }
+
+    void noPowercfg()
+    {
+        if (QFile::exists(u"C:/windows/system32/powercfg.exe"_s))
+            QSKIP("it is here");
+        QVERIFY(PowerPlanManager::listPlans().isEmpty());
+        QCOMPARE(PowerPlanManager::activeScheme(), QString());
+        QVERIFY(!PowerPlanManager::applyMaxCpu().ok);
+        QVERIFY(!PowerPlanManager::isMaxCpuApplied());
+    }
+
+    void gameByPlace()
+    {
+        const QString folder = m_machine->scratchFile(u"Epic Games/some game/bin"_s);
+        QVERIFY(QDir().mkpath(folder));
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), folder + u"/x.exe"_s));
+        QVERIFY(!detectRunningGame().found);
+        QProcess game;
+        game.start(folder + u"/x.exe"_s, {u"--wait"_s});
+        QVERIFY(game.waitForStarted());
+        const DetectedGame found = detectRunningGame();
+        game.closeWriteChannel();
+        QVERIFY(game.waitForFinished());
+        QCOMPARE(found.title, u"Some Game"_s);
+    }
+
+    void cleaning()
+    {
+        const QString folder = m_machine->scratchFile(u"caches"_s);
+        QVERIFY(makeFile(folder + u"/one"_s, 100));
+        QVERIFY(makeFile(folder + u"/below/deeper/two"_s, 250));
+        QVERIFY(makeFile(folder + u"/in use/three"_s, 7));
+        const CleanCategory category{u"test"_s, {}, {}, {QDir::toNativeSeparators(folder)}};
+        QCOMPARE(DebloatCleaner::scanSize(category), 357);
+        const HANDLE user = CreateFileW(native(folder + u"/in use/three"_s), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                        OPEN_EXISTING, 0, nullptr);
+        const CleanResult whileUsed = DebloatCleaner::clean(category);
+        CloseHandle(user);
+        QCOMPARE(whileUsed.bytesFreed, 350);
+        QCOMPARE(whileUsed.itemsRemoved, 2);
+        QCOMPARE(DebloatCleaner::scanSize(category), 7);
+        QCOMPARE(DebloatCleaner::clean(category).itemsRemoved, 1);
+        QVERIFY(QDir(folder).isEmpty());
+    }
+
+    void refusedFolders()
+    {
+        const QString canary = u"C:/windows/torvelane-canary/file"_s;
+        QVERIFY(makeFile(canary, 1));
+        for (const QString& path : {u"C:\\windows\\torvelane-canary"_s, u"c:/WINDOWS/Torvelane-Canary/"_s,
+                                    u"C:\\Program Files\\..\\windows\\torvelane-canary"_s, u"C:\\windows"_s, u"C:\\"_s,
+                                    u"\\windows\\torvelane-canary"_s})
+            QCOMPARE(DebloatCleaner::clean({u"test"_s, {}, {}, {path}}).itemsRemoved, 0);
+        QVERIFY(QFile::exists(canary));
+        QVERIFY(QDir(u"C:/windows/torvelane-canary"_s).removeRecursively());
+    }
+
+    /// A link in the folder, which Wine shows as one where the machine below has it.
+    void linkToAFolder()
+    {
+        const QTemporaryDir place(u"Z:/var/tmp/torvelane-link-XXXXXX"_s);
+        if (!place.isValid() || !QFile::exists(u"Z:/bin/ln"_s))
+            QSKIP("no links here");
+        const QString link = place.filePath(u"caches/below/link"_s);
+        QVERIFY(makeFile(place.filePath(u"outside/canary"_s), 1000));
+        QVERIFY(makeFile(place.filePath(u"caches/below/file"_s), 5));
+        QProcess::startDetached(u"Z:\\bin\\ln"_s, {u"-s"_s, place.filePath(u"outside"_s).sliced(2), link.sliced(2)});
+        QTRY_VERIFY(QFile::exists(link));
+        const CleanCategory category{u"test"_s, {}, {}, {QDir::toNativeSeparators(place.filePath(u"caches"_s))}};
+        QCOMPARE(DebloatCleaner::scanSize(category), 5);
+        QCOMPARE(DebloatCleaner::clean(category).bytesFreed, 0);
+        QVERIFY(QFile::exists(place.filePath(u"outside/canary"_s)));
+        QVERIFY(!QFile::exists(place.filePath(u"caches/below/file"_s)));
+        // Nothing in Wine removes a link.
+        QProcess::startDetached(u"Z:\\bin\\rm"_s, {link.sliced(2)});
+        QTRY_VERIFY(!QFile::exists(link));
+    }
+
+private:
+    std::unique_ptr<ScratchMachine> m_machine;
+};
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    if (QCoreApplication::arguments().contains(u"--wait"_s)) {
+        char byte = 0;
+        DWORD read = 0;
+        while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &read, nullptr) && read > 0) { }
+        return 0;
+    }
+    tst_RealOptimizers test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_RealOptimizers.moc"
