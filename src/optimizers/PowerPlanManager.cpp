@@ -3,12 +3,12 @@
 #include "core/Log.h"
 #include "core/Translate.h"
 #include "optimizers/OptimizerLock.h"
+#include "optimizers/PowercfgOutput.h"
 #include "optimizers/SnapshotFile.h"
 #include "platform/ChildProcess.h"
 #include "platform/ConsoleText.h"
 
 #include <QJsonArray>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <array>
@@ -95,14 +95,6 @@ bool succeeded(const platform::ChildProcessResult& run)
     return run.outcome == platform::ChildProcessResult::Outcome::Finished && run.exitCode == 0;
 }
 
-/// The first GUID in the text, in lower case; empty if there is none.
-QString firstGuid(const QString& text)
-{
-    static const QRegularExpression expression(
-        QStringLiteral("[0-9a-fA-F]{8}-[0-9a-fA-F]{4}-[0-9a-fA-F]{4}-[0-9a-fA-F]{4}-[0-9a-fA-F]{12}"));
-    return expression.match(text).captured().toLower();
-}
-
 SnapshotFile fileOf(const Bundle& bundle)
 {
     return {bundle.fileName, category};
@@ -183,43 +175,22 @@ QString activeScheme()
 {
     bool ok = false;
     const QString output = runPowercfg({QStringLiteral("/getactivescheme")}, &ok);
-    return ok ? firstGuid(output) : QString();
+    return ok ? PowercfgOutput::firstGuid(output) : QString();
 }
 
 QList<PowerPlan> listPlans()
 {
-    static const QRegularExpression expression(
-        QStringLiteral("([0-9a-fA-F]{8}-[0-9a-fA-F]{4}-[0-9a-fA-F]{4}-[0-9a-fA-F]{4}-[0-9a-fA-F]{12})"
-                       "\\s*\\(([^)]*)\\)\\s*(\\*)?"));
     bool ok = false;
     const QString output = runPowercfg({QStringLiteral("/list")}, &ok);
-    if (!ok)
-        return {};
-    QList<PowerPlan> plans;
-    const QStringList lines = output.split(QLatin1Char('\n'));
-    for (const QString& line : lines) {
-        const QRegularExpressionMatch match = expression.match(line);
-        if (match.hasMatch()) {
-            plans.append({match.captured(1).toLower(), match.captured(2).trimmed(), !match.capturedView(3).isEmpty()});
-        }
-    }
-    return plans;
+    return ok ? PowercfgOutput::plans(output) : QList<PowerPlan>();
 }
 
 PowerSettingValue querySetting(const QString& subgroup, const QString& setting)
 {
-    static const QRegularExpression expression(QStringLiteral("0x([0-9a-fA-F]{8})"));
     const platform::ChildProcessResult run = powercfg({QStringLiteral("/query"), currentScheme, subgroup, setting});
     if (run.outcome == platform::ChildProcessResult::Outcome::TimedOut)
         return {};
-    // A setting's range comes first and its indices on mains and on battery last, in every language.
-    QList<int> numbers;
-    auto matches = expression.globalMatch(platform::decodeConsoleText(run.output));
-    while (matches.hasNext())
-        numbers.append(matches.next().captured(1).toInt(nullptr, 16));
-    if (numbers.size() < 2)
-        return {};
-    return {numbers.at(numbers.size() - 2), numbers.last()};
+    return PowercfgOutput::settingValue(platform::decodeConsoleText(run.output));
 }
 
 PowerPlanResult activatePlan(const QString& guid)
@@ -255,7 +226,7 @@ PowerPlanResult applyBestPlan()
         bool ok = false;
         const QString output = runPowercfg({QStringLiteral("-duplicatescheme"), ultimatePerformance}, &ok);
         if (ok)
-            choice = firstGuid(output);
+            choice = PowercfgOutput::firstGuid(output);
         isUltimate = !choice.isEmpty();
     }
     if (choice.isEmpty())
