@@ -142,6 +142,28 @@ private Q_SLOTS:
         QCOMPARE(rebuilt.size(), 1);
     }
 
+    /// The background is composed for each paint, mostly for a few pixels of it: no seam may show where two such meet.
+    void backgroundInPieces()
+    {
+        HeroWindow hero;
+        hero.resize(700, 540);
+        const QImage whole = hero.backgroundSlice(hero.rect()).toImage();
+        int largest = 0;
+        for (int y = 0; y < hero.height(); y += 37) {
+            for (int x = 0; x < hero.width(); x += 41) {
+                const QImage piece = hero.backgroundSlice(QRect(x, y, 41, 37)).toImage();
+                for (int i = 0; i < piece.width() * piece.height(); ++i) {
+                    const QPoint at(i % piece.width(), i / piece.width());
+                    const QColor is = piece.pixelColor(at);
+                    const QColor was = whole.pixelColor(at + QPoint(x, y));
+                    largest = std::max({largest, std::abs(is.red() - was.red()), std::abs(is.green() - was.green()),
+                                        std::abs(is.blue() - was.blue())});
+                }
+            }
+        }
+        QVERIFY2(largest <= 1, qPrintable(QString::number(largest)));
+    }
+
     void dragStrip()
     {
         const ShownWindow shown;

@@ -66,7 +66,7 @@ void installAccessibility()
 } // namespace
 
 ToggleSwitch::ToggleSwitch(QWidget* parent)
-    : QAbstractButton(parent)
+    : OutsideStyleSheet(parent)
     , m_animation(new QPropertyAnimation(this, "knobPos", this))
 {
     installAccessibility();

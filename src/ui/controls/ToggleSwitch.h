@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QAbstractButton>
 
 class QPropertyAnimation;
@@ -9,7 +11,7 @@ namespace torvelane {
 /// A switch between off and on. A click or the space bar only says that the user wants the other state: clicked()
 /// carries none, and the owner calls setOn() with what holds. Takes the focus by Tab, not by a click. Whoever uses it
 /// gives it an accessible name.
-class ToggleSwitch : public QAbstractButton {
+class ToggleSwitch : public OutsideStyleSheet<QAbstractButton> {
     Q_OBJECT
     Q_PROPERTY(double knobPos READ knobPos WRITE setKnobPos)
 

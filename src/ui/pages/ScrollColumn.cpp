@@ -1,14 +1,23 @@
 #include "ui/pages/ScrollColumn.h"
 
+#include "ui/theme/OutsideStyleSheet.h"
 #include "ui/windows/HeroWindow.h"
 
 #include <QEvent>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 namespace torvelane {
 
 namespace {
+
+/// In the place of the horizontal bar, which a column never shows, but whose looks would be worked out all the same.
+class NoScrollBar : public OutsideStyleSheet<QScrollBar> {
+public:
+    using OutsideStyleSheet::OutsideStyleSheet;
+    [[nodiscard]] QSize sizeHint() const override { return {0, 0}; }
+};
 
 HeroWindow* heroWindowAround(const QWidget& widget)
 {
@@ -23,7 +32,7 @@ HeroWindow* heroWindowAround(const QWidget& widget)
 
 ScrollColumn::ScrollColumn(QWidget* parent)
     : QWidget(parent)
-    , m_content(new QWidget(this))
+    , m_content(new OutsideStyleSheet<QWidget>(this))
     , m_column(new QVBoxLayout(m_content))
 {
     m_content->setAutoFillBackground(false);
@@ -41,6 +50,7 @@ void ScrollColumn::assemble()
     m_area->setFrameShape(QFrame::NoFrame);
     m_area->setWidgetResizable(true);
     m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_area->setHorizontalScrollBar(new NoScrollBar(Qt::Horizontal, m_area));
     // No stop for the Tab key where nothing shows it. The keys that scroll come here from what is focused inside.
     m_area->setFocusPolicy(Qt::NoFocus);
     m_area->viewport()->setAutoFillBackground(false);
@@ -73,6 +83,16 @@ void ScrollColumn::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     refreshBackdrop();
+}
+
+/// The picture goes with the page: twenty pages would keep one each.
+void ScrollColumn::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    if (m_area && m_carriesBackdrop) {
+        m_area->viewport()->setAutoFillBackground(false);
+        m_area->viewport()->setPalette({});
+    }
 }
 
 void ScrollColumn::refreshBackdrop()

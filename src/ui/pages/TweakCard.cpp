@@ -114,7 +114,7 @@ void drawText(QPainter& painter, const Look& look, const QRect& area, int flags,
 
 } // namespace
 
-TweakCard::TweakCard(Content content, QWidget* parent) : QFrame(parent), m_content(std::move(content))
+TweakCard::TweakCard(Content content, QWidget* parent) : OutsideStyleSheet(parent), m_content(std::move(content))
 {
     installTweakCardAccessibility();
     setMinimumWidth(minimumCardWidth);
@@ -214,7 +214,7 @@ QSize TweakCard::sizeHint() const
 
 void TweakCard::resizeEvent(QResizeEvent* event)
 {
-    QFrame::resizeEvent(event);
+    OutsideStyleSheet::resizeEvent(event);
     if (!m_control)
         return;
     const QRect foot = footArea();
@@ -242,7 +242,7 @@ bool TweakCard::event(QEvent* event)
     default:
         break;
     }
-    return QFrame::event(event);
+    return OutsideStyleSheet::event(event);
 }
 
 /// Over the tag what the tweak costs, over a shortened text all of it, and elsewhere what the tweak does.
@@ -268,14 +268,14 @@ void TweakCard::showTooltip(const QHelpEvent& event)
 void TweakCard::enterEvent(QEnterEvent* event)
 {
     setHovered(true);
-    QFrame::enterEvent(event);
+    OutsideStyleSheet::enterEvent(event);
 }
 
 void TweakCard::leaveEvent(QEvent* event)
 {
     // Crossing a child also leaves the card; where the cursor really is decides.
     setHovered(isUnderCursor());
-    QFrame::leaveEvent(event);
+    OutsideStyleSheet::leaveEvent(event);
 }
 
 bool TweakCard::isUnderCursor() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ui/theme/Icons.h"
+#include "ui/theme/OutsideStyleSheet.h"
 
 #include <QFrame>
 #include <QPixmapCache>
@@ -18,7 +19,7 @@ namespace torvelane {
 ///
 /// Fonts and colors are those that the style sheet gives to labels named TweakTitle, TweakDesc, WarnTag and OkTag. To
 /// assistive technology each text is a label, too. GUI thread.
-class TweakCard : public QFrame {
+class TweakCard : public OutsideStyleSheet<QFrame> {
     Q_OBJECT
 
 public:

@@ -9,6 +9,7 @@
 #include <QPalette>
 #include <QPointer>
 #include <QPropertyAnimation>
+#include <QResource>
 #include <QScreen>
 #include <QToolTip>
 #include <QWidget>
@@ -22,10 +23,16 @@ struct Families {
     QString display = QStringLiteral("Segoe UI");
 };
 
-// Family of a font among the resources, which is then in the font database; empty if it isn't there or isn't a font.
+// Family of a font among the resources, which is then in the font database; empty if it isn't there or isn't a font. From
+// where it lies in the program, uncompressed: by its file name the database would read it into a copy, and the rasteriser
+// into another.
 QString loadFont(const QString& fileName)
 {
-    const int id = QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/") + fileName);
+    const QResource font(QStringLiteral(":/fonts/") + fileName);
+    const QByteArray bytes = font.compressionAlgorithm() == QResource::NoCompression
+        ? QByteArray::fromRawData(reinterpret_cast<const char*>(font.data()), static_cast<qsizetype>(font.size()))
+        : font.uncompressedData();
+    const int id = QFontDatabase::addApplicationFontFromData(bytes);
     return id < 0 ? QString() : QFontDatabase::applicationFontFamilies(id).value(0);
 }
 

@@ -2,6 +2,7 @@
 
 #include "ui/controls/FrameTimer.h"
 #include "ui/theme/Theme.h"
+#include "ui/windows/NightSky.h"
 
 #include <QAbstractButton>
 #include <QKeyEvent>
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace torvelane {
 
@@ -26,168 +26,7 @@ constexpr double driftStep = 0.2; // The same for its place, in physical pixels.
 constexpr int resizeSettleMs = 110;
 constexpr int scrollPauseMs = 150;
 constexpr int movePauseMs = 150;
-constexpr int dotSpacing = 26;
 constexpr int glowShrink = 4;
-
-constexpr QColor night{5, 5, 5};
-
-struct Star {
-    double x; // of the window's width
-    double y; // of the window's height
-    double size;
-    double phase;
-    double period;
-    QColor color;
-};
-
-constexpr QColor whiteStar{0xFF, 0xFF, 0xFF};
-constexpr QColor blueStar{0xDB, 0xE7, 0xFF};
-constexpr QColor yellowStar{0xFF, 0xF3, 0xD6};
-
-constexpr std::array<Star, 14> starTable = {{
-    {0.08, 0.18, 2.0, 0.0, 3.6, whiteStar},
-    {0.16, 0.62, 3.0, 1.2, 4.4, blueStar},
-    {0.23, 0.34, 1.5, 0.6, 3.9, yellowStar},
-    {0.31, 0.12, 2.0, 2.1, 4.8, whiteStar},
-    {0.38, 0.74, 1.5, 0.9, 3.7, blueStar},
-    {0.46, 0.26, 3.0, 1.7, 4.1, whiteStar},
-    {0.54, 0.58, 1.5, 0.3, 4.6, yellowStar},
-    {0.61, 0.15, 2.0, 2.4, 3.8, blueStar},
-    {0.68, 0.44, 2.5, 1.0, 4.3, whiteStar},
-    {0.75, 0.70, 1.5, 0.5, 3.5, yellowStar},
-    {0.82, 0.24, 2.0, 1.9, 4.7, blueStar},
-    {0.89, 0.52, 3.0, 0.8, 4.0, whiteStar},
-    {0.93, 0.10, 1.5, 1.4, 3.6, blueStar},
-    {0.12, 0.82, 2.0, 2.7, 4.2, whiteStar},
-}};
-
-struct Glow {
-    QColor color;
-    double diameter; // of the window's larger side
-    int alpha;
-};
-
-constexpr std::array<Glow, 4> glowTable = {{
-    {{0x5F, 0x6A, 0xE9}, 1.2, 40},
-    {{0x65, 0x71, 0xFF}, 1.04, 30},
-    {{0xE8, 0x91, 0x5F}, 1.0, 14},
-    {{0x5F, 0x6A, 0xE9}, 0.84, 42},
-}};
-
-QColor withAlpha(QColor color, int alpha)
-{
-    color.setAlpha(alpha);
-    return color;
-}
-
-int physical(double logical, qreal ratio)
-{
-    return static_cast<int>(std::ceil(logical * ratio));
-}
-
-QPixmap transparentPixmap(int width, int height)
-{
-    QPixmap pixmap(width, height);
-    pixmap.fill(Qt::transparent);
-    return pixmap;
-}
-
-int dotAlpha(double distance)
-{
-    if (distance >= 0.8)
-        return 0;
-    return distance <= 0.3 ? 36 : static_cast<int>((1 - 2 * (distance - 0.3)) * 36);
-}
-
-QPixmap makeDot(qreal ratio)
-{
-    constexpr double radius = 0.9;
-    const int side = 2 * physical(radius + 1, ratio);
-    QPixmap pixmap = transparentPixmap(side, side);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Qt::white);
-    painter.drawEllipse(QPointF(side / 2.0, side / 2.0), radius * ratio, radius * ratio);
-    return pixmap;
-}
-
-void drawDots(QPainter& painter, const QPixmap& dot, const QSize& size, qreal ratio)
-{
-    const double width = size.width();
-    const double height = size.height();
-    const QPointF corner(dot.width() / 2.0, dot.height() / 2.0);
-    for (int y = 0; y < size.height(); y += dotSpacing) {
-        for (int x = 0; x < size.width(); x += dotSpacing) {
-            const int alpha =
-                dotAlpha(std::hypot((x - 0.5 * width) / (0.8 * width), (y - 0.35 * height) / (0.7 * height)));
-            if (alpha < 4)
-                continue;
-            painter.setOpacity(alpha / 255.0);
-            painter.drawPixmap((QPointF(x, y) * ratio - corner).toPoint(), dot);
-        }
-    }
-    painter.setOpacity(1.0);
-}
-
-void drawGlow(QPainter& painter, const Glow& glow, const QPointF& centre, int largerSide)
-{
-    const double radius = static_cast<int>(glow.diameter * largerSide) / 2.0;
-    QRadialGradient gradient(centre, radius);
-    gradient.setColorAt(0, withAlpha(glow.color, glow.alpha));
-    gradient.setColorAt(1, withAlpha(glow.color, 0));
-    painter.fillRect(QRectF(centre - QPointF(radius, radius), QSizeF(2 * radius, 2 * radius)), gradient);
-}
-
-QPixmap makeStar(const Star& star, qreal ratio)
-{
-    const double arm = 5 * star.size;
-    const double halo = 6.5 * star.size;
-    const double side = std::ceil((std::max(halo, arm) + 2) * 2);
-    const QPointF centre(side / 2, side / 2);
-    QPixmap pixmap = transparentPixmap(physical(side, ratio), physical(side, ratio));
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(ratio, ratio);
-
-    QRadialGradient haloLight(centre, halo);
-    haloLight.setColorAt(0, withAlpha(star.color, 56));
-    haloLight.setColorAt(1, withAlpha(star.color, 0));
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(haloLight);
-    painter.drawEllipse(centre, halo, halo);
-
-    for (const QPointF& reach : {QPointF(arm, 0), QPointF(0, arm)}) {
-        QLinearGradient light(centre - reach, centre + reach);
-        light.setColorAt(0, withAlpha(star.color, 0));
-        light.setColorAt(0.5, withAlpha(star.color, 179));
-        light.setColorAt(1, withAlpha(star.color, 0));
-        painter.setPen(QPen(light, 1, Qt::SolidLine, Qt::FlatCap));
-        painter.drawLine(centre - reach, centre + reach);
-    }
-
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(star.color);
-    painter.drawEllipse(centre, 0.5 * (star.size + 1), 0.5 * (star.size + 1));
-    return pixmap;
-}
-
-void drawBottomFade(QPainter& painter, const QSize& size)
-{
-    const double top = 0.55 * size.height();
-    const int height = static_cast<int>(0.45 * size.height());
-    QLinearGradient gradient(0, top, 0, top + height);
-    gradient.setColorAt(0, withAlpha(palette::base, 0));
-    gradient.setColorAt(0.55, withAlpha(palette::base, 160));
-    gradient.setColorAt(1, palette::base);
-    painter.fillRect(QRectF(0, top, size.width(), size.height() - top), gradient);
-}
-
-double starOpacity(const Star& star, double seconds)
-{
-    const double u = seconds + star.phase;
-    return (0.5 * std::sin(2 * std::numbers::pi * u / star.period) + 0.5) * 0.32 + 0.1;
-}
 
 /// The logical pixels that the physical ones touch.
 QRect toLogical(const QRectF& place, qreal ratio)
@@ -282,18 +121,18 @@ void HeroWindow::rebuildStatic()
         return;
     m_ratio = devicePixelRatioF();
     m_builtSize = size();
-    m_dot = makeDot(m_ratio);
-    m_glow = QPixmap(physical(width(), m_ratio / glowShrink), physical(height(), m_ratio / glowShrink));
+    m_dot = nightSky::makeDot(m_ratio);
+    m_glow =
+        QPixmap(nightSky::physical(width(), m_ratio / glowShrink), nightSky::physical(height(), m_ratio / glowShrink));
     m_stars.clear();
-    for (const Star& star : starTable)
-        m_stars.append(makeStar(star, m_ratio));
+    for (const nightSky::Star& star : nightSky::stars())
+        m_stars.append(nightSky::makeStar(star, m_ratio));
     placeStars(0);
-    m_frame = QPixmap(physical(width(), m_ratio), physical(height(), m_ratio));
     m_lastBakeMs = -1;
     Q_EMIT backgroundRebuilt();
 }
 
-void HeroWindow::bakeFrame(double seconds)
+void HeroWindow::bakeGlow(double seconds)
 {
     const double t = seconds;
     const double w = width();
@@ -308,32 +147,41 @@ void HeroWindow::bakeFrame(double seconds)
     const double breath = (0.5 * std::sin(t / 3.5) + 0.5) * 0.4 + 0.6;
 
     m_glow.fill(Qt::transparent);
-    {
-        QPainter painter(&m_glow);
-        painter.scale(m_ratio / glowShrink, m_ratio / glowShrink);
-        for (std::size_t i = 0; i < glowTable.size(); ++i) {
-            painter.setOpacity(i + 1 == glowTable.size() ? breath : 1.0);
-            drawGlow(painter, glowTable[i], centres[i], static_cast<int>(std::max(w, h)));
-        }
+    QPainter painter(&m_glow);
+    painter.scale(m_ratio / glowShrink, m_ratio / glowShrink);
+    for (std::size_t i = 0; i < nightSky::glows().size(); ++i) {
+        painter.setOpacity(i + 1 == nightSky::glows().size() ? breath : 1.0);
+        nightSky::drawGlow(painter, nightSky::glows()[i], centres[i], static_cast<int>(std::max(w, h)));
     }
-    m_frame.fill(night);
-    QPainter painter(&m_frame);
-    drawDots(painter, m_dot, size(), m_ratio);
+}
+
+/// Composes what `area` shows, in logical pixels, on a painter of physical ones. No picture of the whole is kept: it would
+/// be the largest of the program, and most paints need a few pixels of it, around a star or below a button.
+void HeroWindow::paintBackground(QPainter& painter, const QRect& area) const
+{
+    const QRect pixels =
+        QRectF(area.x() * m_ratio, area.y() * m_ratio, area.width() * m_ratio, area.height() * m_ratio).toAlignedRect();
+    painter.save();
+    painter.fillRect(pixels, nightSky::night);
+    nightSky::drawDots(painter, m_dot, size(), area, m_ratio);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawPixmap(QRect(QPoint(0, 0), m_glow.size() * glowShrink), m_glow);
+    // While the window is being resized the glows stretch with it.
+    const QSizeF stretched = m_builtSize == size() ? QSizeF(m_glow.size() * glowShrink) : QSizeF(size()) * m_ratio;
+    painter.drawPixmap(QRectF(QPointF(0, 0), stretched), m_glow, QRectF(m_glow.rect()));
     painter.scale(m_ratio, m_ratio);
-    drawBottomFade(painter, size());
+    nightSky::drawBottomFade(painter, size());
+    painter.restore();
 }
 
 HeroWindow::StarLook HeroWindow::starLook(std::size_t index, double seconds) const
 {
-    const Star& star = starTable[index];
+    const nightSky::Star& star = nightSky::stars()[index];
     const QSize sprite = m_stars[static_cast<qsizetype>(index)].size();
     const double u = seconds + star.phase;
     const QPointF centre(width() * star.x + 6 * std::sin(u / (1.5 * star.period)),
                          height() * star.y + 6 * std::cos(u / (1.8 * star.period)));
     const QPointF corner = centre * m_ratio - QPointF(sprite.width() / 2.0, sprite.height() / 2.0);
-    return {QRectF(corner, sprite), starOpacity(star, seconds)};
+    return {QRectF(corner, sprite), nightSky::starOpacity(star, seconds)};
 }
 
 void HeroWindow::advance()
@@ -352,7 +200,7 @@ QRegion HeroWindow::placeStars(double opacityStep)
 {
     QRegion changed;
     const double seconds = animationSeconds();
-    for (std::size_t i = 0; i < starTable.size() && !m_stars.isEmpty(); ++i) {
+    for (std::size_t i = 0; i < nightSky::stars().size() && !m_stars.isEmpty(); ++i) {
         const StarLook look = starLook(i, seconds);
         StarLook& shown = m_shownStars[i];
         const QPointF way = look.place.topLeft() - shown.place.topLeft();
@@ -381,31 +229,28 @@ QRegion HeroWindow::covered() const
     return region;
 }
 
-void HeroWindow::ensureFrame(double seconds)
+void HeroWindow::ensureGlow(double seconds)
 {
-    if (m_frame.isNull() || (!m_resizing && !qFuzzyCompare(m_ratio, devicePixelRatioF())))
+    if (m_glow.isNull() || (!m_resizing && !qFuzzyCompare(m_ratio, devicePixelRatioF())))
         rebuildStatic();
-    if (!m_frame.isNull() && m_lastBakeMs < 0 && !m_resizing) {
-        bakeFrame(seconds);
+    if (!m_glow.isNull() && m_lastBakeMs < 0 && !m_resizing) {
+        bakeGlow(seconds);
         m_lastBakeMs = m_clock.elapsed();
     }
 }
 
 void HeroWindow::paintEvent(QPaintEvent* event)
 {
-    ensureFrame(animationSeconds());
+    ensureGlow(animationSeconds());
     QPainter painter(this);
-    if (m_frame.isNull()) {
+    if (m_glow.isNull()) {
         painter.fillRect(event->rect(), palette::base);
         return;
     }
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    if (m_resizing)
-        painter.drawPixmap(rect(), m_frame);
     painter.scale(1 / m_ratio, 1 / m_ratio);
-    if (!m_resizing)
-        painter.drawPixmap(0, 0, m_frame);
-    for (std::size_t i = 0; i < starTable.size(); ++i) {
+    paintBackground(painter, event->rect());
+    for (std::size_t i = 0; i < nightSky::stars().size(); ++i) {
         const StarLook& look = m_shownStars[i];
         if (!event->region().intersects(toLogical(look.place, m_ratio)))
             continue;
@@ -416,15 +261,18 @@ void HeroWindow::paintEvent(QPaintEvent* event)
 
 QPixmap HeroWindow::backgroundSlice(const QRect& rect)
 {
-    ensureFrame(animationSeconds());
-    if (m_frame.isNull())
+    ensureGlow(animationSeconds());
+    const QRect visible = rect & this->rect();
+    if (m_glow.isNull() || visible.isEmpty())
         return {};
     const auto scaled = [this](int logical) { return static_cast<int>(std::round(logical * m_ratio)); };
-    const QRect area =
-        QRect(scaled(rect.x()), scaled(rect.y()), scaled(rect.width()), scaled(rect.height())) & m_frame.rect();
-    if (area.isEmpty())
-        return {};
-    QPixmap slice = m_frame.copy(area);
+    const QRect area(scaled(visible.x()), scaled(visible.y()), scaled(visible.width()), scaled(visible.height()));
+    QPixmap slice(area.size());
+    {
+        QPainter painter(&slice);
+        painter.translate(-area.topLeft());
+        paintBackground(painter, visible.adjusted(-1, -1, 1, 1));
+    }
     slice.setDevicePixelRatio(m_ratio);
     return slice;
 }
@@ -442,7 +290,7 @@ void HeroWindow::keyPressEvent(QKeyEvent* event)
 void HeroWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    if (m_frame.isNull()) {
+    if (m_glow.isNull()) {
         rebuildStatic();
         return;
     }

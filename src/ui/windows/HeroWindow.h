@@ -61,8 +61,9 @@ protected:
 
 private:
     void rebuildStatic();
-    void bakeFrame(double seconds);
-    void ensureFrame(double seconds);
+    void bakeGlow(double seconds);
+    void ensureGlow(double seconds);
+    void paintBackground(QPainter& painter, const QRect& area) const;
     void advance();
     [[nodiscard]] double animationSeconds() const;
 
@@ -86,7 +87,7 @@ private:
 
     QElapsedTimer m_clock;
     PausableClock m_animation;
-    qint64 m_lastBakeMs = -1; // the frame is composed anew when painted next
+    qint64 m_lastBakeMs = -1; // the glows are composed anew when painted next
 
     // All in physical pixels, with a ratio of 1: blits between them then need no resampling at any screen scale.
     qreal m_ratio = 1.0;
@@ -96,7 +97,6 @@ private:
     QList<QPixmap> m_stars;
     std::array<StarLook, 14> m_shownStars;
     QList<QPointer<QWidget>> m_covers;
-    QPixmap m_frame;
 };
 
 } // namespace torvelane
