@@ -8,6 +8,7 @@ namespace torvelane {
 namespace {
 
 constexpr const char* roleProperty = "accessibleRole";
+constexpr const char* valueProperty = "accessibleValue";
 
 class RoleInterface : public QAccessibleWidget {
 public:
@@ -23,6 +24,12 @@ public:
             state.selected = choice->isChecked();
         }
         return state;
+    }
+
+    QString text(QAccessible::Text which) const override
+    {
+        return which == QAccessible::Value ? widget()->property(valueProperty).toString()
+                                           : QAccessibleWidget::text(which);
     }
 
     QStringList actionNames() const override
@@ -66,6 +73,15 @@ void setAccessibleRole(QWidget* widget, QAccessible::Role role)
     widget->setProperty(roleProperty, static_cast<int>(role));
     // A text that was set before has been announced, by an interface of Qt's own, and that is kept.
     QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(QAccessible::queryAccessibleInterface(widget)));
+}
+
+void setAccessibleValue(QWidget* widget, const QString& value)
+{
+    if (widget->property(valueProperty).toString() == value)
+        return;
+    widget->setProperty(valueProperty, value);
+    QAccessibleValueChangeEvent event(widget, value);
+    QAccessible::updateAccessibility(&event);
 }
 
 } // namespace torvelane

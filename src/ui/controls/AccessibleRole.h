@@ -10,4 +10,7 @@ namespace torvelane {
 /// checked button is then the selected one of its list or of its row of tabs. Before the widget is shown.
 void setAccessibleRole(QWidget* widget, QAccessible::Role role);
 
+/// What a widget with a role of its own shows at present, such as "12%". May change at any time.
+void setAccessibleValue(QWidget* widget, const QString& value);
+
 } // namespace torvelane

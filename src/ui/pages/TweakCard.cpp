@@ -2,18 +2,16 @@
 
 #include "core/Translate.h"
 #include "ui/controls/GateTransition.h"
+#include "ui/controls/PaintedText.h"
 #include "ui/pages/AccessibleTweakCard.h"
-#include "ui/theme/TextBreaks.h"
 #include "ui/theme/Theme.h"
 
 #include <QCursor>
 #include <QHelpEvent>
-#include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmapCache>
 #include <QStyle>
-#include <QTextLayout>
 #include <QToolTip>
 
 #include <algorithm>
@@ -34,25 +32,11 @@ constexpr int descriptionLines = 2;
 constexpr double lockedBlurRadius = 10.0;
 constexpr int blurReach = 25; ///< How far the blur carries color beyond what it blurs.
 
-/// How the style sheet dresses a label of this name.
-struct Look {
-    QFont font;
-    QColor color;
-};
-
-Look lookOf(const QString& objectName)
-{
-    QLabel label;
-    label.setObjectName(objectName);
-    label.ensurePolished();
-    return {label.font(), label.palette().color(QPalette::WindowText)};
-}
-
 struct Looks {
-    Look title = lookOf(QStringLiteral("TweakTitle"));
-    Look description = lookOf(QStringLiteral("TweakDesc"));
-    Look warningTag = lookOf(QStringLiteral("WarnTag"));
-    Look okTag = lookOf(QStringLiteral("OkTag"));
+    TextLook title = lookOf(QStringLiteral("TweakTitle"));
+    TextLook description = lookOf(QStringLiteral("TweakDesc"));
+    TextLook warningTag = lookOf(QStringLiteral("WarnTag"));
+    TextLook okTag = lookOf(QStringLiteral("OkTag"));
 };
 
 /// Asked for once: the style sheet is set before any window exists, and stays.
@@ -66,50 +50,6 @@ QColor withAlpha(QColor color, int alpha)
 {
     color.setAlpha(alpha);
     return color;
-}
-
-QSize wrappedSize(const Look& look, const QString& text, int width)
-{
-    return QFontMetrics(look.font).boundingRect(QRect(0, 0, width, QWIDGETSIZE_MAX), Qt::TextWordWrap, text).size();
-}
-
-/// The text itself if it takes no more lines than that, or else as much of it as they hold, with an ellipsis.
-QString shortened(const QString& text, const QFont& font, int width, int lines)
-{
-    QTextLayout layout(text, font);
-    layout.beginLayout();
-    int start = 0;
-    for (int i = 0; i < lines; ++i) {
-        QTextLine line = layout.createLine();
-        if (!line.isValid())
-            return text;
-        line.setLineWidth(width);
-        start = line.textStart();
-    }
-    const bool isWhole = !layout.createLine().isValid();
-    layout.endLayout();
-    if (isWhole)
-        return text;
-    return text.left(start) + QFontMetrics(font).elidedText(text.mid(start), Qt::ElideRight, width);
-}
-
-/// Rich text, so that a long line is wrapped. A bullet keeps to the line that it begins.
-QString richTooltip(const QString& text)
-{
-    const QString lines = withBreaks(text).toHtmlEscaped().replace(QStringLiteral("• "), QStringLiteral("•&nbsp;"));
-    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(lines);
-}
-
-/// In the text's own direction, as a label would.
-void drawText(QPainter& painter, const Look& look, const QRect& area, int flags, const QString& text)
-{
-    const bool leftwards = text.isRightToLeft();
-    painter.setFont(look.font);
-    painter.setPen(look.color);
-    painter.drawText(area,
-                     static_cast<int>((leftwards ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter) | flags
-                         | (leftwards ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight),
-                     text);
 }
 
 } // namespace

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QFrame>
+#include <QLabel>
+#include <QMargins>
+
+class QVBoxLayout;
+
+namespace torvelane {
+
+/// A pane of glass with a column for what lies on it.
+class GlassCard : public QFrame {
+    Q_OBJECT
+
+public:
+    /// Around the content of a card, and of an entry of a list.
+    static constexpr QMargins wide{24, 20, 24, 20};
+    static constexpr QMargins narrow{18, 14, 18, 14};
+
+    GlassCard(int spacing, QWidget* parent, const QMargins& margins = wide);
+
+    [[nodiscard]] QVBoxLayout* column() const { return m_column; }
+
+private:
+    QVBoxLayout* m_column;
+};
+
+/// A title in the display font and bold.
+[[nodiscard]] QLabel* makeTitle(const QString& text, int pixelSize, QWidget* parent);
+
+/// A plain text that wraps, dressed as the style sheet says for this object name ("Muted", "Faint").
+[[nodiscard]] QLabel* makeText(const char16_t* objectName, const QString& text, QWidget* parent);
+
+} // namespace torvelane
