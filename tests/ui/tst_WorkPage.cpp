@@ -39,8 +39,7 @@ public:
 
     void start(int value)
     {
-        run(
-            u"Working…"_s, machine, [value](Machine& subject) { return subject.work(value); },
+        run(u"Working…"_s, job([](const auto& subject, int result) { return subject->work(result); }, machine, value),
             [this](int result) {
                 results.append(result);
                 setStatus(u"Did %1"_s.arg(result));
@@ -49,14 +48,15 @@ public:
 
     void look(int value)
     {
-        read(
-            [subject = machine, value] {
-                subject->begun.release();
-                if (value == 1)
-                    subject->mayEnd.acquire();
-                return value;
-            },
-            [this](int result) { results.append(result); });
+        read(job(
+                 [](const auto& subject, int result) {
+                     subject->begun.release();
+                     if (result == 1)
+                         subject->mayEnd.acquire();
+                     return result;
+                 },
+                 machine, value),
+             [this](int result) { results.append(result); });
     }
 
     std::shared_ptr<Machine> machine = std::make_shared<Machine>();

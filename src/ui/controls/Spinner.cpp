@@ -1,5 +1,6 @@
 #include "ui/controls/Spinner.h"
 
+#include "ui/controls/FrameTimer.h"
 #include "ui/theme/Theme.h"
 
 #include <QPainter>
@@ -8,15 +9,18 @@
 
 namespace torvelane {
 
-Spinner::Spinner(int diameter, QWidget* parent) : QWidget(parent), m_diameter(diameter)
+namespace {
+
+constexpr qint64 turnMs = 900;
+
+} // namespace
+
+Spinner::Spinner(int diameter, QWidget* parent) : QWidget(parent), m_diameter(diameter), m_timer(new FrameTimer(this))
 {
     setFixedSize(diameter, diameter);
     setAttribute(Qt::WA_TranslucentBackground);
-    m_animation.setStartValue(0.0);
-    m_animation.setEndValue(360.0);
-    m_animation.setDuration(900);
-    m_animation.setLoopCount(-1);
-    connect(&m_animation, &QVariantAnimation::valueChanged, this, qOverload<>(&QWidget::update));
+    connect(m_timer, &FrameTimer::timeout, this, qOverload<>(&QWidget::update));
+    m_timer->follow(this);
     hide();
 }
 
@@ -27,33 +31,13 @@ QSize Spinner::sizeHint() const
 
 void Spinner::start()
 {
-    show();
-    turn();
+    m_clock.start();
+    setShown(this, true);
 }
 
 void Spinner::stop()
 {
-    m_animation.stop();
     hide();
-}
-
-void Spinner::turn()
-{
-    if (m_animation.state() != QAbstractAnimation::Running)
-        m_animation.start();
-}
-
-void Spinner::showEvent(QShowEvent* event)
-{
-    turn();
-    QWidget::showEvent(event);
-}
-
-void Spinner::hideEvent(QHideEvent* event)
-{
-    // Also when the page around it is hidden: showing it again starts the turn anew.
-    m_animation.stop();
-    QWidget::hideEvent(event);
 }
 
 void Spinner::paintEvent(QPaintEvent*)
@@ -69,7 +53,7 @@ void Spinner::paintEvent(QPaintEvent*)
     pen.setColor(palette::accent);
     painter.setPen(pen);
     // Sixteenths of a degree, counter-clockwise; the arc turns clockwise.
-    const double angle = m_animation.currentValue().toDouble();
+    const double angle = m_clock.isValid() ? static_cast<double>(m_clock.elapsed() % turnMs) * 360.0 / turnMs : 0.0;
     painter.drawArc(ring, static_cast<int>(-angle * 16), -90 * 16);
 }
 

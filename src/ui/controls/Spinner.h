@@ -1,11 +1,13 @@
 #pragma once
 
-#include <QVariantAnimation>
+#include <QElapsedTimer>
 #include <QWidget>
 
 namespace torvelane {
 
-/// A turning arc that says that something is under way. Hidden until it is started.
+class FrameTimer;
+
+/// A turning arc that says that something is under way. Hidden until it is started; stands still in an inactive window.
 class Spinner : public QWidget {
     Q_OBJECT
 
@@ -19,14 +21,11 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
 
 private:
-    void turn();
-
     int m_diameter;
-    QVariantAnimation m_animation;
+    QElapsedTimer m_clock;
+    FrameTimer* m_timer;
 };
 
 } // namespace torvelane

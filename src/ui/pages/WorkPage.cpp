@@ -1,6 +1,7 @@
 #include "ui/pages/WorkPage.h"
 
 #include "core/Translate.h"
+#include "ui/controls/AccessibleRole.h"
 #include "ui/controls/Spinner.h"
 #include "ui/pages/ScrollColumn.h"
 
@@ -36,15 +37,28 @@ void WorkPage::addStatusRow(QBoxLayout* layout)
     m_status = new QLabel(parent);
     m_status->setObjectName(QStringLiteral("Muted"));
     m_status->setTextFormat(Qt::PlainText);
+    m_status->setWordWrap(true);
+    setAccessibleRole(m_status, QAccessible::StatusBar);
     row->addWidget(m_spinner, 0, Qt::AlignVCenter);
-    row->addWidget(m_status);
-    row->addStretch();
+    row->addWidget(m_status, 1);
     setStatus(QString());
 }
 
 void WorkPage::setStatus(const QString& text)
 {
     m_status->setText(text.isEmpty() ? translate("WorkPage", "Ready") : text);
+    if (m_isAnnouncing)
+        return;
+    m_isAnnouncing = true;
+    QMetaObject::invokeMethod(this, &WorkPage::announceStatus, Qt::QueuedConnection);
+}
+
+/// Once for all that a turn of the event loop has shown: between two steps of a chain the page is ready for no time.
+void WorkPage::announceStatus()
+{
+    m_isAnnouncing = false;
+    if (m_status->accessibleName() != m_status->text())
+        m_status->setAccessibleName(m_status->text());
 }
 
 void WorkPage::beginWork(const QString& status)
@@ -67,6 +81,7 @@ void WorkPage::finishWork()
 {
     if (!m_busy)
         return;
+    ++m_finishes;
     dropWaiting();
     // Work that no thread has taken up yet is taken up by this one, and finds itself dropped.
     m_work.waitForFinished();

@@ -2,6 +2,8 @@
 
 #include "ui/pages/Page.h"
 
+#include <QPointer>
+
 class QBoxLayout;
 class QLabel;
 class QVBoxLayout;
@@ -10,6 +12,24 @@ namespace torvelane {
 
 class ScrollColumn;
 class Spinner;
+
+/// Whether a worker may hold a copy: nothing that points at what somebody else owns, and nothing of the GUI thread.
+template <typename Value>
+inline constexpr bool isForWorkers = !std::is_pointer_v<Value> && !std::is_base_of_v<QObject, Value>;
+template <typename Shared>
+inline constexpr bool isForWorkers<std::shared_ptr<Shared>> = !std::is_base_of_v<QObject, Shared>;
+template <typename Guarded>
+inline constexpr bool isForWorkers<QPointer<Guarded>> = false;
+
+/// What a worker does: `function` on copies of `values`. The function captures nothing, so that a worker can reach neither
+/// a page nor anything else that may be gone before it ends. An optimiser goes with it as std::shared_ptr.
+template <typename Function, typename... Values>
+[[nodiscard]] auto job(Function function, Values... values)
+{
+    static_assert(std::is_empty_v<Function>, "captures nothing: pass it values");
+    static_assert((isForWorkers<Values> && ...), "a worker never touches what it doesn't own");
+    return [function, ... values = std::move(values)] { return function(values...); };
+}
 
 /// The scaffold of the pages that read or change the system through an optimiser of their own: a column that scrolls, a
 /// status row, and the one way to run a worker.
@@ -37,24 +57,16 @@ protected:
     /// Appends a spinner, the status ("Ready") and a stretch as one row. Once in a page's constructor.
     void addStatusRow(QBoxLayout* layout);
 
-    /// An empty text stands for "Ready".
+    /// An empty text stands for "Ready". Assistive technology hears of the last one when the event loop runs again.
     void setStatus(const QString& text);
 
     /// Brings the controls in line with isBusy() and with the optimiser. Called when work begins and when it has ended,
     /// before its result is shown.
     virtual void refreshControls() { }
 
-    /// Works on the system: `work(*optimizer)` on a worker, then `done(result)` on the GUI thread. Ignored while another
-    /// such call runs; questions are asked before. `done` isn't called for work that finishWork() dropped.
-    template <typename Optimizer, typename Work, typename Done>
-    void run(const QString& status, const std::shared_ptr<Optimizer>& optimizer, Work work, Done done)
-    {
-        static_assert(!std::is_base_of_v<QObject, Optimizer>, "a worker never touches what belongs to the GUI thread");
-        run(
-            status, [optimizer, work] { return work(*optimizer); }, done);
-    }
-
-    /// The same for a function that needs nothing but the values that `work` captures.
+    /// Works on the system: `work`, a job(), on a worker, then `done(result)` on the GUI thread. Ignored while another such
+    /// call runs; questions are asked before. `done` isn't called for work that finishWork() dropped, and the next step
+    /// of a chain, begun by `done`, is dropped if finishWork() was called since the chain began.
     template <typename Work, typename Done>
     void run(const QString& status, Work work, Done done);
 
@@ -66,6 +78,7 @@ protected:
 private:
     void beginWork(const QString& status);
     void endWork();
+    void announceStatus();
 
     QVBoxLayout* m_outer;
     ScrollColumn* m_scroll;
@@ -73,20 +86,30 @@ private:
     QLabel* m_status = nullptr;
     bool m_busy = false; ///< The only guard against double work; the GUI thread's.
     int m_reads = 0;
+    int m_finishes = 0;          ///< Calls of finishWork().
+    bool m_endsChain = false;    ///< The result that is shown just now is of work that was finished early.
+    bool m_isAnnouncing = false; ///< The event loop is going to announce the status.
     QFuture<void> m_work;
 };
 
 template <typename Work, typename Done>
 void WorkPage::run(const QString& status, Work work, Done done)
 {
-    if (m_busy)
+    if (m_busy || m_endsChain)
         return;
     beginWork(status);
-    m_work = QFuture<void>(launch(QThreadPool::globalInstance(), work, [this, done](const auto& result) {
-        endWork();
-        if (result)
+    m_work =
+        QFuture<void>(launch(QThreadPool::globalInstance(), work, [this, done, begun = m_finishes](const auto& result) {
+            endWork();
+            if (!result)
+                return;
+            // The page may be gone after a message.
+            const QPointer<WorkPage> guard(this);
+            m_endsChain = begun != m_finishes;
             done(*result);
-    }));
+            if (guard)
+                m_endsChain = false;
+        }));
 }
 
 template <typename Work, typename Done>
