@@ -30,6 +30,15 @@ def updated_copy(lupdate: str, folder: str) -> Path:
     return copy
 
 
+def forms_of(translation: ElementTree.Element) -> list[str]:
+    """The plural forms of a translation; the translation itself if the text has none."""
+    return ["".join(form.itertext()) for form in translation.findall("numerusform") or [translation]]
+
+
+def placeholders(text: str) -> list[str]:
+    return sorted(re.findall(r"%(?:L?\d+|n)", text))
+
+
 def findings(catalogue: Path) -> list[str]:
     lines = []
     for context in ElementTree.parse(catalogue).getroot().iter("context"):
@@ -41,11 +50,9 @@ def findings(catalogue: Path) -> list[str]:
             place = f"{name}: {source!r}"
             if kind in ("vanished", "obsolete"):
                 lines.append(f"{place} is no longer in the sources")
-            elif kind == "unfinished" or not "".join(translation.itertext()).strip():
+            elif kind == "unfinished" or not all(form.strip() for form in forms_of(translation)):
                 lines.append(f"{place} has no finished translation")
-            elif sorted(re.findall(r"%(?:L?\d+|n)", source)) != sorted(
-                re.findall(r"%(?:L?\d+|n)", "".join(translation.itertext()))
-            ):
+            elif any(placeholders(form) != placeholders(source) for form in forms_of(translation)):
                 lines.append(f"{place} has other placeholders in its translation")
     return lines
 
