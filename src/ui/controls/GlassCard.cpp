@@ -2,6 +2,7 @@
 
 #include "ui/theme/Theme.h"
 
+#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace torvelane {
@@ -31,6 +32,15 @@ QLabel* makeText(const char16_t* objectName, const QString& text, QWidget* paren
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     return label;
+}
+
+QPushButton* makeButton(const char16_t* variant, const QString& text, int minimumHeight, QWidget* parent)
+{
+    auto* const button = new QPushButton(text, parent);
+    button->setProperty("variant", QString::fromUtf16(variant));
+    button->setCursor(Qt::PointingHandCursor);
+    button->setMinimumHeight(minimumHeight);
+    return button;
 }
 
 } // namespace torvelane

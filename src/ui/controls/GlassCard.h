@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QMargins>
 
+class QPushButton;
 class QVBoxLayout;
 
 namespace torvelane {
@@ -30,5 +31,8 @@ private:
 
 /// A plain text that wraps, dressed as the style sheet says for this object name ("Muted", "Faint").
 [[nodiscard]] QLabel* makeText(const char16_t* objectName, const QString& text, QWidget* parent);
+
+/// A button dressed as the style sheet says for this variant ("primary", "ghost").
+[[nodiscard]] QPushButton* makeButton(const char16_t* variant, const QString& text, int minimumHeight, QWidget* parent);
 
 } // namespace torvelane

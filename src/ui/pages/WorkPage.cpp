@@ -2,8 +2,11 @@
 
 #include "core/Translate.h"
 #include "ui/controls/AccessibleRole.h"
+#include "ui/controls/GlassCard.h"
 #include "ui/controls/Spinner.h"
 #include "ui/pages/ScrollColumn.h"
+#include "ui/theme/TextBreaks.h"
+#include "ui/theme/Theme.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
@@ -13,6 +16,7 @@ namespace torvelane {
 namespace {
 
 constexpr int spinnerDiameter = 14;
+constexpr int adviceSpacing = 6;
 
 } // namespace
 
@@ -27,11 +31,24 @@ QVBoxLayout* WorkPage::column() const
     return m_scroll->column();
 }
 
+QWidget* WorkPage::content() const
+{
+    return m_scroll->content();
+}
+
+void WorkPage::carryBackdrop()
+{
+    m_scroll->carryBackdrop();
+}
+
 void WorkPage::addStatusRow(QBoxLayout* layout)
 {
+    auto* const rows = new QVBoxLayout;
+    rows->setSpacing(adviceSpacing);
+    layout->addLayout(rows);
     auto* const row = new QHBoxLayout;
     row->setSpacing(8);
-    layout->addLayout(row);
+    rows->addLayout(row);
     QWidget* const parent = row->parentWidget();
     m_spinner = new Spinner(spinnerDiameter, parent);
     m_status = new QLabel(parent);
@@ -41,12 +58,20 @@ void WorkPage::addStatusRow(QBoxLayout* layout)
     setAccessibleRole(m_status, QAccessible::StatusBar);
     row->addWidget(m_spinner, 0, Qt::AlignVCenter);
     row->addWidget(m_status, 1);
+    m_advice = makeText(u"WarnTag", QString(), parent);
+    m_advice->hide();
+    rows->addWidget(m_advice);
     setStatus(QString());
 }
 
 void WorkPage::setStatus(const QString& text)
 {
-    m_status->setText(text.isEmpty() ? translate("WorkPage", "Ready") : text);
+    m_status->setText(text.isEmpty() ? translate("WorkPage", "Ready") : withBreaks(text));
+    announceSoon();
+}
+
+void WorkPage::announceSoon()
+{
     if (m_isAnnouncing)
         return;
     m_isAnnouncing = true;
@@ -57,8 +82,25 @@ void WorkPage::setStatus(const QString& text)
 void WorkPage::announceStatus()
 {
     m_isAnnouncing = false;
-    if (m_status->accessibleName() != m_status->text())
-        m_status->setAccessibleName(m_status->text());
+    const QString said = m_advice->text().isEmpty() ? m_status->text() : m_status->text() + u' ' + m_advice->text();
+    if (m_status->accessibleName() != said)
+        m_status->setAccessibleName(said);
+}
+
+void WorkPage::setAdvice(const QString& text)
+{
+    m_advice->setText(text);
+    setShown(m_advice, !text.isEmpty());
+    announceSoon();
+}
+
+void WorkPage::report(const QString& title, bool ok, const QString& message, const QString& advice)
+{
+    setStatus(message);
+    if (ok)
+        return;
+    setAdvice(advice);
+    showMessage(title, message);
 }
 
 void WorkPage::beginWork(const QString& status)
@@ -66,7 +108,11 @@ void WorkPage::beginWork(const QString& status)
     m_busy = true;
     m_spinner->start();
     setStatus(status);
+    setAdvice(QString());
+    QWidget* const focused = window()->focusWidget();
+    m_focusBefore = focused && isAncestorOf(focused) ? focused : nullptr;
     refreshControls();
+    m_focusMeanwhile = window()->focusWidget();
 }
 
 void WorkPage::endWork()
@@ -75,6 +121,9 @@ void WorkPage::endWork()
     m_spinner->stop();
     setStatus(QString());
     refreshControls();
+    // A control that is disabled passes the keyboard on: it gets it back, unless the user has taken it elsewhere.
+    if (m_focusBefore && m_focusBefore->isEnabled() && window()->focusWidget() == m_focusMeanwhile)
+        m_focusBefore->setFocus();
 }
 
 void WorkPage::finishWork()

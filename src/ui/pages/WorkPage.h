@@ -51,14 +51,29 @@ protected:
     /// Where the content goes; spacing 16.
     [[nodiscard]] QVBoxLayout* column() const;
 
+    /// What the content's widgets are born in.
+    [[nodiscard]] QWidget* content() const;
+
+    /// For a page with a long list: it scrolls one picture of the window's background, which stands still there.
+    void carryBackdrop();
+
     /// Holds the scrolling column only. What is inserted above it stays in place.
     [[nodiscard]] QVBoxLayout* outer() const { return m_outer; }
 
-    /// Appends a spinner, the status ("Ready") and a stretch as one row. Once in a page's constructor.
+    /// Appends a spinner, the status ("Ready") and a stretch as one row, and below it the place of the advice. Once in a
+    /// page's constructor.
     void addStatusRow(QBoxLayout* layout);
 
     /// An empty text stands for "Ready". Assistive technology hears of the last one when the event loop runs again.
     void setStatus(const QString& text);
+
+    /// What the user may do next, such as after a failure. Stands below the status until work begins or another advice is
+    /// given; none for an empty text.
+    void setAdvice(const QString& text);
+
+    /// Shows what work has led to in its own words: as the status, and if it has failed with `advice` and in a dialog of
+    /// this title, too. The page may be gone afterwards.
+    void report(const QString& title, bool ok, const QString& message, const QString& advice);
 
     /// Brings the controls in line with isBusy() and with the optimiser. Called when work begins and when it has ended,
     /// before its result is shown.
@@ -78,12 +93,16 @@ protected:
 private:
     void beginWork(const QString& status);
     void endWork();
+    void announceSoon();
     void announceStatus();
 
     QVBoxLayout* m_outer;
     ScrollColumn* m_scroll;
     Spinner* m_spinner = nullptr;
     QLabel* m_status = nullptr;
+    QLabel* m_advice = nullptr;
+    QPointer<QWidget> m_focusBefore; ///< Had the keyboard when the work began; null if that wasn't on this page.
+    QPointer<QWidget> m_focusMeanwhile;
     bool m_busy = false; ///< The only guard against double work; the GUI thread's.
     int m_reads = 0;
     int m_finishes = 0;          ///< Calls of finishWork().
