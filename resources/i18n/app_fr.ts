@@ -271,6 +271,13 @@ Appliquer les %1 réglages ?</translation>
     </message>
 </context>
 <context>
+    <name>StatTile</name>
+    <message>
+        <source>%1%</source>
+        <translation>%1&#x202f;%</translation>
+    </message>
+</context>
+<context>
     <name>TweakSummary</name>
     <message>
         <source>… and %1 more</source>
@@ -450,6 +457,533 @@ Appliquer les %1 réglages ?</translation>
     <message>
         <source>Downloaded update installers (already-installed updates).</source>
         <translation>Programmes d’installation téléchargés (mises à jour déjà installées).</translation>
+    </message>
+</context>
+<context>
+    <name>AppOptimizePage</name>
+    <message>
+        <source>Pick any program&apos;s .exe to raise its CPU scheduling priority (High) so it gets more CPU time under load — useful for games and latency-sensitive apps. Fully reversible per app.</source>
+        <translation>Choisissez le fichier .exe d’un programme pour lui donner une priorité processeur haute, afin qu’il obtienne plus de temps processeur sous charge — utile pour les jeux et les applications sensibles à la latence. Entièrement réversible, application par application.</translation>
+    </message>
+    <message>
+        <source>Optimize an app… (choose .exe)</source>
+        <translation>Optimiser une application… (choisir un .exe)</translation>
+    </message>
+    <message>
+        <source>Choose a program to optimize</source>
+        <translation>Choisir un programme à optimiser</translation>
+    </message>
+    <message>
+        <source>Programs (*.exe)</source>
+        <translation>Programmes (*.exe)</translation>
+    </message>
+    <message>
+        <source>Try again. If that fails too, start Torvelane as administrator.</source>
+        <translation>Réessayez. En cas de nouvel échec, lancez Torvelane en tant qu’administrateur.</translation>
+    </message>
+    <message>
+        <source>No apps optimized yet.</source>
+        <translation>Aucune application optimisée pour le moment.</translation>
+    </message>
+    <message>
+        <source>Restore</source>
+        <translation>Restaurer</translation>
+    </message>
+</context>
+<context>
+    <name>DebloatPage</name>
+    <message>
+        <source>GB</source>
+        <translation>Go</translation>
+    </message>
+    <message>
+        <source>MB</source>
+        <translation>Mo</translation>
+    </message>
+    <message>
+        <source>KB</source>
+        <translation>Ko</translation>
+    </message>
+    <message>
+        <source>B</source>
+        <translation>o</translation>
+    </message>
+    <message>
+        <source>Frees disk space by clearing temp files and caches. Cleanup is permanent (deleted files are not recoverable) — only safe temp/cache locations and the Recycle Bin are targeted, and files in use are skipped.</source>
+        <translation>Libère de l’espace disque en vidant les fichiers temporaires et les caches. Le nettoyage est définitif (les fichiers supprimés ne sont pas récupérables) — seuls des emplacements temporaires ou de cache sûrs et la Corbeille sont visés, et les fichiers utilisés sont ignorés.</translation>
+    </message>
+    <message>
+        <source>Clean all</source>
+        <translation>Tout nettoyer</translation>
+    </message>
+    <message>
+        <source>Clean</source>
+        <translation>Nettoyer</translation>
+    </message>
+    <message>
+        <source>Scanning…</source>
+        <translation>Analyse en cours…</translation>
+    </message>
+    <message>
+        <source>Reclaimable: %1</source>
+        <translation>Récupérable : %1</translation>
+    </message>
+    <message>
+        <source>Nothing could be removed here: %1. Close the programs that use these files, and clean again.</source>
+        <translation>Rien n’a pu être supprimé ici : %1. Fermez les programmes qui utilisent ces fichiers et nettoyez de nouveau.</translation>
+    </message>
+    <message>
+        <source>Cleaning…</source>
+        <translation>Nettoyage en cours…</translation>
+    </message>
+    <message>
+        <source>Freed %1</source>
+        <translation>%1 libérés</translation>
+    </message>
+    <message>
+        <source>Cleaning all…</source>
+        <translation>Nettoyage complet en cours…</translation>
+    </message>
+    <message numerus="yes">
+        <source>Freed %1 (%2 items)</source>
+        <translation>
+            <numerusform>%1 libérés (%2 élément)</numerusform>
+            <numerusform>%1 libérés (%2 éléments)</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>NetworkPage</name>
+    <message>
+        <source>Ethernet</source>
+        <translation>Ethernet</translation>
+    </message>
+    <message>
+        <source>Wi-Fi</source>
+        <translation>Wi-Fi</translation>
+    </message>
+    <message>
+        <source>Network</source>
+        <translation>Réseau</translation>
+    </message>
+    <message>
+        <source>Network optimization</source>
+        <translation>Optimisation du réseau</translation>
+    </message>
+    <message>
+        <source>Disables latency/power features (EEE, Interrupt Moderation, offloads, Wake-on, …) on every network adapter at once. Applying restarts the adapters and briefly drops the connection. Fully reversible.</source>
+        <translation>Désactive d’un coup, sur toutes les cartes réseau, les fonctions qui ajoutent de la latence ou économisent l’énergie (EEE, modération des interruptions, déchargements, réveil par le réseau…). L’application redémarre les cartes et coupe brièvement la connexion. Entièrement réversible.</translation>
+    </message>
+    <message>
+        <source>Detecting adapters…</source>
+        <translation>Détection des cartes réseau…</translation>
+    </message>
+    <message>
+        <source>All network adapters</source>
+        <translation>Toutes les cartes réseau</translation>
+    </message>
+    <message>
+        <source>Restore</source>
+        <translation>Restaurer</translation>
+    </message>
+    <message>
+        <source>Optimize network</source>
+        <translation>Optimiser le réseau</translation>
+    </message>
+    <message>
+        <source>Restore network</source>
+        <translation>Restaurer le réseau</translation>
+    </message>
+    <message>
+        <source>Optimizing will restart every network adapter and briefly disconnect you.
+
+Continue?</source>
+        <translation>L’optimisation va redémarrer toutes les cartes réseau et vous déconnecter brièvement.
+
+Continuer ?</translation>
+    </message>
+    <message>
+        <source>Restoring will restart every network adapter and briefly disconnect you.
+
+Continue?</source>
+        <translation>La restauration va redémarrer toutes les cartes réseau et vous déconnecter brièvement.
+
+Continuer ?</translation>
+    </message>
+    <message>
+        <source>Continue</source>
+        <translation>Continuer</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>Optimizing the network … adapters will reconnect shortly.</source>
+        <translation>Optimisation du réseau… les cartes se reconnecteront sous peu.</translation>
+    </message>
+    <message>
+        <source>Restoring the network … adapters will reconnect shortly.</source>
+        <translation>Restauration du réseau… les cartes se reconnecteront sous peu.</translation>
+    </message>
+    <message>
+        <source>Optimizing network…</source>
+        <translation>Optimisation du réseau…</translation>
+    </message>
+    <message>
+        <source>Restoring network…</source>
+        <translation>Restauration du réseau…</translation>
+    </message>
+    <message>
+        <source>Check in Windows&apos; network settings that an adapter is switched on, and try again.</source>
+        <translation>Vérifiez dans les paramètres réseau de Windows qu’une carte est activée, puis réessayez.</translation>
+    </message>
+    <message>
+        <source>Optimized</source>
+        <translation>Optimisées</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 of %2 optimized</source>
+        <translation>
+            <numerusform>%1 sur %2 optimisée</numerusform>
+            <numerusform>%1 sur %2 optimisées</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n adapter(s) active</source>
+        <translation>
+            <numerusform>%n carte active</numerusform>
+            <numerusform>%n cartes actives</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>No physical network adapters detected.</source>
+        <translation>Aucune carte réseau physique détectée.</translation>
+    </message>
+</context>
+<context>
+    <name>PowerPlanPage</name>
+    <message>
+        <source>Try again. If that fails too, choose a plan in Windows&apos; power options first. On a company&apos;s PC a policy may keep the plan as it is.</source>
+        <translation>Réessayez. En cas de nouvel échec, choisissez d’abord un mode dans les options d’alimentation de Windows. Sur un PC d’entreprise, une stratégie peut imposer le mode.</translation>
+    </message>
+    <message>
+        <source>Apply best performance plan</source>
+        <translation>Appliquer le meilleur mode de performances</translation>
+    </message>
+    <message>
+        <source>Applying best performance plan…</source>
+        <translation>Application du meilleur mode de performances…</translation>
+    </message>
+    <message>
+        <source>Activates Ultimate/High Performance so the CPU is not throttled for power saving. Switching plans is fully reversible — just pick another below.</source>
+        <translation>Active le mode Performances ultimes ou élevées pour que le processeur ne soit pas bridé par les économies d’énergie. Le changement de mode est entièrement réversible — il suffit d’en choisir un autre ci-dessous.</translation>
+    </message>
+    <message>
+        <source>Restoring CPU defaults…</source>
+        <translation>Rétablissement des réglages du processeur…</translation>
+    </message>
+    <message>
+        <source>Applying max CPU performance…</source>
+        <translation>Application des performances maximales du processeur…</translation>
+    </message>
+    <message>
+        <source>Restoring disk power defaults…</source>
+        <translation>Rétablissement des réglages du disque…</translation>
+    </message>
+    <message>
+        <source>Applying max disk performance…</source>
+        <translation>Application des performances maximales du disque…</translation>
+    </message>
+    <message>
+        <source>Restore CPU defaults</source>
+        <translation>Rétablir les réglages du processeur</translation>
+    </message>
+    <message>
+        <source>Max CPU performance (no parking / C-states)</source>
+        <translation>Performances maximales du processeur (sans parking ni états C)</translation>
+    </message>
+    <message>
+        <source>Restore disk power defaults</source>
+        <translation>Rétablir les réglages d’alimentation du disque</translation>
+    </message>
+    <message>
+        <source>Max disk performance (no parking / spindown)</source>
+        <translation>Performances maximales du disque (sans parking ni arrêt)</translation>
+    </message>
+</context>
+<context>
+    <name>ServicesPage</name>
+    <message>
+        <source>Restore all services to their original start types?</source>
+        <translation>Rétablir le type de démarrage d’origine de tous les services ?</translation>
+    </message>
+    <message>
+        <source>Apply the Basic service profile?</source>
+        <translation>Appliquer le profil de services Basique ?</translation>
+    </message>
+    <message>
+        <source>The Advanced profile breaks Windows Update, the Store, the Security menu, Bluetooth, Xbox, SMB file sharing and some UWP apps until you restore defaults.
+
+Apply it?</source>
+        <translation>Le profil Avancé met hors service Windows Update, le Store, le menu Sécurité, le Bluetooth, Xbox, le partage de fichiers SMB et certaines applications UWP jusqu’au rétablissement des services d’origine.
+
+L’appliquer ?</translation>
+    </message>
+    <message>
+        <source>Service profiles change background service start types to free CPU/RAM. Original start types are captured before any change, so &quot;Restore defaults&quot; is exact. Changes finalize after a reboot.</source>
+        <translation>Les profils modifient le type de démarrage des services d’arrière-plan pour libérer du processeur et de la mémoire. Les types d’origine sont enregistrés avant tout changement : leur rétablissement est donc exact. Les changements prennent effet après un redémarrage.</translation>
+    </message>
+    <message>
+        <source>Basic</source>
+        <translation>Basique</translation>
+    </message>
+    <message>
+        <source>Safe</source>
+        <translation>Sûr</translation>
+    </message>
+    <message>
+        <source>Disables telemetry, push transport, sensors/location, Edge auto-update and media sharing to cut background CPU/RAM with minimal impact. Keeps Windows Update, Defender, networking, themes and the Store functional.</source>
+        <translation>Désactive la télémétrie, les notifications push, les capteurs et la localisation, la mise à jour automatique d’Edge et le partage multimédia, pour alléger le processeur et la mémoire avec un impact minimal. Windows Update, Defender, le réseau, les thèmes et le Store continuent de fonctionner.</translation>
+    </message>
+    <message>
+        <source>Advanced</source>
+        <translation>Avancé</translation>
+    </message>
+    <message>
+        <source>Aggressive profile for maximum latency reduction. BREAKS Windows Update, Microsoft Store, the Windows Security menu, Bluetooth, Xbox, file sharing (SMB) and some UWP apps.</source>
+        <translation>Profil agressif pour réduire la latence au maximum. MET HORS SERVICE Windows Update, le Microsoft Store, le menu Sécurité Windows, le Bluetooth, Xbox, le partage de fichiers (SMB) et certaines applications UWP.</translation>
+    </message>
+    <message>
+        <source>Restore default services</source>
+        <translation>Rétablir les services d’origine</translation>
+    </message>
+    <message>
+        <source>Services</source>
+        <translation>Services</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>Appliquer</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>Applying…</source>
+        <translation>Application en cours…</translation>
+    </message>
+    <message>
+        <source>No service was changed. Start Torvelane as administrator and try again.</source>
+        <translation>Aucun service n’a été modifié. Lancez Torvelane en tant qu’administrateur et réessayez.</translation>
+    </message>
+    <message>
+        <source>Active</source>
+        <translation>Actif</translation>
+    </message>
+</context>
+<context>
+    <name>torvelane::RestorePointsPage</name>
+    <message>
+        <source>Restore points</source>
+        <translation>Points de restauration</translation>
+    </message>
+    <message>
+        <source>sequence #%1</source>
+        <translation>séquence n° %1</translation>
+    </message>
+    <message>
+        <source>Restore points use the native Windows System Restore. They capture system settings and the registry — not your personal files — and let you roll the system back if an optimization causes trouble. Windows itself stores them; Torvelane keeps no copy.</source>
+        <translation>Les points de restauration s’appuient sur la restauration du système de Windows. Ils enregistrent les paramètres du système et le registre — pas vos fichiers personnels — et permettent de revenir en arrière si une optimisation pose problème. C’est Windows qui les conserve ; Torvelane n’en garde aucune copie.</translation>
+    </message>
+    <message>
+        <source>Torvelane is not running as administrator. Creating or restoring restore points requires administrator rights — relaunch the app elevated to use this feature.</source>
+        <translation>Torvelane n’est pas exécuté en tant qu’administrateur. La création et la restauration de points exigent ces droits — relancez l’application en tant qu’administrateur pour utiliser cette fonction.</translation>
+    </message>
+    <message>
+        <source>System Protection appears to be OFF for this PC. Restore points cannot be created until it is enabled.</source>
+        <translation>La protection du système semble DÉSACTIVÉE sur ce PC. Aucun point de restauration ne peut être créé tant qu’elle n’est pas activée.</translation>
+    </message>
+    <message>
+        <source>Enable protection</source>
+        <translation>Activer la protection</translation>
+    </message>
+    <message>
+        <source>Create a restore point</source>
+        <translation>Créer un point de restauration</translation>
+    </message>
+    <message>
+        <source>It will be saved automatically with the current date and time as its name.</source>
+        <translation>Il sera enregistré automatiquement sous la date et l’heure actuelles.</translation>
+    </message>
+    <message>
+        <source>Create restore point</source>
+        <translation>Créer le point de restauration</translation>
+    </message>
+    <message>
+        <source>Existing restore points</source>
+        <translation>Points de restauration existants</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation>Actualiser</translation>
+    </message>
+    <message>
+        <source>Loading restore points…</source>
+        <translation>Chargement des points de restauration…</translation>
+    </message>
+    <message>
+        <source>Could not read restore points: %1</source>
+        <translation>Impossible de lire les points de restauration : %1</translation>
+    </message>
+    <message>
+        <source>Press Refresh to try again.</source>
+        <translation>Cliquez sur Actualiser pour réessayer.</translation>
+    </message>
+    <message>
+        <source>No restore points yet. Create one above before applying optimizations.</source>
+        <translation>Aucun point de restauration pour le moment. Créez-en un ci-dessus avant d’appliquer des optimisations.</translation>
+    </message>
+    <message>
+        <source>(unnamed restore point)</source>
+        <translation>(point de restauration sans nom)</translation>
+    </message>
+    <message>
+        <source>unknown date</source>
+        <translation>date inconnue</translation>
+    </message>
+    <message>
+        <source>%1 · sequence #%2</source>
+        <translation>%1 · séquence n° %2</translation>
+    </message>
+    <message>
+        <source>Restore</source>
+        <translation>Restaurer</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Supprimer</translation>
+    </message>
+    <message>
+        <source>Creating restore point…</source>
+        <translation>Création du point de restauration…</translation>
+    </message>
+    <message>
+        <source>Restore point created.</source>
+        <translation>Point de restauration créé.</translation>
+    </message>
+    <message>
+        <source>Could not create restore point.</source>
+        <translation>Impossible de créer le point de restauration.</translation>
+    </message>
+    <message>
+        <source>Could not create the restore point:
+
+%1</source>
+        <translation>Impossible de créer le point de restauration :
+
+%1</translation>
+    </message>
+    <message>
+        <source>Check that System Protection is on for drive C: and that the drive has space left, and try again.</source>
+        <translation>Vérifiez que la protection du système est activée pour le lecteur C: et qu’il y reste de la place, puis réessayez.</translation>
+    </message>
+    <message>
+        <source>Delete the restore point “%1”?
+
+This permanently removes it from Windows. This cannot be undone.</source>
+        <translation>Supprimer le point de restauration « %1 » ?
+
+Il sera définitivement retiré de Windows. Cette action est irréversible.</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>Deleting restore point…</source>
+        <translation>Suppression du point de restauration…</translation>
+    </message>
+    <message>
+        <source>Restore point deleted.</source>
+        <translation>Point de restauration supprimé.</translation>
+    </message>
+    <message>
+        <source>Could not delete the restore point.</source>
+        <translation>Impossible de supprimer le point de restauration.</translation>
+    </message>
+    <message>
+        <source>Could not delete the restore point:
+
+%1</source>
+        <translation>Impossible de supprimer le point de restauration :
+
+%1</translation>
+    </message>
+    <message>
+        <source>Press Refresh to see whether it still exists. Windows&apos; own Disk Cleanup can remove all but the newest one.</source>
+        <translation>Cliquez sur Actualiser pour voir s’il existe encore. Le Nettoyage de disque de Windows peut supprimer tous les points sauf le plus récent.</translation>
+    </message>
+    <message>
+        <source>Restore Windows to “%1”?
+
+Your PC will RESTART to complete the restore. Open files should be saved first. System settings and the registry will be rolled back to this point; your personal files are not affected.</source>
+        <translation>Ramener Windows à « %1 » ?
+
+Votre PC va REDÉMARRER pour terminer la restauration. Enregistrez d’abord les fichiers ouverts. Les paramètres du système et le registre reviendront à ce point ; vos fichiers personnels ne sont pas touchés.</translation>
+    </message>
+    <message>
+        <source>Restore &amp;&amp; restart</source>
+        <translation>Restaurer &amp;&amp; redémarrer</translation>
+    </message>
+    <message>
+        <source>Initiating restore…</source>
+        <translation>Lancement de la restauration…</translation>
+    </message>
+    <message>
+        <source>Restore initiated — your PC will restart shortly.</source>
+        <translation>Restauration lancée — votre PC va bientôt redémarrer.</translation>
+    </message>
+    <message>
+        <source>Could not initiate the restore.</source>
+        <translation>Impossible de lancer la restauration.</translation>
+    </message>
+    <message>
+        <source>Could not start the restore:
+
+%1</source>
+        <translation>Impossible de démarrer la restauration :
+
+%1</translation>
+    </message>
+    <message>
+        <source>Nothing was changed. Windows&apos; own System Restore (rstrui.exe) can roll back to the same points.</source>
+        <translation>Rien n’a été modifié. La restauration du système de Windows (rstrui.exe) peut revenir aux mêmes points.</translation>
+    </message>
+    <message>
+        <source>Enabling System Protection…</source>
+        <translation>Activation de la protection du système…</translation>
+    </message>
+    <message>
+        <source>System Protection enabled.</source>
+        <translation>Protection du système activée.</translation>
+    </message>
+    <message>
+        <source>Could not enable System Protection.</source>
+        <translation>Impossible d’activer la protection du système.</translation>
+    </message>
+    <message>
+        <source>Could not enable System Protection:
+
+%1</source>
+        <translation>Impossible d’activer la protection du système :
+
+%1</translation>
+    </message>
+    <message>
+        <source>Windows&apos; own settings have the same switch: search for “Create a restore point”.</source>
+        <translation>Les paramètres de Windows ont le même réglage : recherchez « Créer un point de restauration ».</translation>
     </message>
 </context>
 <context>

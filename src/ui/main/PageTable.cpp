@@ -1,8 +1,14 @@
 #include "ui/main/PageTable.h"
 
 #include "ui/main/Navigation.h"
+#include "ui/pages/AppOptimizePage.h"
+#include "ui/pages/DebloatPage.h"
+#include "ui/pages/NetworkPage.h"
 #include "ui/pages/PlaceholderPage.h"
+#include "ui/pages/PowerPlanPage.h"
+#include "ui/pages/RestorePointsPage.h"
 #include "ui/pages/SectionTweaksPage.h"
+#include "ui/pages/ServicesPage.h"
 
 #include <algorithm>
 #include <array>
@@ -22,17 +28,23 @@ Page* makePlaceholder(AppContext&, const NavSection& section)
     return new PlaceholderPage(section.label);
 }
 
+template <typename Made>
+Page* makeNew(AppContext&, const NavSection&)
+{
+    return new Made;
+}
+
 constexpr std::array pageMakers{
     PageMaker{QLatin1String("Home"), makePlaceholder},
     PageMaker{QLatin1String("Scan"), makePlaceholder},
     PageMaker{QLatin1String("Gaming Mode"), makePlaceholder},
-    PageMaker{QLatin1String("Network"), makePlaceholder},
+    PageMaker{QLatin1String("Network"), makeNew<NetworkPage>},
     PageMaker{QLatin1String("Bufferbloat"), makePlaceholder},
-    PageMaker{QLatin1String("Power Plan"), makePlaceholder},
-    PageMaker{QLatin1String("App Optimize"), makePlaceholder},
-    PageMaker{QLatin1String("Services"), makePlaceholder},
-    PageMaker{QLatin1String("Debloat"), makePlaceholder},
-    PageMaker{QLatin1String("Restore Points"), makePlaceholder},
+    PageMaker{QLatin1String("Power Plan"), makeNew<PowerPlanPage>},
+    PageMaker{QLatin1String("App Optimize"), makeNew<AppOptimizePage>},
+    PageMaker{QLatin1String("Services"), makeNew<ServicesPage>},
+    PageMaker{QLatin1String("Debloat"), makeNew<DebloatPage>},
+    PageMaker{QLatin1String("Restore Points"), makeNew<RestorePointsPage>},
 };
 
 } // namespace

@@ -1,0 +1,85 @@
+#include "ui/pages/AppOptimizePage.h"
+
+#include "core/Translate.h"
+#include "ui/controls/GlassCard.h"
+#include "ui/pages/RowList.h"
+
+#include <QDir>
+#include <QEvent>
+#include <QFileDialog>
+#include <QPointer>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace torvelane {
+
+namespace {
+
+constexpr int chooseHeight = 42;
+
+} // namespace
+
+AppOptimizePage::AppOptimizePage(QWidget* parent) : WorkPage(parent)
+{
+    column()->addWidget(
+        makeText(u"Faint",
+                 translate("AppOptimizePage",
+                           "Pick any program's .exe to raise its CPU scheduling priority (High) so it gets more CPU "
+                           "time under load — useful for games and latency-sensitive apps. Fully reversible per app."),
+                 content()));
+    m_choose =
+        makeButton(u"primary", translate("AppOptimizePage", "Optimize an app… (choose .exe)"), chooseHeight, content());
+    connect(m_choose, &QPushButton::clicked, this, &AppOptimizePage::chooseProgram);
+    column()->addWidget(m_choose, 0, Qt::AlignLeft);
+    addStatusRow(column());
+    m_list = new RowList(u"Muted", m_choose, content());
+    column()->addWidget(m_list);
+    column()->addStretch();
+    carryBackdrop();
+}
+
+/// The rows wait until the page joins the window: a hundred of them are more than a start should pay for.
+bool AppOptimizePage::event(QEvent* event)
+{
+    if (event->type() == QEvent::Polish)
+        rebuildList();
+    return WorkPage::event(event);
+}
+
+void AppOptimizePage::chooseProgram()
+{
+    // The session can end, and this page with it, while the dialog is open.
+    const QPointer<AppOptimizePage> guard(this);
+    const QString path =
+        QFileDialog::getOpenFileName(this, translate("AppOptimizePage", "Choose a program to optimize"), QString(),
+                                     translate("AppOptimizePage", "Programs (*.exe)"));
+    if (guard && !path.isEmpty())
+        show(m_optimizer.optimize(QDir::toNativeSeparators(path)));
+}
+
+void AppOptimizePage::show(const AppOptimizeResult& result)
+{
+    setStatus(result.message);
+    setAdvice(result.ok
+                  ? QString()
+                  : translate("AppOptimizePage", "Try again. If that fails too, start Torvelane as administrator."));
+    rebuildList();
+}
+
+void AppOptimizePage::rebuildList()
+{
+    m_list->showNote(translate("AppOptimizePage", "No apps optimized yet."));
+    QList<QPair<QString, QString>> apps = m_optimizer.list();
+    std::ranges::sort(apps, [](const auto& left, const auto& right) {
+        return QString::localeAwareCompare(left.first, right.first) < 0;
+    });
+    for (const auto& [name, path] : std::as_const(apps)) {
+        ListRow* const row = m_list->addRow(name, path, GlassCard::narrow);
+        const QPushButton* const back = row->addButton(translate("AppOptimizePage", "Restore"));
+        connect(back, &QPushButton::clicked, this, [this, name = name] { show(m_optimizer.restore(name)); });
+    }
+}
+
+} // namespace torvelane

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "ui/pages/WorkPage.h"
+
+class QPushButton;
+
+namespace torvelane {
+
+/// The best power plan, and two bundles of settings of the active plan that are switched on and off. Failures stay in the
+/// status row.
+class PowerPlanPage : public WorkPage {
+    Q_OBJECT
+
+public:
+    explicit PowerPlanPage(QWidget* parent = nullptr);
+
+protected:
+    void refreshControls() override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    template <typename Change>
+    void work(const QString& status, Change change);
+
+    QPushButton* m_best;
+    QPushButton* m_cpu;
+    QPushButton* m_disk;
+};
+
+} // namespace torvelane
