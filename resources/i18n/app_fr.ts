@@ -32,6 +32,136 @@
     </message>
 </context>
 <context>
+    <name>BufferbloatPage</name>
+    <message>
+        <source>Ultra-low bufferbloat</source>
+        <translation>Bufferbloat ultra-faible</translation>
+    </message>
+    <message>
+        <source>Normal mode</source>
+        <translation>Mode normal</translation>
+    </message>
+    <message>
+        <source>This will restart your active network adapter(s) and briefly drop the connection.
+
+Apply ultra-low bufferbloat?</source>
+        <translation>Vos cartes réseau actives vont redémarrer et la connexion sera brièvement coupée.
+
+Appliquer le bufferbloat ultra-faible&#xa0;?</translation>
+    </message>
+    <message>
+        <source>This will restart your active network adapter(s) and briefly drop the connection.
+
+Apply normal mode?</source>
+        <translation>Vos cartes réseau actives vont redémarrer et la connexion sera brièvement coupée.
+
+Appliquer le mode normal&#xa0;?</translation>
+    </message>
+    <message>
+        <source>Bufferbloat is the extra latency that builds up when oversized network buffers fill under load (downloads, uploads, streaming). Ultra-low mode shrinks the network adapter&apos;s buffer rings so packets drain faster — lower and more stable ping while the link is busy, at a small cost to peak throughput. Both modes are fully reversible and applied per active adapter (applying restarts the adapter and briefly drops the connection).</source>
+        <translation>Le bufferbloat est la latence supplémentaire qui s’accumule quand des tampons réseau trop grands se remplissent sous la charge (téléchargements, envois, streaming). Le mode ultra-faible réduit les tampons de la carte réseau pour que les paquets s’écoulent plus vite&#xa0;: un ping plus bas et plus stable quand la liaison est occupée, au prix d’un débit maximal un peu moindre. Les deux modes sont entièrement réversibles et s’appliquent à chaque carte active (l’application redémarre la carte et coupe brièvement la connexion).</translation>
+    </message>
+    <message>
+        <source>Gaming</source>
+        <translation>Jeu</translation>
+    </message>
+    <message>
+        <source>Significantly decreases bufferbloat, but it may also decrease network speed. Recommended for gaming.</source>
+        <translation>Réduit nettement le bufferbloat, mais peut aussi réduire le débit du réseau. Recommandé pour le jeu.</translation>
+    </message>
+    <message>
+        <source>Restores your normal speed, but may have higher bufferbloat. Recommended for downloading files or if you already have A+ bufferbloat.</source>
+        <translation>Rétablit votre débit normal, mais avec un bufferbloat parfois plus élevé. Recommandé pour télécharger des fichiers ou si votre bufferbloat est déjà A+.</translation>
+    </message>
+    <message>
+        <source>Targets: %1</source>
+        <translation>Réglages visés&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Active</source>
+        <translation>Actif</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>Appliquer</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>Applying ultra-low bufferbloat…</source>
+        <translation>Application du bufferbloat ultra-faible…</translation>
+    </message>
+    <message>
+        <source>Restoring normal mode…</source>
+        <translation>Rétablissement du mode normal…</translation>
+    </message>
+    <message>
+        <source>Bufferbloat</source>
+        <translation>Bufferbloat</translation>
+    </message>
+    <message>
+        <source>Not every driver allows it. Check in Windows that the adapter is switched on, and that Torvelane runs as administrator, then try again.</source>
+        <translation>Tous les pilotes ne le permettent pas. Vérifiez dans Windows que la carte est activée, et que Torvelane s’exécute en tant qu’administrateur, puis réessayez.</translation>
+    </message>
+</context>
+<context>
+    <name>GamingModePage</name>
+    <message>
+        <source>Gaming Mode</source>
+        <translation>Mode Gaming</translation>
+    </message>
+    <message>
+        <source>One switch puts the whole machine into a gaming posture: MMCSS top priority, GPU hardware scheduling, Game Mode on, GameDVR off, 1:1 raw mouse, network throttling freed and best-performance power. Every setting is captured first — switching off restores your exact previous state.</source>
+        <translation>Un seul interrupteur met toute la machine en posture de jeu&#xa0;: priorité MMCSS maximale, planification matérielle du GPU, Mode Jeu activé, GameDVR désactivé, souris brute 1:1, limitation du réseau levée et alimentation aux meilleures performances. Chaque réglage est d’abord enregistré&#xa0;: la désactivation rétablit exactement votre état précédent.</translation>
+    </message>
+    <message>
+        <source>Live performance</source>
+        <translation>Performances en direct</translation>
+    </message>
+    <message>
+        <source>CPU</source>
+        <translation>CPU</translation>
+    </message>
+    <message>
+        <source>GPU</source>
+        <translation>GPU</translation>
+    </message>
+    <message>
+        <source>RAM</source>
+        <translation>RAM</translation>
+    </message>
+    <message>
+        <source>No game detected.</source>
+        <translation>Aucun jeu détecté.</translation>
+    </message>
+    <message>
+        <source>Activating…</source>
+        <translation>Activation…</translation>
+    </message>
+    <message>
+        <source>Restoring…</source>
+        <translation>Rétablissement…</translation>
+    </message>
+    <message>
+        <source>Active</source>
+        <translation>Actif</translation>
+    </message>
+    <message>
+        <source>Inactive</source>
+        <translation>Inactif</translation>
+    </message>
+    <message>
+        <source>Game detected: %1</source>
+        <translation>Jeu détecté&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Nothing was changed. Check that the disk isn&apos;t full and that no other program holds Torvelane&apos;s files open, then try again.</source>
+        <translation>Rien n’a été modifié. Vérifiez que le disque n’est pas plein et qu’aucun autre programme ne garde ouverts les fichiers de Torvelane, puis réessayez.</translation>
+    </message>
+</context>
+<context>
     <name>GroupPage</name>
     <message>
         <source>an account</source>
@@ -63,6 +193,49 @@
     <message>
         <source>Settings</source>
         <translation>Paramètres</translation>
+    </message>
+</context>
+<context>
+    <name>HomePage</name>
+    <message>
+        <source>CPU</source>
+        <translation>CPU</translation>
+    </message>
+    <message>
+        <source>GPU</source>
+        <translation>GPU</translation>
+    </message>
+    <message>
+        <source>RAM</source>
+        <translation>RAM</translation>
+    </message>
+    <message>
+        <source>Game</source>
+        <translation>Jeu</translation>
+    </message>
+    <message>
+        <source>System activity</source>
+        <translation>Activité du système</translation>
+    </message>
+    <message>
+        <source>Quickstart</source>
+        <translation>Démarrage rapide</translation>
+    </message>
+    <message>
+        <source>Clean my disk</source>
+        <translation>Nettoyer mon disque</translation>
+    </message>
+    <message>
+        <source>Gaming Mode</source>
+        <translation>Mode Gaming</translation>
+    </message>
+    <message>
+        <source>Optimize my network</source>
+        <translation>Optimiser mon réseau</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Aucun</translation>
     </message>
 </context>
 <context>
@@ -113,13 +286,6 @@
     <message>
         <source>Settings</source>
         <translation>Paramètres</translation>
-    </message>
-</context>
-<context>
-    <name>PlaceholderPage</name>
-    <message>
-        <source>This page is not part of this version yet. Nothing here changes your PC.</source>
-        <translation>Cette page ne fait pas encore partie de cette version. Rien ici ne modifie votre PC.</translation>
     </message>
 </context>
 <context>
@@ -175,6 +341,29 @@
     <message>
         <source>Restore returned %1</source>
         <translation>Restore a renvoyé %1</translation>
+    </message>
+</context>
+<context>
+    <name>ScanPage</name>
+    <message>
+        <source>Rescan</source>
+        <translation>Analyser à nouveau</translation>
+    </message>
+    <message>
+        <source>Scanning hardware…</source>
+        <translation>Analyse du matériel…</translation>
+    </message>
+    <message>
+        <source>Updated · %1</source>
+        <translation>Mis à jour · %1</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>Copier</translation>
+    </message>
+    <message>
+        <source>Copy all</source>
+        <translation>Tout copier</translation>
     </message>
 </context>
 <context>
@@ -257,6 +446,29 @@ Appliquer les %1 réglages ?</translation>
     <message>
         <source>Settings</source>
         <translation>Paramètres</translation>
+    </message>
+</context>
+<context>
+    <name>SpeedGauge</name>
+    <message>
+        <source>Ping</source>
+        <translation>Ping</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>Téléchargement</translation>
+    </message>
+    <message>
+        <source>Upload</source>
+        <translation>Envoi</translation>
+    </message>
+    <message>
+        <source>Complete</source>
+        <translation>Terminé</translation>
+    </message>
+    <message>
+        <source>Ready</source>
+        <translation>Prêt</translation>
     </message>
 </context>
 <context>
@@ -990,15 +1202,15 @@ Votre PC va REDÉMARRER pour terminer la restauration. Enregistrez d’abord les
     <name>GamingMode</name>
     <message>
         <source>Gaming Mode is already active.</source>
-        <translation>Le mode Jeu est déjà actif.</translation>
+        <translation>Le Mode Gaming est déjà actif.</translation>
     </message>
     <message>
         <source>Could not save the Gaming Mode state file.</source>
-        <translation>Impossible d’enregistrer le fichier d’état du mode Jeu.</translation>
+        <translation>Impossible d’enregistrer le fichier d’état du Mode Gaming.</translation>
     </message>
     <message>
         <source>Gaming Mode activated — %1 system settings tuned.</source>
-        <translation>Mode Jeu activé — %1 réglages du système ajustés.</translation>
+        <translation>Mode Gaming activé — %1 réglages du système ajustés.</translation>
     </message>
     <message>
         <source> %1 setting(s) need administrator and were skipped.</source>
@@ -1006,11 +1218,11 @@ Votre PC va REDÉMARRER pour terminer la restauration. Enregistrez d’abord les
     </message>
     <message>
         <source>Gaming Mode is not active.</source>
-        <translation>Le mode Jeu n’est pas actif.</translation>
+        <translation>Le Mode Gaming n’est pas actif.</translation>
     </message>
     <message>
         <source>Gaming Mode deactivated — %1 setting(s) restored to defaults.</source>
-        <translation>Mode Jeu désactivé — %1 réglage(s) rétabli(s).</translation>
+        <translation>Mode Gaming désactivé — %1 réglage(s) rétabli(s).</translation>
     </message>
 </context>
 <context>
@@ -1222,6 +1434,26 @@ Votre PC va REDÉMARRER pour terminer la restauration. Enregistrez d’abord les
     <message>
         <source>No disk drive reported by WMI.</source>
         <translation>WMI ne signale aucun lecteur de disque.</translation>
+    </message>
+    <message>
+        <source>System</source>
+        <translation>Système</translation>
+    </message>
+    <message>
+        <source>Motherboard</source>
+        <translation>Carte mère</translation>
+    </message>
+    <message>
+        <source>Processor</source>
+        <translation>Processeur</translation>
+    </message>
+    <message>
+        <source>Graphics</source>
+        <translation>Carte graphique</translation>
+    </message>
+    <message>
+        <source>Storage</source>
+        <translation>Stockage</translation>
     </message>
 </context>
 <context>

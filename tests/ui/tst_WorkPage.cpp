@@ -43,7 +43,15 @@ public:
             [this](int result) {
                 results.append(result);
                 setStatus(u"Did %1"_s.arg(result));
+                if (result < steps)
+                    start(result + 1);
             });
+    }
+
+    void scanOnce()
+    {
+        scan(u"Scanning…"_s, job([](const auto& subject) { return subject->work(7); }, machine),
+             [this](int result) { results.append(result); });
     }
 
     void look(int value)
@@ -61,6 +69,7 @@ public:
 
     std::shared_ptr<Machine> machine = std::make_shared<Machine>();
     QList<int> results;
+    int steps = 0;        ///< Work of a lower number is followed by the next one.
     QStringList controls; ///< How they were brought in line, in order.
     QLabel* status;
 
@@ -144,6 +153,42 @@ private Q_SLOTS:
         // What only reads is left alone.
         QTRY_COMPARE(page.results, QList<int>{2});
         QCOMPARE(page.status->text(), u"Ready"_s);
+    }
+
+    /// A step that ends after the reverts have begun is the last one; the next chain runs to its end again.
+    void finishEndsAChain()
+    {
+        SamplePage page;
+        page.steps = 2;
+        page.machine->mayEnd.release(10);
+        page.start(1);
+        page.machine->begun.acquire();
+        page.finishWork();
+        QTRY_VERIFY(!isWorking(page));
+        QCOMPARE(page.results, QList<int>{1});
+        page.start(1);
+        QTRY_COMPARE(page.results, QList<int>({1, 1, 2}));
+    }
+
+    void finishLeavesScansAlone()
+    {
+        SamplePage page;
+        page.scanOnce();
+        page.machine->begun.acquire();
+        page.finishWork();
+        QVERIFY(page.isBusy());
+        page.machine->mayEnd.release();
+        QTRY_COMPARE(page.results, QList<int>{7});
+    }
+
+    /// To assistive technology, a turn of the event loop later.
+    void statusIsAnnounced()
+    {
+        SamplePage page;
+        page.start(1);
+        QTRY_COMPARE(page.status->accessibleName(), u"Working…"_s);
+        page.machine->mayEnd.release();
+        QTRY_COMPARE(page.status->accessibleName(), u"Did 1"_s);
     }
 
     void workOutlivesItsPage()

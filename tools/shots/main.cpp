@@ -1,8 +1,12 @@
 /// Makes PNGs of every page, dialog and state of the windows, for a person to look through. Works on the machine and data
 /// directory that the environment names; `./dev shots` gives it fresh ones.
 ///
-///     torvelane-shots <folder> <prefix of the file names>
+///     torvelane-shots <folder> <prefix of the file names> [<word> ...]
+///
+/// With words, only the pictures with one of them in their names.
 
+#include "Album.h"
+#include "LiveStates.h"
 #include "account/AuthService.h"
 #include "app/AppContext.h"
 #include "core/Translate.h"
@@ -21,83 +25,29 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QEnterEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QPainter>
 #include <QPushButton>
 #include <QTextStream>
-#include <QTimer>
 
 #include <cstdio>
-#include <functional>
 
 using namespace torvelane;
 
 namespace {
-
-/// Longer than any fade.
-constexpr int settleMs = 450;
-
-class Album {
-public:
-    Album(const QString& folder, const QString& prefix) : m_folder(folder), m_prefix(prefix) { }
-
-    void add(const QString& name, const QPixmap& picture)
-    {
-        const QString file = QDir(m_folder).filePath(
-            QStringLiteral("%1-%2-%3.png").arg(m_prefix, QString::number(++m_count).rightJustified(2, u'0'), name));
-        if (!picture.save(file))
-            m_failed = true;
-    }
-
-    [[nodiscard]] bool failed() const { return m_failed; }
-    [[nodiscard]] int count() const { return m_count; }
-
-private:
-    QString m_folder;
-    QString m_prefix;
-    int m_count = 0;
-    bool m_failed = false;
-};
-
-void settle()
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (clock.elapsed() < settleMs)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-}
-
-QString fileName(const QString& key)
-{
-    return key.toLower().replace(QLatin1Char(' '), QLatin1Char('-'));
-}
-
-/// Runs something that opens a modal dialog, takes the window with the dialog over it, and dismisses the dialog.
-void addDialog(Album& album, const QString& name, QWidget* window, const std::function<void()>& open)
-{
-    QTimer::singleShot(settleMs, window, [&] {
-        QWidget* const dialog = QApplication::activeModalWidget();
-        if (!dialog)
-            return;
-        QPixmap picture = window->grab();
-        QPainter(&picture).drawPixmap(0, 0, dialog->grab());
-        album.add(name, picture);
-        dialog->close();
-    });
-    open();
-}
 
 void addPages(Album& album, QWidget* frame, MainWindow& window, const QString& state)
 {
     const QList<NavGroup> groups = navigationGroups();
     for (const NavGroup& group : groups) {
         for (const NavSection& section : group.sections) {
+            const QString name = state + fileName(section.key);
+            if (!album.wants(name))
+                continue;
             window.navigateTo(section.key);
             settle();
-            album.add(state + fileName(section.key), frame->grab());
+            album.add(name, frame->grab());
         }
     }
     window.showSettingsPage();
@@ -117,6 +67,8 @@ TweakCard* firstVisibleCard(const MainWindow& window)
 
 void addStates(Album& album, QWidget* frame, MainWindow& window)
 {
+    if (!album.wants(QStringLiteral("card dialog")))
+        return;
     window.navigateTo(QStringLiteral("Explorer"));
     settle();
     if (TweakCard* const card = firstVisibleCard(window)) {
@@ -158,6 +110,8 @@ void addStates(Album& album, QWidget* frame, MainWindow& window)
 
 void addLogin(Album& album, AppContext& context)
 {
+    if (!album.wants(QStringLiteral("sign-in-error")))
+        return;
     auto* const login = new LoginWindow(context.auth.get(), platform::currentUserName());
     ChromeWindow frame(login, QStringLiteral("Torvelane"));
     frame.show();
@@ -179,8 +133,8 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() != 3 || !QDir().mkpath(arguments.at(1))) {
-        QTextStream(stderr) << "Usage: torvelane-shots <folder> <prefix of the file names>\n";
+    if (arguments.size() < 3 || !QDir().mkpath(arguments.at(1))) {
+        QTextStream(stderr) << "Usage: torvelane-shots <folder> <prefix of the file names> [<word> ...]\n";
         return 2;
     }
     AppContext context;
@@ -189,7 +143,7 @@ int main(int argc, char** argv)
     installTranslator();
     applyTheme(application);
 
-    Album album(arguments.at(1), arguments.at(2));
+    Album album(arguments.at(1), arguments.at(2), arguments.mid(3));
     {
         auto* const window = new MainWindow(context);
         ChromeWindow frame(window, QStringLiteral("Torvelane"));
@@ -198,6 +152,7 @@ int main(int argc, char** argv)
         settle();
         addPages(album, &frame, *window, QString());
         addStates(album, &frame, *window);
+        addLiveStates(album, &frame, *window);
     }
     if (!context.auth->login(platform::currentUserName(), Tier::Free, nullptr))
         return 1;

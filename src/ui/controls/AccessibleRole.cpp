@@ -80,6 +80,8 @@ void setAccessibleValue(QWidget* widget, const QString& value)
     if (widget->property(valueProperty).toString() == value)
         return;
     widget->setProperty(valueProperty, value);
+    if (!QAccessible::isActive())
+        return;
     QAccessibleValueChangeEvent event(widget, value);
     QAccessible::updateAccessibility(&event);
 }

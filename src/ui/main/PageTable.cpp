@@ -2,11 +2,14 @@
 
 #include "ui/main/Navigation.h"
 #include "ui/pages/AppOptimizePage.h"
+#include "ui/pages/BufferbloatPage.h"
 #include "ui/pages/DebloatPage.h"
+#include "ui/pages/GamingModePage.h"
+#include "ui/pages/HomePage.h"
 #include "ui/pages/NetworkPage.h"
-#include "ui/pages/PlaceholderPage.h"
 #include "ui/pages/PowerPlanPage.h"
 #include "ui/pages/RestorePointsPage.h"
+#include "ui/pages/ScanPage.h"
 #include "ui/pages/SectionTweaksPage.h"
 #include "ui/pages/ServicesPage.h"
 
@@ -17,29 +20,24 @@ namespace torvelane {
 
 namespace {
 
-/// The page under a key that is no section of the catalogue. A page that is built takes its maker's place here.
+/// The page under a key that is no section of the catalogue.
 struct PageMaker {
     QLatin1String key;
-    Page* (*make)(AppContext& context, const NavSection& section);
+    Page* (*make)();
 };
 
-Page* makePlaceholder(AppContext&, const NavSection& section)
-{
-    return new PlaceholderPage(section.label);
-}
-
 template <typename Made>
-Page* makeNew(AppContext&, const NavSection&)
+Page* makeNew()
 {
     return new Made;
 }
 
 constexpr std::array pageMakers{
-    PageMaker{QLatin1String("Home"), makePlaceholder},
-    PageMaker{QLatin1String("Scan"), makePlaceholder},
-    PageMaker{QLatin1String("Gaming Mode"), makePlaceholder},
+    PageMaker{QLatin1String("Home"), makeNew<HomePage>},
+    PageMaker{QLatin1String("Scan"), makeNew<ScanPage>},
+    PageMaker{QLatin1String("Gaming Mode"), makeNew<GamingModePage>},
     PageMaker{QLatin1String("Network"), makeNew<NetworkPage>},
-    PageMaker{QLatin1String("Bufferbloat"), makePlaceholder},
+    PageMaker{QLatin1String("Bufferbloat"), makeNew<BufferbloatPage>},
     PageMaker{QLatin1String("Power Plan"), makeNew<PowerPlanPage>},
     PageMaker{QLatin1String("App Optimize"), makeNew<AppOptimizePage>},
     PageMaker{QLatin1String("Services"), makeNew<ServicesPage>},
@@ -54,7 +52,7 @@ Page* makePage(AppContext& context, const NavSection& section, Tier required)
     const auto maker =
         std::ranges::find_if(pageMakers, [&](const PageMaker& candidate) { return candidate.key == section.key; });
     if (maker != pageMakers.end())
-        return maker->make(context, section);
+        return maker->make();
     return new SectionTweaksPage(context, section.key, section.icon, required);
 }
 

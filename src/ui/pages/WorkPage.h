@@ -40,7 +40,7 @@ class WorkPage : public Page {
     Q_OBJECT
 
 public:
-    /// Reads are left alone: they change nothing.
+    /// Reads and scans are left alone: they change nothing.
     void finishWork() override;
 
     [[nodiscard]] bool isBusy() const { return m_busy; }
@@ -85,6 +85,10 @@ protected:
     template <typename Work, typename Done>
     void run(const QString& status, Work work, Done done);
 
+    /// As run(), for long work that changes nothing: finishWork() leaves it alone.
+    template <typename Work, typename Done>
+    void scan(const QString& status, Work work, Done done);
+
     /// Reads from the system in the background, beside work or without it. Of two reads only the later one's result is
     /// shown.
     template <typename Work, typename Done>
@@ -108,7 +112,7 @@ private:
     int m_finishes = 0;          ///< Calls of finishWork().
     bool m_endsChain = false;    ///< The result that is shown just now is of work that was finished early.
     bool m_isAnnouncing = false; ///< The event loop is going to announce the status.
-    QFuture<void> m_work;
+    QFuture<void> m_work;        ///< Of run(); what has ended doesn't keep anybody waiting.
 };
 
 template <typename Work, typename Done>
@@ -129,6 +133,19 @@ void WorkPage::run(const QString& status, Work work, Done done)
             if (guard)
                 m_endsChain = false;
         }));
+}
+
+template <typename Work, typename Done>
+void WorkPage::scan(const QString& status, Work work, Done done)
+{
+    if (m_busy)
+        return;
+    beginWork(status);
+    const auto show = [this, done](const auto& result) {
+        endWork();
+        done(*result);
+    };
+    launch(QThreadPool::globalInstance(), work, show, Waiting::Stays);
 }
 
 template <typename Work, typename Done>

@@ -15,6 +15,11 @@ QToolTip {
     border: 1px solid rgba(255,255,255,0.12); border-radius: 8px; padding: 2px 3px; max-width: 408px;
 }
 
+QMenu { background: #171717; color: #E5E7EB; border: 1px solid rgba(255,255,255,0.12); padding: 4px; }
+QMenu::item { padding: 6px 22px; border-radius: 4px; }
+QMenu::item:selected { background: rgba(95,106,233,0.5); color: #FFFFFF; }
+QMenu::item:disabled { color: #6B7280; }
+
 QWidget#Window, QWidget#ChromeWindow { background: #090909; }
 QWidget#TitleBar { background: transparent; }
 QLabel#TitleText { color: #9CA3AF; font-family: "%1"; font-weight: 600; font-size: 12px; }

@@ -30,6 +30,7 @@ inline constexpr QColor danger{0xFC, 0xA5, 0xA5}; ///< error text
 inline constexpr QColor dangerFill{239, 68, 68, 26};
 inline constexpr QColor dangerBorder{239, 68, 68, 102};
 inline constexpr QColor warning{0xFC, 0xD3, 0x4D};
+inline constexpr QColor success{0x34, 0xD3, 0x99};
 inline constexpr QColor tierText{0xC7, 0xD2, 0xFE};
 inline constexpr QColor closeRed{0xE8, 0x11, 0x23};
 inline constexpr QColor hairline{255, 255, 255, 26}; ///< dividers, glass borders

@@ -1,0 +1,167 @@
+#include "ui/controls/LiveChart.h"
+
+#include "ui/controls/AccessibleRole.h"
+#include "ui/controls/FrameTimer.h"
+#include "ui/theme/Theme.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+#include <QPainterPath>
+
+#include <algorithm>
+#include <cmath>
+
+namespace torvelane {
+
+namespace {
+
+constexpr int maximumPoints = LiveChart::seconds + 1;
+constexpr double glideMs = 1000.0;
+constexpr int topMargin = 4;
+constexpr int bottomMargin = 18;
+constexpr int labelHeight = 14;
+constexpr int labelGap = 2;
+constexpr QColor gridColor(255, 255, 255, 22);
+constexpr int fillAlpha = 70;
+constexpr double curveWidth = 2.0;
+
+} // namespace
+
+LiveChart::LiveChart(QWidget* parent) : QWidget(parent), m_frames(new FrameTimer(this))
+{
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAccessibleRole(this, QAccessible::Chart);
+    connect(m_frames, &FrameTimer::timeout, this, &LiveChart::glide);
+    m_frames->follow(this);
+}
+
+QSize LiveChart::minimumSizeHint() const
+{
+    return {200, 120};
+}
+
+void LiveChart::addSeries(const QColor& color)
+{
+    m_series.append({color, {}});
+}
+
+void LiveChart::pushSample(const QList<int>& values)
+{
+    for (qsizetype i = 0; i < std::min(values.size(), m_series.size()); ++i) {
+        QList<int>& points = m_series[i].points;
+        points.append(std::min(values.at(i), 100));
+        if (points.size() > maximumPoints)
+            points.removeFirst();
+    }
+    m_curves = {};
+    m_sinceSample.start();
+    m_shift = m_frames->isActive() ? static_cast<int>(std::lround(step() * devicePixelRatioF())) : 0;
+    update(plot().toAlignedRect());
+}
+
+/// A movement of less than a pixel needs no frame.
+void LiveChart::glide()
+{
+    if (m_shift == 0)
+        return;
+    const double left = std::max(0.0, 1.0 - static_cast<double>(m_sinceSample.elapsed()) / glideMs);
+    const int shift = static_cast<int>(std::lround(left * step() * devicePixelRatioF()));
+    if (std::exchange(m_shift, shift) != shift)
+        update(plot().toAlignedRect());
+}
+
+QRectF LiveChart::plot() const
+{
+    return QRectF(rect()).adjusted(0, topMargin, 0, -bottomMargin);
+}
+
+double LiveChart::step() const
+{
+    return plot().width() / (seconds - 1);
+}
+
+void LiveChart::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    m_curves = {};
+}
+
+void LiveChart::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    m_curves = {};
+    m_shift = 0;
+}
+
+void LiveChart::drawCurves()
+{
+    const double ratio = devicePixelRatioF();
+    const QRectF area(0, 0, plot().width() + step(), plot().height());
+    m_curves = QPixmap((area.size() * ratio).toSize().expandedTo({1, 1}));
+    m_curves.setDevicePixelRatio(ratio);
+    m_curves.fill(Qt::transparent);
+    QPainter painter(&m_curves);
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (const Series& series : std::as_const(m_series))
+        drawSeries(painter, series, area);
+}
+
+void LiveChart::drawSeries(QPainter& painter, const Series& series, const QRectF& area) const
+{
+    if (series.points.size() < 2)
+        return;
+    QPainterPath curve;
+    double firstX = 0.0;
+    double x = area.right() - static_cast<double>(series.points.size() - 1) * step();
+    for (const int value : series.points) {
+        const QPointF point(x, area.bottom() - area.height() * value / 100.0);
+        x += step();
+        if (value < 0)
+            continue;
+        if (curve.elementCount() == 0) {
+            curve.moveTo(point);
+            firstX = point.x();
+        } else {
+            curve.lineTo(point);
+        }
+    }
+    if (curve.isEmpty())
+        return;
+    QPainterPath below = curve;
+    below.lineTo(curve.currentPosition().x(), area.bottom());
+    below.lineTo(firstX, area.bottom());
+    below.closeSubpath();
+    QColor color = series.color;
+    QLinearGradient fill(area.topLeft(), area.bottomLeft());
+    color.setAlpha(fillAlpha);
+    fill.setColorAt(0, color);
+    color.setAlpha(0);
+    fill.setColorAt(1, color);
+    painter.fillPath(below, fill);
+    painter.strokePath(curve, QPen(series.color, curveWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+}
+
+void LiveChart::paintEvent(QPaintEvent* event)
+{
+    const QRectF area = plot();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(gridColor, 1));
+    for (const int level : {0, 25, 50, 75, 100}) {
+        const double y = area.bottom() - area.height() * level / 100.0;
+        painter.drawLine(QPointF(area.left(), y), QPointF(area.right(), y));
+    }
+    const QRectF labels(area.left(), area.bottom() + labelGap, area.width(), labelHeight);
+    if (event->region().intersects(labels.toAlignedRect())) {
+        painter.setFont(bodyFont(10, QFont::Normal));
+        painter.setPen(palette::faint);
+        painter.drawText(labels, Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("%1 s").arg(seconds));
+        painter.drawText(labels, Qt::AlignRight | Qt::AlignVCenter, QStringLiteral("0 s"));
+    }
+    if (m_curves.isNull())
+        drawCurves();
+    painter.setClipRect(area);
+    painter.drawPixmap(QPointF(area.left() - step() + m_shift / devicePixelRatioF(), area.top()), m_curves);
+}
+
+} // namespace torvelane
