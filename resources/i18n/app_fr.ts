@@ -365,6 +365,10 @@ Appliquer le mode normal&#xa0;?</translation>
         <source>Copy all</source>
         <translation>Tout copier</translation>
     </message>
+    <message>
+        <source>Windows gave no answer. Scan once more in a moment; if that doesn&apos;t help, restart Windows.</source>
+        <translation>Windows n’a pas répondu. Relancez l’analyse dans un moment&#xa0;; si cela ne suffit pas, redémarrez Windows.</translation>
+    </message>
 </context>
 <context>
     <name>SectionTweaksPage</name>

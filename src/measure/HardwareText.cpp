@@ -2,6 +2,8 @@
 
 #include "core/Translate.h"
 
+#include <QLocale>
+
 namespace torvelane::HardwareText {
 
 QString orDash(const QString& value)
@@ -34,8 +36,10 @@ QString formatBytes(quint64 bytes)
     constexpr double mebi = 1024.0 * 1024.0;
     constexpr double gibi = 1024.0 * mebi;
     const double gigabytes = static_cast<double>(bytes) / gibi;
-    const auto withUnit = [](double number, int decimals, const QString& unit) {
-        return QString(QString::number(number, 'f', decimals) + QLatin1Char(' ') + unit);
+    QLocale locale;
+    locale.setNumberOptions(QLocale::OmitGroupSeparator);
+    const auto withUnit = [&locale](double number, int decimals, const QString& unit) {
+        return QString(locale.toString(number, 'f', decimals) + QLatin1Char(' ') + unit);
     };
     if (gigabytes >= 1024.0)
         return withUnit(gigabytes / 1024.0, 2, translate("HardwareScanner", "TB"));

@@ -15,6 +15,8 @@
 #include <QTime>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace torvelane {
 
 namespace {
@@ -175,6 +177,10 @@ void ScanPage::showReport(const HardwareReport& report)
         column()->insertWidget(column()->count() - 1, m_cards.last());
     }
     m_text = plainText(report);
+    if (std::ranges::all_of(report.sections, [](const HardwareSection& section) { return section.groups.isEmpty(); }))
+        setAdvice(translate("ScanPage",
+                            "Windows gave no answer. Scan once more in a moment; if that doesn't help, restart "
+                            "Windows."));
     setStatus(translate("ScanPage", "Updated · %1").arg(QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))));
 }
 
