@@ -1,0 +1,99 @@
+#include "measure/HardwareScanner.h"
+#include "measure/SystemMetricsSampler.h"
+#include "optimizers/AppOptimizer.h"
+#include "optimizers/DebloatCleaner.h"
+#include "optimizers/GameDetector.h"
+#include "optimizers/GamingMode.h"
+#include "optimizers/NetworkOptimizer.h"
+#include "optimizers/PowerPlanManager.h"
+#include "optimizers/ServiceProfiles.h"
+#include "support/TestMachine.h"
+
+#include <QTest>
+
+#include <array>
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+
+/// Pages work at the same time, each on a worker of its own, while the GUI thread asks and samples. Above all for the
+/// thread sanitizer. Without the disk's bundle: it is about the active plan, which Gaming Mode changes.
+class tst_Workers : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void optimizersSideBySide()
+    {
+        const TestMachine machine;
+        const MachineImage before = TestMachine::image();
+        const std::array<std::function<bool()>, 4> turns{
+            [] {
+                NetworkOptimizer optimizer;
+                return optimizer.applyAll(listNetAdapters()).ok && optimizer.restoreAll().ok;
+            },
+            [] {
+                ServiceProfiles profiles;
+                return profiles.apply(ServiceProfileId::Advanced).count > 0 && profiles.restoreDefaults().count > 0;
+            },
+            [] {
+                AppOptimizer optimizer;
+                return optimizer.optimize(u"C:\\Games\\One.exe"_s).ok && optimizer.restore(u"one.exe"_s).ok;
+            },
+            [] { return GamingMode::activate().count == 20 && GamingMode::deactivate().count == 20; },
+        };
+        std::atomic_int succeeded = 0;
+        std::atomic_int running = static_cast<int>(turns.size());
+        {
+            std::vector<std::jthread> workers;
+            for (const std::function<bool()>& turn : turns) {
+                workers.emplace_back([&turn, &succeeded, &running] {
+                    succeeded += turn() && turn() ? 1 : 0;
+                    --running;
+                });
+            }
+            SystemMetricsSampler sampler;
+            while (running > 0) {
+                std::ignore = GamingMode::isActive();
+                std::ignore = PowerPlanManager::isMaxDiskApplied();
+                std::ignore = detectRunningGame();
+                QVERIFY(sampler.cpuPercent() <= 100);
+                QTest::qWait(5);
+            }
+        }
+        QCOMPARE(succeeded, static_cast<int>(turns.size()));
+        QCOMPARE(differences(before, TestMachine::image()), QStringList());
+    }
+
+    void readersSideBySide()
+    {
+        const TestMachine machine;
+        std::atomic_int succeeded = 0;
+        {
+            std::vector<std::jthread> workers;
+            for (int i = 0; i < 2; ++i) {
+                workers.emplace_back(
+                    [&succeeded] { succeeded += HardwareScanner::scan().sections.size() == 7 ? 1 : 0; });
+                workers.emplace_back([&succeeded] {
+                    qint64 sizeBytes = 0;
+                    for (const CleanCategory& category : DebloatCleaner::categories())
+                        sizeBytes += DebloatCleaner::scanSize(category);
+                    succeeded += sizeBytes > 0 ? 1 : 0;
+                });
+                workers.emplace_back([&succeeded] {
+                    SystemMetricsSampler sampler;
+                    std::ignore = sampler.cpuPercent();
+                    succeeded += sampler.memoryPercent() > 0 && sampler.gpuPercent() >= 0 ? 1 : 0;
+                });
+            }
+        }
+        QCOMPARE(succeeded, 6);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Workers)
+#include "tst_Workers.moc"
