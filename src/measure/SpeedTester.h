@@ -17,8 +17,8 @@ class QNetworkReply;
 namespace torvelane {
 
 /// Measures the line against the speed test endpoint: a ping, a download and an upload, in this order. Download and
-/// upload each keep 16 streams open, for 10 s and 3 s. Throughput is in Mbit/s, 10^6 bits each. All on the object's thread, the GUI's, by
-/// asynchronous requests, but for the ping. Going away ends all of it.
+/// upload each keep 16 streams open, for 10 s and 3 s. Throughput is in Mbit/s, 10^6 bits each. All on the object's
+/// thread, the GUI's, by asynchronous requests, but for the ping. Going away ends all of it.
 class SpeedTester : public QObject {
     Q_OBJECT
 

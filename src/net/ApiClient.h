@@ -14,9 +14,9 @@ namespace torvelane {
 
 class ApiWorker;
 
-/// The transport to the backend: JSON objects by POST, to a path under one base URL. It knows nothing of paths or of what
-/// the JSON means. Owns a thread, "ApiClientWorker", on which all of its network work happens; its own functions belong to
-/// one thread, the GUI's, but for postBlocking.
+/// The transport to the backend: JSON objects by POST, to a path under one base URL. It knows nothing of paths or of
+/// what the JSON means. Owns a thread, "ApiClientWorker", on which all of its network work happens; its own functions
+/// belong to one thread, the GUI's, but for postBlocking.
 class ApiClient : public QObject {
     Q_OBJECT
 
@@ -28,13 +28,13 @@ public:
     /// Ends at once what is in flight, without its callbacks.
     ~ApiClient() override;
 
-    /// Sends and returns. `path` is appended to the base URL as it stands; an empty `bearer` means none. `callback` runs
-    /// on this object's thread, once, if `owner` is still there; without an owner, never.
+    /// Sends and returns. `path` is appended to the base URL as it stands; an empty `bearer` means none. `callback`
+    /// runs on this object's thread, once, if `owner` is still there; without an owner, never.
     void postAsync(const QString& path, const QJsonObject& body, const QString& bearer, QObject* owner,
                    const Callback& callback);
 
-    /// Sends and waits, `timeoutMs` at most, with one attempt. Never from the worker's own thread, where it would wait for
-    /// itself: that is an assertion, and in an optimised build an error.
+    /// Sends and waits, `timeoutMs` at most, with one attempt. Never from the worker's own thread, where it would wait
+    /// for itself: that is an assertion, and in an optimised build an error.
     [[nodiscard]] ApiResponse postBlocking(const QString& path, const QJsonObject& body, const QString& bearer,
                                            int timeoutMs);
 

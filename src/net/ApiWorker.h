@@ -15,8 +15,8 @@ namespace torvelane {
 /// Longest answer of the backend that is looked at; a longer one counts as no JSON object.
 inline constexpr qint64 maxAnswerBytes = 8LL * 1024 * 1024;
 
-/// Sends the requests of an ApiClient, on the client's thread of its own. Requests run beside each other, and none waits
-/// for another one's pause.
+/// Sends the requests of an ApiClient, on the client's thread of its own. Requests run beside each other, and none
+/// waits for another one's pause.
 class ApiWorker : public QObject {
     Q_OBJECT
 

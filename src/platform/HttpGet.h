@@ -30,13 +30,13 @@ struct HttpRequest {
     QString url;
     QString userAgent;
     QStringList headers; ///< "Name: value", in this order.
-    quint32 timeoutMs =
-        0; ///< For each stage: name, connection with its handshake, sending, the answer's head, and each read.
+    /// For each stage: name, connection with its handshake, sending, the answer's head, and each read.
+    quint32 timeoutMs = 0;
     bool mayRedirect = true; ///< Whether a redirect is followed; never from https to http.
 };
 
-/// One GET through WinHTTP: automatic proxy, TLS 1.2 and 1.3 only, the machine's own trust store, up to ten redirects, at
-/// most 64 KiB of headers. Any thread; it blocks until the end, processes no events, and calls `receive` on the calling
+/// One GET through WinHTTP: automatic proxy, TLS 1.2 and 1.3 only, the machine's own trust store, up to ten redirects,
+/// at most 64 KiB of headers. Any thread; it blocks until the end, processes no events, and calls `receive` on the calling
 /// thread. A body that ends before its length fails in Read.
 ///
 /// The whole of it has no limit in time or length: a server that goes on sending is ended by `receive` alone.

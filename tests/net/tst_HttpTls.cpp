@@ -1,5 +1,6 @@
 #include "TestAuthority.h"
 #include "measure/Connectivity.h"
+#include "net/ApiClient.h"
 #include "net/WinHttpGet.h"
 #include "platform/HttpGet.h"
 #include "platform/simulated/SimulatedPc.h"
@@ -126,6 +127,20 @@ private Q_SLOTS:
         QVERIFY(!checkInternet(server.url()));
         expected << first << failed.arg(12007) << none;
         QCOMPARE(log.lines(), expected);
+    }
+
+    // The token of a session stays here if the server isn't to be trusted.
+    void backend()
+    {
+        const TestMachine machine;
+        const LoopbackServer server(greet, m_authority->server({}));
+        const auto ask = [&server] {
+            return ApiClient(server.url()).postBlocking(u"/x"_s, {}, u"token"_s, 5000).status;
+        };
+        QCOMPARE(ask(), 0);
+        QCOMPARE(server.requests(), 0);
+        m_authority->trust();
+        QCOMPARE(ask(), 503);
     }
 
     // A server that accepts and says nothing is given up within the time for one stage, handshake included.

@@ -71,6 +71,7 @@ LoopbackServer::~LoopbackServer()
     m_isEnding = true;
     m_thread.quit();
     m_thread.wait();
+    const std::lock_guard lock(m_mutex);
     for (const auto& thread : m_connectionThreads)
         thread->wait();
 }
@@ -82,6 +83,7 @@ QString LoopbackServer::url(const QString& path) const
 
 void LoopbackServer::incomingConnection(qintptr descriptor)
 {
+    const std::lock_guard lock(m_mutex);
     m_connectionThreads.emplace_back(QThread::create([this, descriptor] { serve(descriptor); }))->start();
 }
 

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -45,8 +46,9 @@ private:
     const std::atomic_bool& m_isEnding;
 };
 
-/// A server of a test on the loopback address and a free port, HTTP/1.1 with one thread for each connection. `handler` runs there,
-/// for each request; the connection stays open for the next one while it returns true. With a configuration the server speaks TLS.
+/// A server of a test on the loopback address and a free port, HTTP/1.1 with one thread for each connection. `handler`
+/// runs there, for each request; the connection stays open for the next one while it returns true. With a configuration
+/// the server speaks TLS.
 class LoopbackServer : private QTcpServer {
 public:
     using Handler = std::function<bool(Exchange&)>;
@@ -70,7 +72,8 @@ private:
     const Handler m_handler;
     const std::optional<QSslConfiguration> m_tls;
     quint16 m_port = 0;
-    QThread m_thread; ///< Accepts.
+    QThread m_thread;   ///< Accepts.
+    std::mutex m_mutex; ///< Of the list below.
     std::vector<std::unique_ptr<QThread>> m_connectionThreads;
     std::atomic_bool m_isEnding = false;
     std::atomic_int m_connections = 0;

@@ -91,7 +91,8 @@ HttpOutcome failure(HttpCall call, int status = 0)
 
 HttpOutcome readBody(HINTERNET request, int status, const HttpReceiver& receive)
 {
-    const qint64 expectedBytes = announcedLength(request);
+    const bool hasBody = status != HTTP_STATUS_NO_CONTENT && status != HTTP_STATUS_NOT_MODIFIED;
+    const qint64 expectedBytes = hasBody ? announcedLength(request) : 0;
     qint64 receivedBytes = 0;
     std::vector<char> buffer;
     for (;;) {
@@ -138,7 +139,8 @@ HttpOutcome httpGet(const HttpRequest& request, const HttpReceiver& receive)
                                                   address.isSecure ? WINHTTP_FLAG_SECURE : 0));
     if (!handle)
         return failure(HttpCall::OpenRequest);
-    // The receive limit is one for each packet. Without this one the head of an answer that comes byte by byte could take 90 s.
+    // The receive limit is one for each packet. Without this one the head of an answer that comes byte by byte could
+    // take 90 s.
     setOption(handle.get(), WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, request.timeoutMs);
     if (!request.mayRedirect)
         setOption(handle.get(), WINHTTP_OPTION_REDIRECT_POLICY, WINHTTP_OPTION_REDIRECT_POLICY_NEVER);

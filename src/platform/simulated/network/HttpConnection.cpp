@@ -9,6 +9,8 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <future>
+#include <thread>
 
 namespace torvelane::platform::simulated {
 
@@ -25,13 +27,30 @@ int remainingMs(const QDeadlineTimer& deadline)
     return static_cast<int>(deadline.remainingTime());
 }
 
+/// The system's own search has no limit that could be given to it, so it runs on a thread that is left behind at the
+/// end of the time.
+Win32Error lookUp(const QString& host, quint32 timeoutMs, QList<QHostAddress>& addresses)
+{
+    if (QHostAddress literal; literal.setAddress(host)) {
+        addresses = {literal};
+        return Win32Error::Success;
+    }
+    auto found = std::make_shared<std::promise<QList<QHostAddress>>>();
+    std::future<QList<QHostAddress>> answer = found->get_future();
+    std::thread([found, host] { found->set_value(QHostInfo::fromName(host).addresses()); }).detach();
+    if (answer.wait_for(std::chrono::milliseconds(timeoutMs)) != std::future_status::ready)
+        return Win32Error::HttpTimeout;
+    addresses = answer.get();
+    return addresses.isEmpty() ? Win32Error::HttpNameNotResolved : Win32Error::Success;
+}
+
 } // namespace
 
 Win32Error HttpConnection::open(const QUrl& url, quint32 timeoutMs)
 {
-    const QList<QHostAddress> addresses = QHostInfo::fromName(url.host()).addresses();
-    Win32Error error = Win32Error::HttpNameNotResolved;
-    for (const QHostAddress& address : addresses) {
+    QList<QHostAddress> addresses;
+    Win32Error error = lookUp(url.host(), timeoutMs, addresses);
+    for (const QHostAddress& address : std::as_const(addresses)) {
         error = openAddress(address, url, timeoutMs);
         if (error == Win32Error::Success)
             break;

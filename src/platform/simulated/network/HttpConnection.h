@@ -23,8 +23,8 @@ public:
 
     [[nodiscard]] Win32Error send(const QByteArray& request, QDeadlineTimer deadline);
 
-    /// Some of the next bytes, at most `limit`, valid until the next call. HttpTimeout if none came, HttpConnectionError
-    /// if there are no more.
+    /// Some of the next bytes, at most `limit`, valid until the next call. HttpTimeout if none came,
+    /// HttpConnectionError if there are no more.
     [[nodiscard]] Win32Error read(std::span<const char>& bytes, qint64 limit, QDeadlineTimer deadline);
 
     /// A line without its end. HttpHeaderOverflow if it is longer than `limit`.

@@ -43,8 +43,8 @@ QByteArray requestText(const HttpRequest& request, const QUrl& url)
 {
     const QString path = url.path(QUrl::FullyEncoded).isEmpty() ? u"/"_s : url.path(QUrl::FullyEncoded);
     QString text = u"GET "_s + path + (url.hasQuery() ? u'?' + url.query(QUrl::FullyEncoded) : QString())
-        + u" HTTP/1.1\r\nHost: "_s + url.authority(QUrl::FullyEncoded) + u"\r\nConnection: close\r\nUser-Agent: "_s
-        + request.userAgent + u"\r\n"_s;
+        + u" HTTP/1.1\r\nHost: "_s + url.authority(QUrl::FullyEncoded).section(u'@', -1)
+        + u"\r\nConnection: close\r\nUser-Agent: "_s + request.userAgent + u"\r\n"_s;
     for (const QString& header : request.headers)
         text += header + u"\r\n"_s;
     return (text + u"\r\n"_s).toUtf8();
