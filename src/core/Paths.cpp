@@ -48,6 +48,11 @@ QString stateDb()
     return QDir(dataDir()).filePath(QStringLiteral("state.db"));
 }
 
+QString undoFile()
+{
+    return QDir(dataDir()).filePath(QStringLiteral("undo.reg"));
+}
+
 QString logFile()
 {
     return QDir(dataDir()).filePath(QStringLiteral("torvelane.log"));

@@ -14,6 +14,7 @@ namespace torvelane::Paths {
 
 [[nodiscard]] QString configFile();      ///< config.json, per user
 [[nodiscard]] QString stateDb();         ///< state.db, per user; SQLite keeps -wal and -shm beside it
+[[nodiscard]] QString undoFile();        ///< undo.reg, per user: see system/UndoFile
 [[nodiscard]] QString logFile();         ///< torvelane.log, per user
 [[nodiscard]] QString lockFile();        ///< torvelane.lock, per user; empty: see system/MachineLock
 [[nodiscard]] QString tokenFile();       ///< token.bin, per user; enciphered

@@ -61,6 +61,15 @@ QString hiveName(RegistryHive hive)
     return QStringLiteral("HKCU");
 }
 
+QString longHiveName(RegistryHive hive)
+{
+    for (const HiveNames& row : hiveTable) {
+        if (row.hive == hive)
+            return row.longName;
+    }
+    return QStringLiteral("HKEY_CURRENT_USER");
+}
+
 RegistryValueKind parseValueKind(const QString& text)
 {
     const QString name = text.trimmed().toLower();

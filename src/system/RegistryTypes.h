@@ -31,6 +31,9 @@ enum class RegistryValueKind {
 /// The short name, which the catalogue, captures, messages and log lines use. "HKCU" for anything out of range.
 [[nodiscard]] QString hiveName(RegistryHive hive);
 
+/// The long name, as in exported files.
+[[nodiscard]] QString longHiveName(RegistryHive hive);
+
 /// The kind named by `text`, in any case, blanks around it ignored; None for anything else.
 [[nodiscard]] RegistryValueKind parseValueKind(const QString& text);
 
