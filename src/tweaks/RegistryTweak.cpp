@@ -61,16 +61,6 @@ RegistryOperation parseOperation(const QJsonObject& object)
     return operation;
 }
 
-QString valueLocation(RegistryHive hive, const QString& path, const QString& name)
-{
-    return QStringLiteral("%1\\%2 [%3]").arg(hiveName(hive), path, name);
-}
-
-QString valueLocation(const RegistryOperation& operation)
-{
-    return valueLocation(operation.hive, operation.path, operation.name);
-}
-
 QJsonObject captureEntry(const RegistryOperation& operation, const RegistryValue& value)
 {
     QJsonObject entry = valueToJson(value);
@@ -147,15 +137,56 @@ RegistryTweak::RegistryTweak(const QString& id, const QJsonArray& operations)
     }
 }
 
+RegistryValue RegistryOperation::wish() const
+{
+    RegistryValue value{true, kind, 0, {}, {}};
+    switch (kind) {
+    case RegistryValueKind::Dword:
+        value.number = static_cast<quint32>(number);
+        break;
+    case RegistryValueKind::Qword:
+        value.number = number;
+        break;
+    case RegistryValueKind::Sz:
+    case RegistryValueKind::ExpandSz:
+        value.text = text;
+        break;
+    case RegistryValueKind::Binary:
+        value.bytes = bytes;
+        break;
+    case RegistryValueKind::None:
+        break;
+    }
+    return value;
+}
+
 QJsonObject RegistryTweak::capture(bool* ok, QString* error)
+{
+    return captureBy(
+        [](const ValuePlace& place, RegistryValue& out, QString* reason) {
+            if (readValue(place.hive, place.path, place.name, out))
+                return true;
+            *reason = QStringLiteral("Failed to read %1").arg(placeText(place));
+            return false;
+        },
+        ok, error);
+}
+
+QJsonObject RegistryTweak::capture(const LedgerSession& session, bool* ok, QString* error) const
+{
+    return captureBy([&session](const ValuePlace& place, RegistryValue& out,
+                                QString* reason) { return session.readOriginal(place, out, reason); },
+                     ok, error);
+}
+
+QJsonObject RegistryTweak::captureBy(const Reader& read, bool* ok, QString* error) const
 {
     *ok = true;
     QJsonArray entries;
-    for (const RegistryOperation& operation : std::as_const(m_operations)) {
+    for (const RegistryOperation& operation : m_operations) {
         RegistryValue value;
-        if (!readValue(operation.hive, operation.path, operation.name, value)) {
+        if (!read(operation.place(), value, error)) {
             *ok = false;
-            *error = QStringLiteral("Failed to read %1").arg(valueLocation(operation));
             return {};
         }
         entries.append(captureEntry(operation, value));
@@ -173,7 +204,7 @@ TweakResult RegistryTweak::apply()
             continue;
         news.valueChanged(operation.hive, operation.path);
         if (!writeDesired(operation))
-            return TweakResult::failure(QStringLiteral("Failed to write %1").arg(valueLocation(operation)));
+            return TweakResult::failure(QStringLiteral("Failed to write %1").arg(placeText(operation.place())));
     }
     return TweakResult::success();
 }
@@ -194,38 +225,55 @@ bool RegistryTweak::isCurrentlyApplied(bool* ok) const
     });
 }
 
-TweakResult RegistryTweak::revertCapture(const QJsonObject& capture, const QSet<QString>* allowed)
+QList<CapturedValue> RegistryTweak::capturedValues(const QJsonObject& capture)
 {
+    QList<CapturedValue> values;
     const QJsonArray entries = capture.value(keyEntries).toArray();
-    if (entries.isEmpty())
+    values.reserve(entries.size());
+    for (const QJsonValue& element : entries) {
+        const QJsonObject entry = element.toObject();
+        CapturedValue value;
+        value.place.hive = parseHive(entry.value(keyHive).toString(), &value.isPlaceKnown);
+        value.place.path = entry.value(keyPath).toString();
+        value.place.name = entry.value(keyName).toString();
+        if (value.place.path.isEmpty() || value.place.name.isEmpty())
+            value.isPlaceKnown = false;
+        // A kind of a later version must not pass for no value, which would be deleted.
+        if (isKindKnown(entry))
+            value.original = valueFromJson(entry);
+        values.append(value);
+    }
+    return values;
+}
+
+TweakResult RegistryTweak::revertCapture(const QJsonObject& capture, const QSet<QString>* allowed,
+                                         const LedgerSession* session)
+{
+    const QList<CapturedValue> values = capturedValues(capture);
+    if (values.isEmpty())
         return TweakResult::failure(QStringLiteral("Capture is empty; nothing to revert"));
 
     QStringList failures;
     DesktopNews news;
-    for (const QJsonValue& element : entries) {
-        const QJsonObject entry = element.toObject();
-        bool hiveKnown = false;
-        const RegistryHive hive = parseHive(entry.value(keyHive).toString(), &hiveKnown);
-        const QString path = entry.value(keyPath).toString();
-        const QString name = entry.value(keyName).toString();
-        if (!hiveKnown || path.isEmpty() || name.isEmpty()) {
-            failures.append(name);
+    for (const auto& [place, isPlaceKnown, original] : values) {
+        if (!isPlaceKnown) {
+            failures.append(place.name);
             continue;
         }
-        if (allowed && !allowed->contains(restoreKey(hive, path, name))) {
-            logMessage(
-                LogLevel::Warn, category,
-                QStringLiteral("Rejected out-of-catalog registry restore: %1").arg(valueLocation(hive, path, name)));
+        if (allowed && !allowed->contains(place.key())) {
+            logMessage(LogLevel::Warn, category,
+                       QStringLiteral("Rejected out-of-catalog registry restore: %1").arg(placeText(place)));
             continue;
         }
-        // A kind of a later version must not pass for no value, which would be deleted.
-        if (!isKindKnown(entry)) {
-            failures.append(path + QLatin1Char('\\') + name);
+        if (!original) {
+            failures.append(place.path + QLatin1Char('\\') + place.name);
             continue;
         }
-        news.valueChanged(hive, path);
-        if (!writeValue(hive, path, name, valueFromJson(entry)))
-            failures.append(path + QLatin1Char('\\') + name);
+        news.valueChanged(place.hive, place.path);
+        const bool isBack =
+            session ? session->putBack(place, *original) : writeValue(place.hive, place.path, place.name, *original);
+        if (!isBack)
+            failures.append(place.path + QLatin1Char('\\') + place.name);
     }
     if (failures.isEmpty())
         return TweakResult::success();
@@ -234,7 +282,7 @@ TweakResult RegistryTweak::revertCapture(const QJsonObject& capture, const QSet<
 
 QString RegistryTweak::restoreKey(RegistryHive hive, const QString& path, const QString& name)
 {
-    return hiveName(hive) + QLatin1Char('|') + path.toLower() + QLatin1Char('|') + name.toLower();
+    return ValuePlace{hive, path, name}.key();
 }
 
 } // namespace torvelane

@@ -11,8 +11,10 @@
 #include <QThread>
 #include <QVariant>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <utility>
 
 namespace torvelane {
 
@@ -25,13 +27,21 @@ const QString createStateTable =
                    "capture TEXT NOT NULL, state TEXT NOT NULL, applied_at INTEGER, updated_at INTEGER)");
 const QString createSelectionTable =
     QStringLiteral("CREATE TABLE IF NOT EXISTS tweak_selection ( tweak_id TEXT PRIMARY KEY, selected_at INTEGER)");
+const QString createOrderTable =
+    QStringLiteral("CREATE TABLE IF NOT EXISTS holder_order ( holder TEXT PRIMARY KEY, sequence INTEGER)");
+/// One counter for both tables.
+const QString nextSequence = QStringLiteral("(SELECT MAX((SELECT COALESCE(MAX(apply_sequence), 0) FROM tweak_state), "
+                                            "(SELECT COALESCE(MAX(sequence), 0) FROM holder_order)) + 1)");
+const QString upsertOrder =
+    QStringLiteral("INSERT OR REPLACE INTO holder_order(holder, sequence) VALUES(?,") + nextSequence + QLatin1Char(')');
 const QString upsertState =
     QStringLiteral("INSERT INTO tweak_state(tweak_id, required_tier, capture, state, applied_at, updated_at, "
                    "apply_sequence) "
-                   "VALUES(?,?,?,?,?,?,(SELECT COALESCE(MAX(apply_sequence), 0) + 1 FROM tweak_state)) ON "
-                   "CONFLICT(tweak_id) DO UPDATE SET  required_tier=excluded.required_tier,  "
-                   "capture=excluded.capture,  state=excluded.state,  applied_at=excluded.applied_at,  "
-                   "updated_at=excluded.updated_at,  apply_sequence=excluded.apply_sequence");
+                   "VALUES(?,?,?,?,?,?,")
+    + nextSequence
+    + QStringLiteral(") ON CONFLICT(tweak_id) DO UPDATE SET  required_tier=excluded.required_tier,  "
+                     "capture=excluded.capture,  state=excluded.state,  applied_at=excluded.applied_at,  "
+                     "updated_at=excluded.updated_at,  apply_sequence=excluded.apply_sequence");
 const QString updateState = QStringLiteral("UPDATE tweak_state SET state=?, updated_at=? WHERE tweak_id=?");
 const QString addSequenceColumn = QStringLiteral("ALTER TABLE tweak_state ADD COLUMN apply_sequence INTEGER");
 const QString selectSequence = QStringLiteral("SELECT apply_sequence FROM tweak_state LIMIT 0");
@@ -42,6 +52,9 @@ const QString selectByState = selectRecords + QStringLiteral("WHERE state=?");
 const QString selectByUnknownState =
     selectRecords + QStringLiteral("WHERE state NOT IN ('capturing', 'applied', 'reverting', 'reverted')");
 const QString selectIdsByState = QStringLiteral("SELECT tweak_id FROM tweak_state WHERE state=?");
+
+const QString selectHolders = QStringLiteral(
+    "SELECT tweak_id, state, applied_at, apply_sequence, capture FROM tweak_state WHERE state<>'reverted'");
 
 /// Indexed by the state's number.
 constexpr std::array stateNames{QLatin1String("capturing"), QLatin1String("applied"), QLatin1String("reverting"),
@@ -114,13 +127,26 @@ TweakRecord recordFrom(const QSqlQuery& query)
     TweakRecord record;
     record.id = query.value(0).toString();
     record.requiredTier = tierFromString(query.value(1).toString());
-    record.capture = JsonFile::parse(query.value(2).toString().toUtf8(), nullptr).object();
+    record.capture = StateStore::parseCapture(query.value(2).toString());
     record.state = stateFromString(query.value(3).toString());
     const qint64 appliedAtMs = query.value(4).toLongLong();
     if (appliedAtMs > 0)
         record.appliedAt = QDateTime::fromMSecsSinceEpoch(appliedAtMs);
     record.sequence = query.value(5).toLongLong();
     return record;
+}
+
+StoredCapture holderFrom(const QSqlQuery& query)
+{
+    constexpr qint64 beforeAll = qint64(1) << 62; // more than any time in milliseconds
+    StoredCapture row;
+    row.id = query.value(0).toString();
+    row.state = stateFromString(query.value(1).toString());
+    row.order = query.value(3).toLongLong();
+    if (row.order <= 0)
+        row.order = std::max<qint64>(query.value(2).toLongLong(), 0) - beforeAll;
+    row.text = query.value(4).toString();
+    return row;
 }
 
 } // namespace
@@ -143,7 +169,8 @@ bool StateStore::open(const QString& path)
     if (!connection().isOpen())
         return false;
     if (!createTable(QStringLiteral("tweak_state"), createStateTable)
-        || !createTable(QStringLiteral("tweak_selection"), createSelectionTable) || !addSequence()) {
+        || !createTable(QStringLiteral("tweak_selection"), createSelectionTable) || !addSequence()
+        || !createTable(QStringLiteral("holder_order"), createOrderTable)) {
         return false;
     }
     m_open = true;
@@ -209,6 +236,7 @@ void StateStore::seedSelection()
 bool StateStore::beginApply(const QString& id, Tier tier, const QJsonObject& capture)
 {
     const qint64 now = nowMs();
+    noteChange(id);
     return execute("beginApply", upsertState,
                    {id, tierName(tier), QString::fromUtf8(QJsonDocument(capture).toJson(QJsonDocument::Compact)),
                     stateName(TweakState::Capturing), now, now});
@@ -216,6 +244,7 @@ bool StateStore::beginApply(const QString& id, Tier tier, const QJsonObject& cap
 
 bool StateStore::setState(const QString& id, TweakState state)
 {
+    noteChange(id);
     return execute("setState", updateState, {stateName(state), nowMs(), id});
 }
 
@@ -268,6 +297,74 @@ QStringList StateStore::listIdsByState(TweakState state) const
 QList<TweakRecord> StateStore::listInterrupted() const
 {
     return listByState(TweakState::Capturing) + listByState(TweakState::Reverting);
+}
+
+bool StateStore::listHolders(QList<StoredCapture>& out) const
+{
+    out.clear();
+    QSqlQuery query = selectQuery(connection(), selectHolders, {});
+    while (query.next())
+        out.append(holderFrom(query));
+    return !hasFailed("listHolders", query);
+}
+
+bool StateStore::loadHolder(const QString& id, StoredCapture& out, bool* unreadable) const
+{
+    QSqlQuery query = selectQuery(connection(), selectHolders + QStringLiteral(" AND tweak_id=?"), {id});
+    const bool found = query.next();
+    if (found)
+        out = holderFrom(query);
+    *unreadable = !found && hasFailed("loadHolder", query);
+    return found;
+}
+
+QJsonObject StateStore::parseCapture(const QString& text)
+{
+    return JsonFile::parse(text.toUtf8(), nullptr).object();
+}
+
+std::optional<StoreVersion> StateStore::version() const
+{
+    if (!m_open)
+        return std::nullopt;
+    // https://www.sqlite.org/pragma.html#pragma_data_version
+    QSqlQuery query = selectQuery(connection(), QStringLiteral("PRAGMA data_version"), {});
+    if (query.next())
+        return StoreVersion{currentThreadSerial(), query.value(0).toLongLong()};
+    std::ignore = hasFailed("version", query);
+    return std::nullopt;
+}
+
+/// Before the write, and whatever becomes of it.
+void StateStore::noteChange(const QString& id)
+{
+    const QMutexLocker locker(&m_mutex);
+    if (!m_changes.ids.contains(id))
+        m_changes.ids.append(id);
+}
+
+StateStore::Changes StateStore::takeChanges()
+{
+    const QMutexLocker locker(&m_mutex);
+    return std::exchange(m_changes, {});
+}
+
+bool StateStore::drawOrder(const QString& holder)
+{
+    {
+        const QMutexLocker locker(&m_mutex);
+        m_changes.orders = true;
+    }
+    return execute("drawOrder", upsertOrder, {holder});
+}
+
+bool StateStore::drawnOrders(QHash<QString, qint64>& out) const
+{
+    out.clear();
+    QSqlQuery query = selectQuery(connection(), QStringLiteral("SELECT holder, sequence FROM holder_order"), {});
+    while (query.next())
+        out.insert(query.value(0).toString(), query.value(1).toLongLong());
+    return !hasFailed("drawnOrders", query);
 }
 
 void StateStore::setSelected(const QString& id, bool selected)

@@ -12,6 +12,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
 namespace torvelane {
 
@@ -26,6 +27,24 @@ struct TweakRecord {
     TweakState state = TweakState::Reverted;
     QDateTime appliedAt; ///< Invalid if never.
     qint64 sequence = 0; ///< Grows with each apply, whatever the clock says; 0 in rows from before there was one.
+};
+
+/// A row that holds values, with its capture as it is stored.
+struct StoredCapture {
+    QString id;
+    TweakState state = TweakState::Reverted;
+    qint64 order = 0; ///< Of the last apply: its sequence; below 0, and by the time, in rows from before there was one.
+    QString text;
+
+    bool operator==(const StoredCapture&) const = default;
+};
+
+/// Differs when anybody but the calling thread has committed to the database.
+struct StoreVersion {
+    quint64 thread = 0;
+    qint64 number = 0;
+
+    bool operator==(const StoreVersion&) const = default;
 };
 
 /// The crash-safe memory of what was changed: state.db, an SQLite database in WAL mode with synchronous=FULL, so that a
@@ -78,6 +97,33 @@ public:
     /// The rows in state capturing, then those in state reverting.
     [[nodiscard]] QList<TweakRecord> listInterrupted() const;
 
+    /// The rows that aren't reverted, those in a state of a later version included. False if the database can't be read.
+    [[nodiscard]] bool listHolders(QList<StoredCapture>& out) const;
+
+    /// One of them. False if there is no such row, or if it is reverted; `unreadable` as for loadRecord.
+    [[nodiscard]] bool loadHolder(const QString& id, StoredCapture& out, bool* unreadable) const;
+
+    /// A capture from its stored text; empty if that doesn't parse.
+    [[nodiscard]] static QJsonObject parseCapture(const QString& text);
+
+    /// Nothing if the database can't be read, or isn't open.
+    [[nodiscard]] std::optional<StoreVersion> version() const;
+
+    /// What this process has written, or tried to, since the last question.
+    struct Changes {
+        QStringList ids;
+        bool orders = false;
+    };
+
+    /// For the one who keeps a view of the database.
+    [[nodiscard]] Changes takeChanges();
+
+    /// The order of those who hold values and have no row. A number above all drawn before, in either table, is stored.
+    [[nodiscard]] bool drawOrder(const QString& holder);
+
+    /// False if the database can't be read.
+    [[nodiscard]] bool drawnOrders(QHash<QString, qint64>& out) const;
+
     /// The user's choice, kept apart from the state: a tweak can be wanted and not applied.
     void setSelected(const QString& id, bool selected);
     void clearSelection();
@@ -99,14 +145,16 @@ private:
     [[nodiscard]] bool execute(const char* operation, const QString& sql, const QVariantList& values) const;
     [[nodiscard]] bool createTable(const QString& table, const QString& sql) const;
     [[nodiscard]] bool addSequence() const;
+    void noteChange(const QString& id);
     void seedSelection();
 
     bool m_open = false;
     QString m_baseName;
     QString m_path;
     CommitObserver m_commitObserver;
-    mutable QMutex m_mutex; ///< Guards m_connections only, and is never held across a query.
+    mutable QMutex m_mutex; ///< Guards what follows, and is never held across a query.
     mutable QHash<quintptr, ThreadConnection> m_connections;
+    Changes m_changes;
 };
 
 } // namespace torvelane

@@ -46,8 +46,22 @@ TweakEngine::TweakEngine(TweakCatalog* catalog, StateStore* store, QObject* pare
     : QObject(parent)
     , m_catalog(catalog)
     , m_store(store)
+    , m_holds(catalog, store)
     , m_clock(&QDateTime::currentMSecsSinceEpoch)
 {
+    m_ledger->attach(&m_holds);
+}
+
+TweakEngine::~TweakEngine()
+{
+    m_ledger->detach(&m_holds);
+}
+
+void TweakEngine::setLedger(ValueLedger* ledger)
+{
+    m_ledger->detach(&m_holds);
+    m_ledger = ledger;
+    m_ledger->attach(&m_holds);
 }
 
 bool TweakEngine::applyBatch(const QStringList& ids, Tier tier, QStringList* errors, bool withRestorePoint)
@@ -58,6 +72,7 @@ bool TweakEngine::applyBatch(const QStringList& ids, Tier tier, QStringList* err
         makeRestorePoint(ids.size());
     bool allApplied = true;
     bool busy = false;
+    const ValueLedger::Batch batch(*m_ledger);
     for (const QString& id : ids) {
         QString error = notTried;
         const Outcome outcome = busy ? Outcome::Busy : applyOne(id, tier, &error);
@@ -118,25 +133,31 @@ TweakEngine::Outcome TweakEngine::applyLocked(const TweakDefinition& definition,
         m_store->setSelected(id, true);
         return Outcome::Done;
     }
+    // From the look at who holds the values until the row says how it ended. A command holds none, and may take long.
+    const auto* const registryTweak = dynamic_cast<const RegistryTweak*>(&tweak);
+    std::optional<LedgerSession> session;
+    if (registryTweak)
+        session.emplace(*m_ledger, id);
     // The same goes for a row that waits to be put back: first back, then forward again.
     QString restoreError;
     if (known && record.state != TweakState::Reverted && !record.capture.isEmpty()
-        && !restoreFromRecord(record, &restoreError)) {
+        && !restoreFromRecord(record, session, &restoreError)) {
         return failApply(id, QStringLiteral("An earlier change could not be undone: ") + restoreError, error);
     }
 
     bool captured = false;
     QString captureError;
-    const QJsonObject capture = tweak.capture(&captured, &captureError);
+    const QJsonObject capture = registryTweak ? registryTweak->capture(*session, &captured, &captureError)
+                                              : tweak.capture(&captured, &captureError);
     if (!captured)
-        return failApply(id, QStringLiteral("Capture failed: ") + captureError, error);
+        return failApply(id, QStringLiteral("Capture failed: ") + captureError, error, storeFailure());
     // The committed row comes before the first touch of the system; everything rests on this order.
     if (!m_store->beginApply(id, definition.requiredTier, capture))
         return failApply(id, persistFailure, error, storeFailure());
 
     const TweakResult applied = tweak.apply();
     if (!applied.ok) {
-        std::ignore = tweak.revert(capture);
+        std::ignore = registryTweak ? RegistryTweak::revertCapture(capture, nullptr, &*session) : tweak.revert(capture);
         m_store->setState(id, TweakState::Reverted);
         return failApply(id, QStringLiteral("Apply error: ") + applied.message, error);
     }
@@ -159,6 +180,7 @@ TweakEngine::Outcome TweakEngine::failApply(const QString& id, const QString& me
 
 bool TweakEngine::revertTweak(const QString& id, QString* error, bool updateSelection)
 {
+    const ValueLedger::Batch batch(*m_ledger);
     return revertOne(id, error, updateSelection) == Outcome::Done;
 }
 
@@ -188,12 +210,14 @@ TweakEngine::Outcome TweakEngine::revertOne(const QString& id, QString* error, b
     if (record.state == TweakState::Unknown)
         return failRevert(id, unknownState, error);
 
+    std::optional<LedgerSession> session;
+    openSession(record, session);
     // From here on a crash leaves a row that recovery takes up. Without it, a crash halfway would leave one that says
     // applied over values of which some are the original ones.
     if (!m_store->markReverting(id))
         return failRevert(id, QStringLiteral("Could not record that it begins (state store)"), error, storeFailure());
     QString message;
-    if (!restoreFromRecord(record, &message))
+    if (!restoreFromRecord(record, session, &message))
         return failRevert(id, message, error);
     m_store->markReverted(id);
     Q_EMIT tweakReverted(id);
@@ -210,12 +234,21 @@ TweakEngine::Outcome TweakEngine::failRevert(const QString& id, const QString& m
     return outcome;
 }
 
-bool TweakEngine::restoreFromRecord(const TweakRecord& record, QString* error)
+/// One that lasts until the row says that nothing is held any more; none for what holds no values, and may take long.
+void TweakEngine::openSession(const TweakRecord& record, std::optional<LedgerSession>& session)
+{
+    if (record.capture.value(captureTypeKey).toString() == tweakTypeRegistry)
+        session.emplace(*m_ledger, record.id);
+}
+
+bool TweakEngine::restoreFromRecord(const TweakRecord& record, const std::optional<LedgerSession>& session,
+                                    QString* error)
 {
     const QString type = record.capture.value(captureTypeKey).toString();
     TweakResult result;
     if (type == tweakTypeRegistry) {
-        result = RegistryTweak::revertCapture(record.capture, m_restoreAllowList ? &*m_restoreAllowList : nullptr);
+        result = RegistryTweak::revertCapture(record.capture, m_restoreAllowList ? &*m_restoreAllowList : nullptr,
+                                              session ? &*session : nullptr);
     } else if (const std::shared_ptr<ITweak> tweak = m_catalog->implementation(record.id)) {
         result = tweak->revert(record.capture);
     } else {
@@ -230,6 +263,7 @@ TweakEngine::Outcome TweakEngine::revertEach(const QStringList& ids, bool update
 {
     Outcome worst = Outcome::Done;
     bool busy = false;
+    const ValueLedger::Batch batch(*m_ledger);
     for (const QString& id : ids) {
         QString error = notTried;
         const Outcome outcome = busy ? Outcome::Busy : revertOne(id, &error, updateSelection);
@@ -335,9 +369,12 @@ void TweakEngine::recoverInterrupted()
     if (interrupted.isEmpty())
         return;
     logLine(LogLevel::Warn, QStringLiteral("Recovering %1 interrupted tweak(s) after crash").arg(interrupted.size()));
+    const ValueLedger::Batch batch(*m_ledger);
     for (const TweakRecord& record : interrupted) {
         QString error;
-        if (!restoreFromRecord(record, &error)) {
+        std::optional<LedgerSession> session;
+        openSession(record, session);
+        if (!restoreFromRecord(record, session, &error)) {
             logLine(LogLevel::Error, QStringLiteral("Recovery revert failed for %1: %2").arg(record.id, error));
             continue;
         }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "core/Tier.h"
+#include "system/ValueLedger.h"
+#include "tweaks/EntryHolds.h"
 
 #include <QObject>
 #include <QSet>
@@ -14,8 +16,6 @@
 namespace torvelane {
 
 class ITweak;
-class StateStore;
-class TweakCatalog;
 struct TweakDefinition;
 struct TweakRecord;
 
@@ -33,6 +33,11 @@ class TweakEngine : public QObject {
 public:
     /// Neither is owned; both outlive the engine.
     TweakEngine(TweakCatalog* catalog, StateStore* store, QObject* parent = nullptr);
+    ~TweakEngine() override;
+
+    /// Another ledger than one of the engine's own, in which there are only entries. Not owned; it outlives the engine.
+    /// While nothing is applied or reverted.
+    void setLedger(ValueLedger* ledger);
 
     /// Applies each id in order; a failure doesn't stop the rest, unless it is another process that has the lock or the
     /// store: each of the rest would wait as long. True if all succeeded; `errors`, which may be null, gets
@@ -99,11 +104,15 @@ private:
     bool failAll(const QString& message, QString* error);
     [[nodiscard]] bool listApplied(QList<TweakRecord>& records, QString* error);
     void warnOfUnknownStates();
-    bool restoreFromRecord(const TweakRecord& record, QString* error);
+    bool restoreFromRecord(const TweakRecord& record, const std::optional<LedgerSession>& session, QString* error);
+    void openSession(const TweakRecord& record, std::optional<LedgerSession>& session);
     void makeRestorePoint(qsizetype tweakCount);
 
     TweakCatalog* m_catalog;
     StateStore* m_store;
+    EntryHolds m_holds;
+    ValueLedger m_ownLedger;
+    ValueLedger* m_ledger = &m_ownLedger;
     std::optional<QSet<QString>> m_restoreAllowList; ///< Held to when engaged: see RegistryTweak::revertCapture.
     std::atomic<qint64> m_lastRestorePointMs = 0;    ///< When the last restore point was tried; 0 at first.
     RestorePointMaker m_restorePointMaker;
