@@ -1519,6 +1519,13 @@ Votre PC va REDÉMARRER pour terminer la restauration. Enregistrez d’abord les
     </message>
 </context>
 <context>
+    <name>HeldValues</name>
+    <message>
+        <source>The original value of %1 can&apos;t be read, so nothing was changed.</source>
+        <translation>La valeur d’origine de %1 est illisible : rien n’a été changé.</translation>
+    </message>
+</context>
+<context>
     <name>OptimizerLock</name>
     <message>
         <source>Another Torvelane process is changing this PC, so nothing was changed. Try again when it has finished.</source>

@@ -1,7 +1,6 @@
 #include "optimizers/AdapterSnapshots.h"
 
 #include "optimizers/SnapshotValue.h"
-#include "system/RegistryAccess.h"
 
 namespace torvelane {
 
@@ -14,7 +13,9 @@ const QString keyValues = QStringLiteral("values");
 
 } // namespace
 
-AdapterSnapshots::AdapterSnapshots(const QString& fileName, const QString& category) : m_file(fileName, category)
+AdapterSnapshots::AdapterSnapshots(const QString& fileName, const QString& category)
+    : m_fileName(fileName)
+    , m_file(fileName, category)
 {
     take(m_file.read().value_or(QJsonObject()));
 }
@@ -33,10 +34,42 @@ void AdapterSnapshots::insert(const NetAdapter& adapter, const QJsonArray& value
     save();
 }
 
-void AdapterSnapshots::remove(const QString& guid)
+int AdapterSnapshots::restore(const QString& guid, const AdapterSnapshot& entry)
 {
+    const LedgerSession session(ValueLedger::current(), holder(guid));
+    int restored = 0;
+    for (const QJsonValue& element : entry.values) {
+        const QJsonObject captured = element.toObject();
+        const auto value = capturedValueFromJson(captured);
+        if (value
+            && session.putBack({RegistryHive::LocalMachine, entry.regSubKey, captured.value(keyName).toString()},
+                               *value)) {
+            ++restored;
+        }
+    }
     m_entries.remove(guid);
     save();
+    return restored;
+}
+
+QList<ValueHolder> AdapterSnapshots::heldIn(const QString& fileName, const QJsonObject& document,
+                                            const std::optional<RegistryValue>& wish)
+{
+    QList<ValueHolder> holders;
+    for (auto member = document.begin(); member != document.end(); ++member) {
+        ValueHolder holder{fileName + QLatin1Char('/') + member.key(), {}, {}};
+        const QJsonObject entry = member.value().toObject();
+        const QString key = entry.value(keyRegSubKey).toString();
+        const QJsonArray values = entry.value(keyValues).toArray();
+        for (const QJsonValue& element : values) {
+            const QJsonObject captured = element.toObject();
+            holder.values.append({{RegistryHive::LocalMachine, key, captured.value(keyName).toString()},
+                                  capturedValueFromJson(captured),
+                                  wish});
+        }
+        holders.append(holder);
+    }
+    return holders;
 }
 
 void AdapterSnapshots::take(const QJsonObject& document)
@@ -61,26 +94,12 @@ void AdapterSnapshots::save()
                                     {keyValues, entry->values}});
     }
     // What could not be recorded is in the log; the operation goes on.
-    m_isSaved = m_file.write(document) == JsonFile::WriteError::None;
+    m_isSaved = m_file.keep(document);
 }
 
 QString displayName(const NetAdapter& adapter)
 {
     return adapter.connectionName.isEmpty() ? adapter.name : adapter.connectionName;
-}
-
-int restoreValues(const AdapterSnapshot& entry)
-{
-    int restored = 0;
-    for (const QJsonValue& element : entry.values) {
-        const QJsonObject captured = element.toObject();
-        const auto value = capturedValueFromJson(captured);
-        if (value
-            && writeValue(RegistryHive::LocalMachine, entry.regSubKey, captured.value(keyName).toString(), *value)) {
-            ++restored;
-        }
-    }
-    return restored;
 }
 
 } // namespace torvelane

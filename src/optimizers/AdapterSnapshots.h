@@ -2,6 +2,7 @@
 
 #include "optimizers/NetAdapters.h"
 #include "optimizers/SnapshotFile.h"
+#include "system/ValueLedger.h"
 
 #include <QHash>
 #include <QJsonArray>
@@ -24,6 +25,17 @@ public:
     /// Reads the file; a missing or broken one holds nothing.
     AdapterSnapshots(const QString& fileName, const QString& category);
 
+    /// As the ledger knows an adapter's entry.
+    [[nodiscard]] QString holder(const QString& guid) const { return m_fileName + QLatin1Char('/') + guid; }
+
+    /// What the adapters of a document hold. `wish` is what all of their values become, where that is known.
+    [[nodiscard]] static QList<ValueHolder> heldIn(const QString& fileName, const QJsonObject& document,
+                                                   const std::optional<RegistryValue>& wish);
+
+    /// Writes every captured value of an adapter back and forgets it, which writes the file. @return how many values could
+    /// be written
+    [[nodiscard]] int restore(const QString& guid, const AdapterSnapshot& entry);
+
     /// Takes over what another process has written since. Under the lock, before anything is decided.
     void refresh();
 
@@ -36,13 +48,11 @@ public:
     /// Remembers an adapter and writes the file. `values` were captured from it.
     void insert(const NetAdapter& adapter, const QJsonArray& values);
 
-    /// Forgets an adapter and writes the file.
-    void remove(const QString& guid);
-
 private:
     void take(const QJsonObject& document);
     void save();
 
+    QString m_fileName;
     SnapshotFile m_file;
     Entries m_entries;
     bool m_isSaved = true; ///< Otherwise the file is older than the entries.
@@ -50,8 +60,5 @@ private:
 
 /// The name that messages and the log use: the connection's, or the adapter's if that has none.
 [[nodiscard]] QString displayName(const NetAdapter& adapter);
-
-/// Writes every captured value of an entry back. @return how many could be
-[[nodiscard]] int restoreValues(const AdapterSnapshot& entry);
 
 } // namespace torvelane

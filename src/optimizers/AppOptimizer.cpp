@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Translate.h"
+#include "optimizers/HeldValues.h"
 #include "optimizers/OptimizerLock.h"
 #include "optimizers/SnapshotValue.h"
 #include "system/RegistryAccess.h"
@@ -20,16 +21,24 @@ constexpr int longestWaitMs = 500; ///< For another process, on the GUI thread.
 const QString keyPath = QStringLiteral("path");
 const QString keyOriginal = QStringLiteral("original");
 
-QString keyOf(const QString& fileName)
+ValuePlace placeOf(const QString& fileName)
 {
-    return QStringLiteral(
-               "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Image File Execution Options\\%1\\PerfOptions")
-        .arg(fileName);
+    return {
+        RegistryHive::LocalMachine,
+        QStringLiteral("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Image File Execution Options\\%1\\PerfOptions")
+            .arg(fileName),
+        valueName};
+}
+
+/// As the ledger knows a program; `key` is its file name in lower case.
+QString holderOf(const QString& key)
+{
+    return AppOptimizer::snapshotName + QLatin1Char('/') + key;
 }
 
 } // namespace
 
-AppOptimizer::AppOptimizer() : m_file(QStringLiteral("app_optimize.json"), category)
+AppOptimizer::AppOptimizer() : m_file(snapshotName, category)
 {
     take(m_file.read().value_or(QJsonObject()));
 }
@@ -41,6 +50,19 @@ void AppOptimizer::take(const QJsonObject& document)
         const QJsonObject entry = member.value().toObject();
         m_entries.insert(member.key(), {entry.value(keyPath).toString(), entry.value(keyOriginal).toObject()});
     }
+}
+
+QList<ValueHolder> AppOptimizer::heldIn(const QJsonObject& document)
+{
+    QList<ValueHolder> holders;
+    for (auto member = document.begin(); member != document.end(); ++member) {
+        const QJsonObject original = member.value().toObject().value(keyOriginal).toObject();
+        holders.append({holderOf(member.key()),
+                        {},
+                        {{placeOf(member.key()), plainValueFromJson(original),
+                          RegistryValue{true, RegistryValueKind::Dword, priorityHigh, {}, {}}}}});
+    }
+    return holders;
 }
 
 /// Takes over what another process has written since.
@@ -58,7 +80,7 @@ void AppOptimizer::save()
     for (auto entry = m_entries.begin(); entry != m_entries.end(); ++entry) {
         document.insert(entry.key(), QJsonObject{{keyPath, entry->path}, {keyOriginal, entry->original}});
     }
-    m_isSaved = m_file.write(document) == JsonFile::WriteError::None;
+    m_isSaved = m_file.keep(document);
 }
 
 AppOptimizeResult AppOptimizer::optimize(const QString& exePath)
@@ -67,6 +89,7 @@ AppOptimizeResult AppOptimizer::optimize(const QString& exePath)
     const QString fileName = QFileInfo(QString(exePath).replace(QLatin1Char('\\'), QLatin1Char('/'))).fileName();
     if (!fileName.endsWith(QLatin1String(".exe"), Qt::CaseInsensitive))
         return {false, translate("AppOptimizer", "Please choose an .exe file.")};
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category, longestWaitMs);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal()};
@@ -75,12 +98,17 @@ AppOptimizeResult AppOptimizer::optimize(const QString& exePath)
     if (m_entries.contains(key))
         return {true, translate("AppOptimizer", "%1 is already optimized.").arg(fileName)};
 
+    const ValuePlace place = placeOf(fileName);
+    const LedgerSession session(ValueLedger::current(), holderOf(key));
+    if (session.isOriginalLost(place))
+        return {false, HeldValues::lostOriginal(place)};
     RegistryValue original;
-    if (!readValue(RegistryHive::LocalMachine, keyOf(fileName), valueName, original))
+    if (!session.readOriginal(place, original, nullptr))
         return {false, translate("AppOptimizer", "Could not access Image File Execution Options.")};
+    session.drawOrder();
     m_entries.insert(key, {exePath, plainValueToJson(original)});
     save();
-    if (!writeDword(RegistryHive::LocalMachine, keyOf(fileName), valueName, priorityHigh)) {
+    if (!writeDword(place.hive, place.path, place.name, priorityHigh)) {
         m_entries.remove(key);
         save();
         return {false, translate("AppOptimizer", "Failed to write the priority setting.")};
@@ -91,6 +119,7 @@ AppOptimizeResult AppOptimizer::optimize(const QString& exePath)
 
 AppOptimizeResult AppOptimizer::restore(const QString& name)
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category, longestWaitMs);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal()};
@@ -99,7 +128,8 @@ AppOptimizeResult AppOptimizer::restore(const QString& name)
     if (!m_entries.contains(key))
         return {true, translate("AppOptimizer", "Nothing to restore.")};
     const auto original = plainValueFromJson(m_entries.value(key).original);
-    const bool restored = original && writeValue(RegistryHive::LocalMachine, keyOf(name), valueName, *original);
+    const LedgerSession session(ValueLedger::current(), holderOf(key));
+    const bool restored = original && session.putBack(placeOf(name), *original);
     m_entries.remove(key);
     save();
     logMessage(LogLevel::Info, category, QStringLiteral("Restored ") + name);

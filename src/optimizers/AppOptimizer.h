@@ -1,6 +1,7 @@
 #pragma once
 
 #include "optimizers/SnapshotFile.h"
+#include "system/ValueLedger.h"
 
 #include <QHash>
 #include <QList>
@@ -25,7 +26,12 @@ struct AppOptimizeResult {
 /// rights.
 class AppOptimizer {
 public:
+    static constexpr QLatin1String snapshotName{"app_optimize.json"};
+
     AppOptimizer();
+
+    /// What the programs of a snapshot hold.
+    [[nodiscard]] static QList<ValueHolder> heldIn(const QJsonObject& document);
 
     /// `exePath` is the program as the user chose it.
     [[nodiscard]] AppOptimizeResult optimize(const QString& exePath);

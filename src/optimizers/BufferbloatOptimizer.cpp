@@ -27,7 +27,13 @@ QString declaredMinimum(const QString& adapterKey, const QString& setting)
 
 } // namespace
 
-BufferbloatOptimizer::BufferbloatOptimizer() : m_snapshots(QStringLiteral("bufferbloat_opt.json"), category) { }
+BufferbloatOptimizer::BufferbloatOptimizer() : m_snapshots(snapshotName, category) { }
+
+QList<ValueHolder> BufferbloatOptimizer::heldIn(const QJsonObject& document)
+{
+    // What an adapter was told isn't stored, and is its driver's business.
+    return AdapterSnapshots::heldIn(snapshotName, document, std::nullopt);
+}
 
 QStringList BufferbloatOptimizer::bufferSettingNames()
 {
@@ -36,13 +42,16 @@ QStringList BufferbloatOptimizer::bufferSettingNames()
 
 BufferbloatResult BufferbloatOptimizer::apply(const NetAdapter& adapter)
 {
+    std::optional<LedgerSession> session(std::in_place, ValueLedger::current(), m_snapshots.holder(adapter.guid));
     QHash<QString, QString> minimums;
     QJsonArray captured;
     const QStringList settings = bufferSettingNames();
     for (const QString& setting : settings) {
         RegistryValue value;
-        if (!readValue(RegistryHive::LocalMachine, adapter.regSubKey, setting, value) || !value.exists)
+        if (!session->readOriginal({RegistryHive::LocalMachine, adapter.regSubKey, setting}, value, nullptr)
+            || !value.exists) {
             continue;
+        }
         const QString minimum = declaredMinimum(adapter.regSubKey, setting);
         if (minimum.isEmpty())
             continue;
@@ -51,6 +60,7 @@ BufferbloatResult BufferbloatOptimizer::apply(const NetAdapter& adapter)
     }
     if (minimums.isEmpty())
         return {false, translate("BufferbloatOptimizer", "no adjustable buffers"), 0};
+    session->drawOrder();
     m_snapshots.insert(adapter, captured);
 
     int written = 0;
@@ -58,6 +68,7 @@ BufferbloatResult BufferbloatOptimizer::apply(const NetAdapter& adapter)
         if (writeString(RegistryHive::LocalMachine, adapter.regSubKey, minimum.key(), minimum.value(), false))
             ++written;
     }
+    session.reset();
     logMessage(
         LogLevel::Info, category,
         QStringLiteral("Ultra-low on %1: %2 buffer setting(s)").arg(displayName(adapter), QString::number(written)));
@@ -70,6 +81,7 @@ BufferbloatResult BufferbloatOptimizer::apply(const NetAdapter& adapter)
 
 BufferbloatResult BufferbloatOptimizer::applyAll(const QList<NetAdapter>& adapters)
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal(), 0};
@@ -98,8 +110,7 @@ BufferbloatResult BufferbloatOptimizer::applyAll(const QList<NetAdapter>& adapte
 
 BufferbloatResult BufferbloatOptimizer::restore(const QString& guid, const AdapterSnapshot& snapshot)
 {
-    const int restored = restoreValues(snapshot);
-    m_snapshots.remove(guid);
+    const int restored = m_snapshots.restore(guid, snapshot);
     logMessage(LogLevel::Info, category,
                QStringLiteral("Restored %1: %2 buffer setting(s)").arg(snapshot.name, QString::number(restored)));
 
@@ -112,6 +123,7 @@ BufferbloatResult BufferbloatOptimizer::restore(const QString& guid, const Adapt
 
 BufferbloatResult BufferbloatOptimizer::restoreAll()
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal(), 0};

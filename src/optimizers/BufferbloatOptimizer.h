@@ -30,7 +30,12 @@ struct BufferbloatResult {
 /// administrator rights and drops their connection.
 class BufferbloatOptimizer {
 public:
+    static constexpr QLatin1String snapshotName{"bufferbloat_opt.json"};
+
     BufferbloatOptimizer();
+
+    /// What the adapters of a snapshot hold.
+    [[nodiscard]] static QList<ValueHolder> heldIn(const QJsonObject& document);
 
     /// The driver settings that are changed, in their order.
     [[nodiscard]] static QStringList bufferSettingNames();

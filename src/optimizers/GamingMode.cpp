@@ -2,15 +2,18 @@
 
 #include "core/Log.h"
 #include "core/Translate.h"
+#include "optimizers/HeldValues.h"
 #include "optimizers/OptimizerLock.h"
 #include "optimizers/PowerPlanManager.h"
 #include "optimizers/SnapshotFile.h"
 #include "optimizers/SnapshotValue.h"
 #include "system/RegistryAccess.h"
 
+#include <QHash>
 #include <QJsonArray>
 
 #include <array>
+#include <optional>
 
 namespace torvelane::GamingMode {
 
@@ -82,9 +85,19 @@ constexpr std::array settings{
     number(machine, tcpip, QLatin1String("TcpTimedWaitDelay"), 30),
 };
 
+ValuePlace placeOf(const Setting& setting)
+{
+    return {setting.hive, setting.key, setting.name};
+}
+
+RegistryValue wishOf(const Setting& setting)
+{
+    return {true, setting.kind, setting.number, setting.text, {}};
+}
+
 SnapshotFile stateFile()
 {
-    return {QStringLiteral("gaming_mode.json"), category};
+    return {snapshotName, category};
 }
 
 bool isActiveIn(const QJsonObject& document)
@@ -92,13 +105,23 @@ bool isActiveIn(const QJsonObject& document)
     return document.value(keyActive).toBool();
 }
 
-QJsonArray captureAll()
+/// The place of a value that can't be captured, since only an unreadable snapshot knows its original.
+std::optional<ValuePlace> lostOriginal(const LedgerSession& session)
+{
+    for (const Setting& setting : settings) {
+        if (session.isOriginalLost(placeOf(setting)))
+            return placeOf(setting);
+    }
+    return std::nullopt;
+}
+
+QJsonArray captureAll(const LedgerSession& session)
 {
     QJsonArray entries;
     for (const Setting& setting : settings) {
         // A value that can't be read is recorded as absent.
         RegistryValue value;
-        std::ignore = readValue(setting.hive, setting.key, setting.name, value);
+        std::ignore = session.readOriginal(placeOf(setting), value, nullptr);
         entries.append(QJsonObject{{keyHive, hiveName(setting.hive)},
                                    {keyKey, setting.key},
                                    {keyName, setting.name},
@@ -121,15 +144,42 @@ bool isActive()
     return isActiveIn(stateFile().read().value_or(QJsonObject()));
 }
 
+QList<ValueHolder> heldIn(const QJsonObject& document)
+{
+    ValueHolder holder{snapshotName, {}, {}};
+    QHash<QString, RegistryValue> wishes;
+    for (const Setting& setting : settings)
+        wishes.insert(placeOf(setting).key(), wishOf(setting));
+    const QJsonArray entries = isActiveIn(document) ? document.value(keyEntries).toArray() : QJsonArray();
+    for (const QJsonValue& element : entries) {
+        const QJsonObject entry = element.toObject();
+        bool hiveKnown = false;
+        HeldValue held{{parseHive(entry.value(keyHive).toString(), &hiveKnown), entry.value(keyKey).toString(),
+                        entry.value(keyName).toString()},
+                       numberedValueFromJson(entry.value(keySnap).toObject()),
+                       std::nullopt};
+        if (const auto wish = wishes.constFind(held.place.key()); wish != wishes.cend())
+            held.wish = *wish;
+        if (hiveKnown)
+            holder.values.append(held);
+    }
+    return {holder};
+}
+
 GamingResult activate()
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal(), 0};
     if (isActive())
         return {true, translate("GamingMode", "Gaming Mode is already active."), 0};
-    const QJsonArray entries = captureAll();
+    std::optional<LedgerSession> session(std::in_place, ValueLedger::current(), snapshotName);
+    if (const std::optional<ValuePlace> place = lostOriginal(*session))
+        return {false, HeldValues::lostOriginal(*place), 0};
+    const QJsonArray entries = captureAll(*session);
     const QString plan = PowerPlanManager::activeScheme();
+    session->drawOrder();
     if (stateFile().write({{keyActive, true}, {keyPowerPlan, plan}, {keyEntries, entries}})
         == JsonFile::WriteError::CannotOpen)
         return {false, translate("GamingMode", "Could not save the Gaming Mode state file."), 0};
@@ -138,6 +188,7 @@ GamingResult activate()
     int failed = 0;
     for (const Setting& setting : settings)
         ++(write(setting) ? written : failed);
+    session.reset();
     const bool planApplied = PowerPlanManager::applyBestPlan().ok;
     const bool cpuApplied = PowerPlanManager::applyMaxCpu().ok;
     logMessage(LogLevel::Info, category,
@@ -155,6 +206,7 @@ GamingResult activate()
 
 GamingResult deactivate()
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal(), 0};
@@ -163,6 +215,7 @@ GamingResult deactivate()
     if (!isActiveIn(document))
         return {true, translate("GamingMode", "Gaming Mode is not active."), 0};
 
+    std::optional<LedgerSession> session(std::in_place, ValueLedger::current(), snapshotName);
     int restored = 0;
     const QJsonArray entries = document.value(keyEntries).toArray();
     for (const QJsonValue& element : entries) {
@@ -171,10 +224,12 @@ GamingResult deactivate()
         const RegistryHive hive = parseHive(entry.value(keyHive).toString(), &hiveKnown);
         const auto value = numberedValueFromJson(entry.value(keySnap).toObject());
         if (hiveKnown && value
-            && writeValue(hive, entry.value(keyKey).toString(), entry.value(keyName).toString(), *value)) {
+            && session->putBack({hive, entry.value(keyKey).toString(), entry.value(keyName).toString()}, *value)) {
             ++restored;
         }
     }
+    session->leave();
+    session.reset();
     // Before the plan: restoring the processor's settings makes the performance plan active once more.
     std::ignore = PowerPlanManager::restoreCpu();
     if (const QString plan = document.value(keyPowerPlan).toString(); !plan.isEmpty())

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "system/ValueLedger.h"
+
+#include <QJsonObject>
 #include <QString>
 
 namespace torvelane {
@@ -19,9 +22,15 @@ struct GamingResult {
 /// if powercfg.exe hangs. Values below HKLM need administrator rights; without them only the others are written.
 namespace GamingMode {
 
+inline constexpr QLatin1String snapshotName{"gaming_mode.json"};
+
 [[nodiscard]] bool isActive();
 
-/// Fails, and changes nothing, only if the snapshot can't be opened for writing.
+/// What a snapshot holds.
+[[nodiscard]] QList<ValueHolder> heldIn(const QJsonObject& document);
+
+/// Fails, and changes nothing, only if the snapshot can't be opened for writing, if another process is changing the machine,
+/// or if the original of one of the values is in a snapshot that can't be read.
 [[nodiscard]] GamingResult activate();
 
 /// Always a success: what could not be put back is missing from the count.

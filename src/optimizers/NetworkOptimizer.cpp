@@ -45,10 +45,16 @@ std::span<const QLatin1String> settingsFor(AdapterKind kind)
 
 } // namespace
 
-NetworkOptimizer::NetworkOptimizer() : m_snapshots(QStringLiteral("network_opt.json"), category) { }
+NetworkOptimizer::NetworkOptimizer() : m_snapshots(snapshotName, category) { }
+
+QList<ValueHolder> NetworkOptimizer::heldIn(const QJsonObject& document)
+{
+    return AdapterSnapshots::heldIn(snapshotName, document, RegistryValue{true, RegistryValueKind::Sz, 0, off, {}});
+}
 
 NicOptResult NetworkOptimizer::apply(const NetAdapter& adapter)
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal()};
@@ -56,17 +62,21 @@ NicOptResult NetworkOptimizer::apply(const NetAdapter& adapter)
     if (isOptimized(adapter.guid))
         return {true, translate("NetworkOptimizer", "Already optimized.")};
 
+    std::optional<LedgerSession> session(std::in_place, ValueLedger::current(), m_snapshots.holder(adapter.guid));
     QStringList names;
     QJsonArray captured;
     for (const QLatin1String setting : settingsFor(adapter.kind)) {
         RegistryValue value;
-        if (!readValue(RegistryHive::LocalMachine, adapter.regSubKey, setting, value) || !value.exists)
+        if (!session->readOriginal({RegistryHive::LocalMachine, adapter.regSubKey, setting}, value, nullptr)
+            || !value.exists) {
             continue;
+        }
         names.append(setting);
         captured.append(capturedValueToJson(setting, value));
     }
     if (names.isEmpty())
         return {false, translate("NetworkOptimizer", "This adapter exposes none of the optimizable settings.")};
+    session->drawOrder();
     m_snapshots.insert(adapter, captured);
 
     int written = 0;
@@ -74,6 +84,7 @@ NicOptResult NetworkOptimizer::apply(const NetAdapter& adapter)
         if (writeString(RegistryHive::LocalMachine, adapter.regSubKey, name, off, false))
             ++written;
     }
+    session.reset();
     logMessage(LogLevel::Info, category,
                QStringLiteral("Optimized %1: %2 setting(s)").arg(displayName(adapter), QString::number(written)));
 
@@ -85,6 +96,7 @@ NicOptResult NetworkOptimizer::apply(const NetAdapter& adapter)
 
 NicOptResult NetworkOptimizer::applyAll(const QList<NetAdapter>& adapters)
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal()};
@@ -105,12 +117,12 @@ NicOptResult NetworkOptimizer::applyAll(const QList<NetAdapter>& adapters)
 
 NicOptResult NetworkOptimizer::restore(const QString& guid, const AdapterSnapshot& snapshot)
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal()};
     m_snapshots.refresh();
-    const int restored = restoreValues(snapshot);
-    m_snapshots.remove(guid);
+    const int restored = m_snapshots.restore(guid, snapshot);
     logMessage(LogLevel::Info, category,
                QStringLiteral("Restored %1: %2 setting(s)").arg(snapshot.name, QString::number(restored)));
 
@@ -124,6 +136,7 @@ NicOptResult NetworkOptimizer::restore(const QString& guid, const AdapterSnapsho
 
 NicOptResult NetworkOptimizer::restoreAll()
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal()};

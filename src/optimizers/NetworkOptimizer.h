@@ -22,7 +22,12 @@ struct NicOptResult {
 /// that blocks, changes HKLM and restarts adapters, which needs administrator rights and drops their connection.
 class NetworkOptimizer {
 public:
+    static constexpr QLatin1String snapshotName{"network_opt.json"};
+
     NetworkOptimizer();
+
+    /// What the adapters of a snapshot hold.
+    [[nodiscard]] static QList<ValueHolder> heldIn(const QJsonObject& document);
 
     [[nodiscard]] bool isOptimized(const QString& guid) const { return m_snapshots.contains(guid); }
     [[nodiscard]] bool hasSnapshots() const { return m_snapshots.count() > 0; }

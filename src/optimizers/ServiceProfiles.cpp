@@ -57,14 +57,19 @@ quint32 startFromJson(const QJsonValue& stored)
     return start <= std::numeric_limits<quint32>::max() ? static_cast<quint32>(start) : startAutomatic;
 }
 
-QString keyOf(const QString& service)
+ValuePlace placeOf(const QString& service)
 {
-    return QStringLiteral("SYSTEM\\CurrentControlSet\\Services\\") + service;
+    return {RegistryHive::LocalMachine, QStringLiteral("SYSTEM\\CurrentControlSet\\Services\\") + service, startValue};
+}
+
+RegistryValue valueOf(quint32 start)
+{
+    return {true, RegistryValueKind::Dword, start, {}, {}};
 }
 
 } // namespace
 
-ServiceProfiles::ServiceProfiles() : m_file(QStringLiteral("services_profile.json"), category)
+ServiceProfiles::ServiceProfiles() : m_file(snapshotName, category)
 {
     take(m_file.read().value_or(QJsonObject()));
 }
@@ -77,6 +82,17 @@ void ServiceProfiles::take(const QJsonObject& document)
     for (auto member = services.begin(); member != services.end(); ++member) {
         m_originals.insert(member.key(), startFromJson(member.value().toObject().value(keyStart)));
     }
+}
+
+QList<ValueHolder> ServiceProfiles::heldIn(const QJsonObject& document)
+{
+    ValueHolder holder{snapshotName, {}, {}};
+    const QJsonObject services = document.value(keyServices).toObject();
+    for (auto member = services.begin(); member != services.end(); ++member) {
+        const quint32 start = startFromJson(member.value().toObject().value(keyStart));
+        holder.values.append({placeOf(member.key()), valueOf(start), valueOf(startDisabled)});
+    }
+    return {holder};
 }
 
 /// Takes over what another process has written since.
@@ -94,7 +110,7 @@ void ServiceProfiles::save()
     for (auto original = m_originals.begin(); original != m_originals.end(); ++original)
         services.insert(original.key(), QJsonObject{{keyStart, static_cast<qint64>(original.value())}});
     const QJsonObject document{{keyProfile, nameOf(m_profile).stored}, {keyServices, services}};
-    m_isSaved = m_file.write(document) == JsonFile::WriteError::None;
+    m_isSaved = m_file.keep(document);
 }
 
 QStringList ServiceProfiles::servicesFor(ServiceProfileId id)
@@ -126,23 +142,22 @@ QStringList ServiceProfiles::servicesFor(ServiceProfileId id)
 
 ServiceResult ServiceProfiles::apply(ServiceProfileId id)
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal(), 0};
+    const LedgerSession session(ValueLedger::current(), snapshotName);
     ServiceResult restored = restoreDefaults();
     if (id == ServiceProfileId::None)
         return restored;
 
     const QStringList services = servicesFor(id);
     for (const QString& service : services) {
-        RegistryValue start;
-        if (!readValue(RegistryHive::LocalMachine, keyOf(service), startValue, start) || !start.exists
-            || start.number == startDisabled) {
-            continue;
-        }
-        m_originals.insert(service, static_cast<quint32>(start.number));
+        if (const std::optional<quint32> start = originalStart(session, service))
+            m_originals.insert(service, *start);
     }
     m_profile = id;
+    session.drawOrder();
     save();
 
     const int disabled = disableAll();
@@ -156,21 +171,41 @@ ServiceResult ServiceProfiles::apply(ServiceProfileId id)
             disabled};
 }
 
+/// What is to be captured of a service; nothing if it is left alone.
+std::optional<quint32> ServiceProfiles::originalStart(const LedgerSession& session, const QString& service)
+{
+    const ValuePlace place = placeOf(service);
+    RegistryValue present;
+    RegistryValue original;
+    QString error;
+    if (!readValue(place.hive, place.path, place.name, present) || !present.exists)
+        return std::nullopt;
+    if (!session.readOriginal(place, original, &error)) {
+        logMessage(LogLevel::Warn, category, error);
+        return std::nullopt;
+    }
+    // One that another holder has made is none of this machine; one that another holder has disabled wasn't so before.
+    if (!original.exists || (original.number == startDisabled && present.number == startDisabled))
+        return std::nullopt;
+    return static_cast<quint32>(original.number);
+}
+
 int ServiceProfiles::disableAll() const
 {
     int disabled = 0;
     for (auto original = m_originals.begin(); original != m_originals.end(); ++original) {
-        if (writeDword(RegistryHive::LocalMachine, keyOf(original.key()), startValue, startDisabled))
+        const ValuePlace place = placeOf(original.key());
+        if (writeDword(place.hive, place.path, place.name, startDisabled))
             ++disabled;
     }
     return disabled;
 }
 
-int ServiceProfiles::writeOriginals() const
+int ServiceProfiles::writeOriginals(const LedgerSession& session) const
 {
     int restored = 0;
     for (auto original = m_originals.begin(); original != m_originals.end(); ++original) {
-        if (writeDword(RegistryHive::LocalMachine, keyOf(original.key()), startValue, original.value()))
+        if (session.putBack(placeOf(original.key()), valueOf(original.value())))
             ++restored;
     }
     return restored;
@@ -178,6 +213,7 @@ int ServiceProfiles::writeOriginals() const
 
 ServiceResult ServiceProfiles::restoreDefaults()
 {
+    const ValueLedger::Batch batch(ValueLedger::current());
     const OptimizerLock lock(category);
     if (lock.isRefused())
         return {false, OptimizerLock::refusal(), 0};
@@ -187,7 +223,8 @@ ServiceResult ServiceProfiles::restoreDefaults()
         save();
         return {true, translate("ServiceProfiles", "Already on default services."), 0};
     }
-    const int restored = writeOriginals();
+    const LedgerSession session(ValueLedger::current(), snapshotName);
+    const int restored = writeOriginals(session);
     logMessage(LogLevel::Info, category, QStringLiteral("Restored %1 service(s) to defaults").arg(restored));
     m_originals.clear();
     m_profile = ServiceProfileId::None;

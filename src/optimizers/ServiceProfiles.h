@@ -1,6 +1,7 @@
 #pragma once
 
 #include "optimizers/SnapshotFile.h"
+#include "system/ValueLedger.h"
 
 #include <QHash>
 #include <QString>
@@ -26,7 +27,12 @@ struct ServiceResult {
 /// One worker at a time. Everything but the plain questions blocks and changes HKLM, which needs administrator rights.
 class ServiceProfiles {
 public:
+    static constexpr QLatin1String snapshotName{"services_profile.json"};
+
     ServiceProfiles();
+
+    /// What the services of a snapshot hold.
+    [[nodiscard]] static QList<ValueHolder> heldIn(const QJsonObject& document);
 
     [[nodiscard]] ServiceProfileId profile() const { return m_profile; }
     [[nodiscard]] bool hasSnapshot() const { return !m_originals.isEmpty(); }
@@ -44,7 +50,8 @@ private:
     void take(const QJsonObject& document);
     void refresh();
     void save();
-    [[nodiscard]] int writeOriginals() const;
+    [[nodiscard]] static std::optional<quint32> originalStart(const LedgerSession& session, const QString& service);
+    [[nodiscard]] int writeOriginals(const LedgerSession& session) const;
     [[nodiscard]] int disableAll() const;
 
     SnapshotFile m_file;

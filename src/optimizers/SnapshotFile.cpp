@@ -5,6 +5,10 @@
 
 #include <QDir>
 #include <QFile>
+#include <QHash>
+#include <QJsonDocument>
+#include <QMutex>
+#include <QMutexLocker>
 
 #include <utility>
 
@@ -14,6 +18,24 @@ namespace {
 
 /// Far above what any optimiser writes: a larger file is none of ours.
 constexpr qint64 largestSizeBytes = qint64(8) << 20;
+
+/// Documents that are remembered and couldn't be written, by path.
+struct Unwritten {
+    QMutex mutex;
+    QHash<QString, QByteArray> bytes;
+};
+
+Unwritten& unwritten()
+{
+    static Unwritten instance;
+    return instance;
+}
+
+void forgetUnwritten(const QString& path)
+{
+    const QMutexLocker locker(&unwritten().mutex);
+    unwritten().bytes.remove(path);
+}
 
 } // namespace
 
@@ -35,6 +57,7 @@ bool SnapshotFile::exists() const
 
 std::optional<QJsonObject> SnapshotFile::read() const
 {
+    forgetUnwritten(path());
     const JsonFile::ReadResult result = JsonFile::read(path(), largestSizeBytes);
     switch (result.error) {
     case JsonFile::ReadError::None:
@@ -70,6 +93,36 @@ JsonFile::WriteError SnapshotFile::write(const QJsonObject& document) const
                    (isOpen ? QStringLiteral("Cannot commit %1") : QStringLiteral("Cannot write %1")).arg(m_fileName));
     }
     return error;
+}
+
+bool SnapshotFile::keep(const QJsonObject& document) const
+{
+    if (write(document) == JsonFile::WriteError::None) {
+        forgetUnwritten(path());
+        return true;
+    }
+    const QMutexLocker locker(&unwritten().mutex);
+    unwritten().bytes.insert(path(), QJsonDocument(document).toJson());
+    return false;
+}
+
+std::optional<QByteArray> SnapshotFile::latestBytes(const QString& fileName)
+{
+    const QString path = QDir(Paths::dataDir()).filePath(fileName);
+    {
+        const QMutexLocker locker(&unwritten().mutex);
+        if (const auto found = unwritten().bytes.constFind(path); found != unwritten().bytes.cend())
+            return *found;
+    }
+    QFile file(path);
+    if (!file.exists())
+        return QByteArray();
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray bytes = file.read(largestSizeBytes + 1);
+    if (file.error() != QFileDevice::NoError)
+        return std::nullopt;
+    return bytes.size() > largestSizeBytes ? QByteArray("too large") : bytes;
 }
 
 void SnapshotFile::remove() const

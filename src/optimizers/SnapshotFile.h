@@ -27,7 +27,7 @@ public:
     [[nodiscard]] QString path() const;
     [[nodiscard]] bool exists() const;
 
-    /// The document; nothing if there is no file or it won't open. What is no JSON object reads as an empty one, with a
+    /// The document, for who begins with the file; nothing if there is no file or it won't open. What is no JSON object reads as an empty one, with a
     /// Warn line.
     [[nodiscard]] std::optional<QJsonObject> read() const;
 
@@ -37,6 +37,12 @@ public:
 
     /// What kept the document from the disk, if anything, is in the log.
     JsonFile::WriteError write(const QJsonObject& document) const;
+
+    /// The same for who goes by what is remembered, not by the file, until a write succeeds. Whether it did.
+    [[nodiscard]] bool keep(const QJsonObject& document) const;
+
+    /// The bytes of a snapshot as the optimiser goes by it; empty without one, nothing if it can't be read.
+    [[nodiscard]] static std::optional<QByteArray> latestBytes(const QString& fileName);
 
     void remove() const;
 
