@@ -6,8 +6,10 @@
 #include "core/Log.h"
 #include "core/Paths.h"
 #include "net/ApiClient.h"
+#include "optimizers/HeldValues.h"
 #include "platform/SharedLogFile.h"
 #include "restore/RestorePoint.h"
+#include "system/UndoFile.h"
 #include "tweaks/TweakEngine.h"
 
 namespace torvelane {
@@ -24,6 +26,9 @@ AppContext::AppContext() = default;
 AppContext::~AppContext()
 {
     tierWatcher.reset();
+    ValueLedger::setCurrent(nullptr);
+    ledger.setChangeListener({});
+    undoFile.reset();
     engine.reset();
     license.reset();
     auth.reset();
@@ -51,6 +56,13 @@ bool AppContext::init()
     license = std::make_unique<LocalLicenseService>(auth.get());
     engine = std::make_unique<TweakEngine>(&catalog, &store);
     engine->setRestorePointMaker(RestorePoint::createWithFallback);
+    engine->setLedger(&ledger);
+    optimizerHolds = std::make_unique<HeldValues>();
+    ledger.attach(optimizerHolds.get());
+    ledger.setOrderDrawer([this](const QString& holder) { return store.drawOrder(holder); });
+    undoFile = std::make_unique<UndoFile>(ledger, Paths::undoFile());
+    ledger.setChangeListener([this] { undoFile->request(); });
+    ValueLedger::setCurrent(&ledger);
     tierWatcher = std::make_unique<TierWatcher>(auth.get(), license.get(), engine.get(), &tier);
     engine->recoverInterrupted();
     return true;

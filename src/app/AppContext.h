@@ -3,6 +3,7 @@
 #include "app/DataDirectory.h"
 #include "core/AppConfig.h"
 #include "core/Tier.h"
+#include "system/ValueLedger.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TweakCatalog.h"
 
@@ -12,9 +13,11 @@ namespace torvelane {
 
 class ApiClient;
 class AuthService;
+class HeldValues;
 class LicenseService;
 class TierWatcher;
 class TweakEngine;
+class UndoFile;
 
 /// The root of the program: lives on main's stack for the whole run and is passed by reference to all who need it. Main
 /// thread only, but for what a member says of itself. The configuration is its base.
@@ -34,6 +37,9 @@ public:
     StateStore store;
     TweakCatalog catalog;
     std::unique_ptr<ApiClient> api;
+    ValueLedger ledger;                         ///< Where all modules say and ask who holds which registry value.
+    std::unique_ptr<HeldValues> optimizerHolds; ///< What the ledger knows of the optimisers.
+    std::unique_ptr<UndoFile> undoFile;         ///< Kept up with the ledger.
     std::unique_ptr<AuthService> auth;
     std::unique_ptr<LicenseService> license;
     std::unique_ptr<TweakEngine> engine;
