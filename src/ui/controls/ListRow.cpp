@@ -37,13 +37,12 @@ const Looks& looks()
 } // namespace
 
 ListRow::ListRow(const QString& name, const QString& details, QWidget* parent, Details kind, const QMargins& margins)
-    : QFrame(parent)
+    : OutsideStyleSheet(parent)
     , m_name(name)
     , m_details(details)
     , m_kind(kind)
     , m_margins(margins)
 {
-    setObjectName(QStringLiteral("GlassCard"));
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
@@ -157,12 +156,12 @@ bool ListRow::event(QEvent* event)
     default:
         break;
     }
-    return QFrame::event(event);
+    return OutsideStyleSheet::event(event);
 }
 
 void ListRow::resizeEvent(QResizeEvent* event)
 {
-    QFrame::resizeEvent(event);
+    OutsideStyleSheet::resizeEvent(event);
     placeButtons();
 }
 
@@ -177,10 +176,10 @@ void ListRow::placeButtons()
     }
 }
 
-void ListRow::paintEvent(QPaintEvent* event)
+void ListRow::paintEvent(QPaintEvent*)
 {
-    QFrame::paintEvent(event);
     QPainter painter(this);
+    paintGlass(painter, rect());
     const auto mirrored = [this](const QRect& area) { return QStyle::visualRect(layoutDirection(), rect(), area); };
     const QRect texts = textArea(width());
     const int nameHeight = QFontMetrics(looks().name.font).height();

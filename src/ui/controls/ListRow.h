@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QFrame>
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QList>
 
 class QPushButton;
@@ -10,7 +11,7 @@ namespace torvelane {
 /// An entry of a list on a pane of glass: a name, details below it, and at the end a figure and buttons. The texts are
 /// painted; its buttons are the only widgets in it, for lists of some hundred entries. A name that is too long is
 /// shortened, with all of it in the tooltip.
-class ListRow : public QFrame {
+class ListRow : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:

@@ -27,7 +27,7 @@ constexpr double curveWidth = 2.0;
 
 } // namespace
 
-LiveChart::LiveChart(QWidget* parent) : QWidget(parent), m_frames(new FrameTimer(this))
+LiveChart::LiveChart(QWidget* parent) : OutsideStyleSheet(parent), m_frames(new FrameTimer(this))
 {
     setAttribute(Qt::WA_TranslucentBackground);
     setAccessibleRole(this, QAccessible::Chart);
@@ -82,13 +82,13 @@ double LiveChart::step() const
 
 void LiveChart::resizeEvent(QResizeEvent* event)
 {
-    QWidget::resizeEvent(event);
+    OutsideStyleSheet::resizeEvent(event);
     m_curves = {};
 }
 
 void LiveChart::hideEvent(QHideEvent* event)
 {
-    QWidget::hideEvent(event);
+    OutsideStyleSheet::hideEvent(event);
     m_curves = {};
     m_shift = 0;
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QColor>
 #include <QElapsedTimer>
 #include <QList>
 #include <QPixmap>
-#include <QWidget>
 
 namespace torvelane {
 
@@ -13,7 +14,7 @@ class FrameTimer;
 /// The last minute of some percentages, one curve each. A new sample enters at the right edge and glides left until the
 /// next one, a second later; the picture of the curves is drawn once a sample and then only moved, and stands still where
 /// nobody looks. GUI thread.
-class LiveChart : public QWidget {
+class LiveChart : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:

@@ -1,6 +1,7 @@
 #include "ui/controls/PaintedText.h"
 
 #include "ui/theme/TextBreaks.h"
+#include "ui/theme/Theme.h"
 
 #include <QLabel>
 #include <QPainter>
@@ -49,6 +50,22 @@ void drawText(QPainter& painter, const TextLook& look, const QRect& area, int fl
                      static_cast<int>((leftwards ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter) | flags
                          | (leftwards ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight),
                      text);
+}
+
+void paintGlass(QPainter& painter, const QRect& area)
+{
+    constexpr double radius = 8.0;
+    const QRectF edge = QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5);
+    QLinearGradient glass(edge.topLeft(), edge.bottomLeft());
+    glass.setColorAt(0, QColor(255, 255, 255, 36));
+    glass.setColorAt(0.05, QColor(255, 255, 255, 22));
+    glass.setColorAt(1, QColor(255, 255, 255, 14));
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(palette::hairline, 1));
+    painter.setBrush(glass);
+    painter.drawRoundedRect(edge, radius, radius);
+    painter.restore();
 }
 
 /// Rich text, since only that is wrapped.

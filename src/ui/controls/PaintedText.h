@@ -9,7 +9,7 @@ class QPainter;
 
 namespace torvelane {
 
-/// For widgets that paint their texts themselves, where labels would be too many. GUI thread.
+/// For widgets that paint themselves, where labels and frames would be too many. GUI thread.
 
 /// How a text is dressed.
 struct TextLook {
@@ -30,6 +30,9 @@ struct TextLook {
 /// Vertically centred, and from the side at which a text of its direction begins, as a label would. `flags` as
 /// QPainter::drawText takes them.
 void drawText(QPainter& painter, const TextLook& look, const QRect& area, int flags, const QString& text);
+
+/// A pane as the style sheet's GlassCard is.
+void paintGlass(QPainter& painter, const QRect& area);
 
 /// The plain text for QToolTip: long lines are wrapped, also within paths, and a bullet keeps to its line.
 [[nodiscard]] QString richTooltip(const QString& text);

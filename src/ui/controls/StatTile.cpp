@@ -31,16 +31,13 @@ const TextLook& captionLook()
 
 } // namespace
 
-StatTile::StatTile(const QString& caption, const QColor& captionColor, QWidget* parent, Frame frame)
-    : QFrame(parent)
+StatTile::StatTile(const QString& caption, const QColor& captionColor, QWidget* parent)
+    : OutsideStyleSheet(parent)
     , m_caption(caption)
     , m_captionColor(captionColor)
     , m_value(unknown)
     , m_valueFont(displayFont(valuePixelSize, QFont::Bold))
-    , m_margins(frame == Frame::Glass ? GlassCard::narrow : QMargins())
 {
-    if (frame == Frame::Glass)
-        setObjectName(QStringLiteral("GlassCard"));
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleRole(this, QAccessible::Indicator);
     setAccessibleName(caption);
@@ -73,7 +70,12 @@ QSize StatTile::sizeHint() const
 {
     const int texts = QFontMetrics(captionLook().font).height() + spacing
         + std::max(QFontMetrics(m_valueFont).height(), QFontMetrics(displayFont(valuePixelSize, QFont::Bold)).height());
-    return {minimumTileWidth, texts + m_margins.top() + m_margins.bottom()};
+    return {minimumTileWidth, texts + GlassCard::narrow.top() + GlassCard::narrow.bottom()};
+}
+
+QRect StatTile::inside() const
+{
+    return rect().marginsRemoved(GlassCard::narrow);
 }
 
 QRect StatTile::valueArea() const
@@ -86,7 +88,7 @@ QRect StatTile::valueArea() const
 bool StatTile::event(QEvent* event)
 {
     if (event->type() != QEvent::ToolTip)
-        return QFrame::event(event);
+        return OutsideStyleSheet::event(event);
     if (QFontMetrics(m_valueFont).horizontalAdvance(m_value) > inside().width())
         QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), richTooltip(m_value), this, valueArea());
     else
@@ -94,10 +96,10 @@ bool StatTile::event(QEvent* event)
     return true;
 }
 
-void StatTile::paintEvent(QPaintEvent* event)
+void StatTile::paintEvent(QPaintEvent*)
 {
-    QFrame::paintEvent(event);
     QPainter painter(this);
+    paintGlass(painter, rect());
     QRect area = inside();
     area.setHeight(QFontMetrics(captionLook().font).height());
     drawText(painter, {captionLook().font, m_captionColor}, area, 0, m_caption);

@@ -1,21 +1,20 @@
 #pragma once
 
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QColor>
 #include <QFont>
-#include <QFrame>
 
 namespace torvelane {
 
 /// A caption over a figure that changes often. Paints its texts itself and repaints the figure alone: a label's new text
 /// would have the whole page laid out anew. What is too long is shortened, with all of it in the tooltip.
-class StatTile : public QFrame {
+class StatTile : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:
-    enum class Frame { Glass, None };
-
     /// Shows a dash at first.
-    StatTile(const QString& caption, const QColor& captionColor, QWidget* parent, Frame frame = Frame::Glass);
+    StatTile(const QString& caption, const QColor& captionColor, QWidget* parent);
 
     /// Bold; 24 pixels unless told otherwise.
     void setValuePixelSize(int pixelSize);
@@ -33,14 +32,13 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    [[nodiscard]] QRect inside() const { return rect().marginsRemoved(m_margins); }
+    [[nodiscard]] QRect inside() const;
     [[nodiscard]] QRect valueArea() const;
 
     QString m_caption;
     QColor m_captionColor;
     QString m_value;
     QFont m_valueFont;
-    QMargins m_margins;
 };
 
 } // namespace torvelane
