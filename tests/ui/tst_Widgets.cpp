@@ -152,10 +152,13 @@ private Q_SLOTS:
         for (int y = 0; y < hero.height(); y += 37) {
             for (int x = 0; x < hero.width(); x += 41) {
                 const QImage piece = hero.backgroundSlice(QRect(x, y, 41, 37)).toImage();
+                const QPoint origin = (QPointF(x, y) * whole.devicePixelRatio()).toPoint();
                 for (int i = 0; i < piece.width() * piece.height(); ++i) {
                     const QPoint at(i % piece.width(), i / piece.width());
                     const QColor is = piece.pixelColor(at);
-                    const QColor was = whole.pixelColor(at + QPoint(x, y));
+                    if (!whole.rect().contains(at + origin))
+                        continue; // Sizes and places are rounded apart from each other.
+                    const QColor was = whole.pixelColor(at + origin);
                     largest = std::max({largest, std::abs(is.red() - was.red()), std::abs(is.green() - was.green()),
                                         std::abs(is.blue() - was.blue())});
                 }
