@@ -7,6 +7,7 @@
 
 #include "Album.h"
 #include "LiveStates.h"
+#include "OptimizerStates.h"
 #include "account/AuthService.h"
 #include "app/AppContext.h"
 #include "core/Translate.h"
@@ -154,6 +155,7 @@ int main(int argc, char** argv)
         addStates(album, &frame, *window);
         addLiveStates(album, &frame, *window);
     }
+    addOptimizerStates(album, context);
     if (!context.auth->login(platform::currentUserName(), Tier::Free, nullptr))
         return 1;
     {

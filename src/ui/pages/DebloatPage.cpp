@@ -83,12 +83,6 @@ ListRow* DebloatPage::addRow(const CleanCategory& category)
     return row;
 }
 
-void DebloatPage::finishWork()
-{
-    if (!m_scanning)
-        WorkPage::finishWork();
-}
-
 void DebloatPage::showEvent(QShowEvent* event)
 {
     WorkPage::showEvent(event);
@@ -105,22 +99,20 @@ void DebloatPage::refreshControls()
 
 void DebloatPage::scanAll(const QString& freed, const QStringList& refused)
 {
-    run(joined(freed, translate("DebloatPage", "Scanning…")),
-        job(
-            [](const QList<CleanCategory>& categories) {
-                Sizes sizes;
-                for (const CleanCategory& category : categories)
-                    sizes.insert(category.key, DebloatCleaner::scanSize(category));
-                return sizes;
-            },
-            m_categories),
-        [this, freed, refused](const Sizes& sizes) { showSizes(sizes, freed, refused); });
-    m_scanning = isBusy();
+    scan(joined(freed, translate("DebloatPage", "Scanning…")),
+         job(
+             [](const QList<CleanCategory>& categories) {
+                 Sizes sizes;
+                 for (const CleanCategory& category : categories)
+                     sizes.insert(category.key, DebloatCleaner::scanSize(category));
+                 return sizes;
+             },
+             m_categories),
+         [this, freed, refused](const Sizes& sizes) { showSizes(sizes, freed, refused); });
 }
 
 void DebloatPage::showSizes(const Sizes& sizes, const QString& freed, const QStringList& refused)
 {
-    m_scanning = false;
     m_sizes = sizes;
     for (auto row = m_rows.cbegin(); row != m_rows.cend(); ++row)
         row.value()->setFigure(sizeText(sizes.value(row.key())));

@@ -20,9 +20,6 @@ class DebloatPage : public WorkPage {
 public:
     explicit DebloatPage(QWidget* parent = nullptr);
 
-    /// Looking at sizes is left alone: it changes nothing, and may take its time.
-    void finishWork() override;
-
 protected:
     void refreshControls() override;
     void showEvent(QShowEvent* event) override;
@@ -43,7 +40,6 @@ private:
     Sizes m_sizes; ///< As they were when somebody last looked.
     QList<QPushButton*> m_buttons;
     QProgressBar* m_progress;
-    bool m_scanning = false; ///< The work under way is looking at sizes.
     bool m_scanned = false;
 };
 

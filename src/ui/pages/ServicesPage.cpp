@@ -13,7 +13,7 @@ namespace torvelane {
 namespace {
 
 constexpr int titleSize = 20;
-constexpr int cardSpacing = 12;
+constexpr int cardSpacing = 7; ///< The status row is within a window of the usual size.
 constexpr int buttonHeight = 40;
 
 QString questionFor(ServiceProfileId id)
