@@ -16,9 +16,11 @@ enum class Win32Error : quint32 {
     WriteFault = 29,
     GeneralFailure = 31, ///< ERROR_GEN_FAILURE
     LockViolation = 33,  ///< Another process has locked that part of the file.
+    FileExists = 80,     ///< What CREATE_NEW finds.
     InvalidParameter = 87,
     DirectoryNotEmpty = 145,
     BadPathname = 161,
+    AlreadyExists = 183,
     MoreData = 234,         ///< The buffer is too small.
     Directory = 267,        ///< The name is no directory's.
     StoppedOnSymlink = 681, ///< What was to be opened is a link.

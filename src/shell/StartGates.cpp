@@ -23,13 +23,4 @@ bool passConnectivityGate(const QString& apiBaseUrl, bool hasBackend)
     return false;
 }
 
-bool handOverToUpdate(bool hasBackend)
-{
-    if (!qEnvironmentVariableIsSet("TORVELANE_NO_UPDATE") && !hasBackend) {
-        logMessage(LogLevel::Info, QStringLiteral("update"),
-                   QStringLiteral("This build has no backend; update check skipped"));
-    }
-    return false;
-}
-
 } // namespace torvelane

@@ -10,6 +10,7 @@
 #include "ui/controls/FocusRing.h"
 #include "ui/theme/Theme.h"
 #include "ui/windows/SmoothScroller.h"
+#include "update/AutoUpdater.h"
 
 #include <QApplication>
 
@@ -24,7 +25,7 @@ int runWindowLayer(AppContext& context, const QStringList& arguments)
     applyTheme(*qApp);
     if (!passConnectivityGate(context.apiBaseUrl, deployment::hasBackend))
         return 1;
-    if (handOverToUpdate(deployment::hasBackend))
+    if (AutoUpdater::checkAndUpdate())
         return 0;
 
     // Links have no receiver while the account is the local one.

@@ -23,6 +23,7 @@
 #include "ui/theme/Theme.h"
 #include "ui/windows/ChromeWindow.h"
 #include "ui/windows/LoginWindow.h"
+#include "update/UpdateSplash.h"
 
 #include <QApplication>
 #include <QDir>
@@ -125,6 +126,15 @@ void addLogin(Album& album, AppContext& context)
     album.add(QStringLiteral("sign-in-error"), frame.grab());
 }
 
+void addSplash(Album& album)
+{
+    UpdateSplash splash(QStringLiteral("1.0.5"));
+    splash.setAttribute(Qt::WA_DeleteOnClose, false);
+    splash.show();
+    settle();
+    album.add(QStringLiteral("update"), splash.grab());
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -145,6 +155,7 @@ int main(int argc, char** argv)
     applyTheme(application);
 
     Album album(arguments.at(1), arguments.at(2), arguments.mid(3));
+    addSplash(album);
     {
         auto* const window = new MainWindow(context);
         ChromeWindow frame(window, QStringLiteral("Torvelane"));

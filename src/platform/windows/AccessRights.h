@@ -10,4 +10,7 @@ namespace torvelane::platform {
 /// it says. Full access for the system and administrators, nothing from the folder (P).
 inline const QString administratorsOnly = QStringLiteral("O:BAD:P(A;;FA;;;SY)(A;;FA;;;BA)");
 
+/// The same for a directory, and for all that will be made in it (OICI).
+inline const QString administratorsOnlyFolder = QStringLiteral("O:BAD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)");
+
 } // namespace torvelane::platform
