@@ -1,7 +1,7 @@
 #!/bin/bash
 # Builds the Windows kit of Torvelane from Debian's source packages: Qt 6 for
 # 64-bit Windows (Core, Gui, Widgets, Network, Sql with SQLite, Concurrent,
-# Test, Xml, Svg), the compiler's runtime DLLs and minisign.exe.
+# Test, Xml, Svg), the compiler's runtime DLLs, minisign.exe and tar.exe.
 #
 #   build.sh [prefix]        default prefix: /opt/windows-sdk
 #
@@ -31,12 +31,13 @@ SQLITE_VERSION=3.53.4-2
 SQLITE_MINIMUM=3.51.3           # first one without the WAL-reset corruption bug
 SODIUM_VERSION=1.0.18-1+deb12u1
 MINISIGN_VERSION=0.12-1
+LIBARCHIVE_VERSION=3.6.2-1+deb12u5
 
 PACKAGES=(
   build-essential cmake ninja-build perl patch xz-utils pkgconf dpkg-dev
-  autoconf automake libtool
+  autoconf automake libtool python3
   gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix
-  binutils-mingw-w64-x86-64 mingw-w64-x86-64-dev
+  binutils-mingw-w64-x86-64 mingw-w64-x86-64-dev libz-mingw-w64-dev
   qt6-base-dev qt6-base-dev-tools
   wine wine64 xvfb xauth
 )
@@ -173,6 +174,7 @@ get_svg() { fetch qtsvg-opensource-src $SVG_VERSION 5.15.8 5.15.99 qtsvg; }
 get_sqlite() { fetch sqlite3 $SQLITE_VERSION $SQLITE_MINIMUM '' sqlite; }
 get_sodium() { fetch libsodium $SODIUM_VERSION 1.0.18 '' libsodium; }
 get_minisign() { fetch minisign $MINISIGN_VERSION 0.11 '' minisign tar; }
+get_libarchive() { fetch libarchive $LIBARCHIVE_VERSION 3.6.2 3.7 libarchive; }
 
 # ------------------------------------------------------------------ builds
 
@@ -211,7 +213,8 @@ configure_qtbase() {
     -DQT_AVOID_CMAKE_ARCHIVING_API=ON \
     -DINPUT_opengl=no -DFEATURE_pkg_config=OFF -DFEATURE_dbus=OFF \
     -DFEATURE_printsupport=OFF -DFEATURE_androiddeployqt=OFF -DFEATURE_tabletevent=OFF \
-    -DFEATURE_sql_odbc=OFF -DFEATURE_sql_sqlite=ON -DFEATURE_system_sqlite=ON
+    -DFEATURE_sql_odbc=OFF -DFEATURE_sql_sqlite=ON -DFEATURE_system_sqlite=ON \
+    -DFEATURE_system_zlib=OFF     # that of libz-mingw-w64-dev is for tar.exe; the SVG module couldn't find it
 }
 build_qtbase() { ninja -C "$WORK/build-qtbase" -j"$JOBS"; }
 install_qtbase() {
@@ -250,6 +253,22 @@ build_minisign() {
     -L"$i/lib" -lsodium
 }
 
+# The tar.exe that Windows ships is bsdtar; Wine has none. With zip and deflate
+# only, and for tests: it isn't shipped with the program.
+build_tar() {
+  local b=$WORK/build-libarchive
+  rm -rf "$b"
+  cp -r "$SRC/libarchive" "$b"
+  cd "$b"
+  autoreconf -fi
+  ./configure --host=$TRIPLE CC=$TRIPLE-gcc-posix CFLAGS=-O2 LDFLAGS=-static \
+    --disable-shared --enable-static --enable-bsdtar=static --disable-bsdcpio --disable-bsdcat \
+    --without-bz2lib --without-lzma --without-zstd --without-lz4 --without-openssl --without-xml2 \
+    --without-expat --without-iconv --without-libb2 --disable-acl --disable-xattr
+  make -j"$JOBS" bsdtar.exe
+  $TRIPLE-strip -o "$WORK/tar.exe" bsdtar.exe
+}
+
 # A Wine prefix of the script's own, as Windows 10.
 use_wine() {
   export WINEPREFIX=$WORK/wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
@@ -277,6 +296,21 @@ check_minisign() {
   fi
 }
 
+# Lists and unpacks a zip under Wine.
+check_tar() {
+  local t=$WORK/check-tar
+  rm -rf "$t"
+  mkdir -p "$t/out"
+  cd "$t"
+  use_wine
+  python3 -c 'import zipfile
+with zipfile.ZipFile("file.zip", "w", zipfile.ZIP_DEFLATED) as archive:
+    archive.writestr("folder/text", "release " * 1000)'
+  [ "$(wine "$WORK/tar.exe" -tf file.zip | tr -d '\r')" = folder/text ]
+  wine "$WORK/tar.exe" -xf file.zip -C out
+  [ "$(wc -c <out/folder/text)" = 8000 ]
+}
+
 # ---------------------------------------------------------------- assembly
 
 assemble() {
@@ -291,7 +325,7 @@ assemble() {
   cp -L "$($TRIPLE-g++-posix -print-file-name=libwinpthread-1.dll)" "$KIT/bin/"
   chmod 755 "$KIT"/bin/*.dll
   $TRIPLE-strip --preserve-dates "$KIT"/bin/lib*.dll
-  cp "$WORK/minisign.exe" "$KIT/bin/"
+  cp "$WORK/minisign.exe" "$WORK/tar.exe" "$KIT/bin/"
   install -m 755 "$HERE/wine-run" "$KIT/bin/"
   install -m 644 "$HERE/mingw-w64.cmake" "$KIT/"
 
@@ -331,11 +365,13 @@ assemble() {
       -exec cp -t "$f" {} +
     rmdir --ignore-fail-on-non-empty "$f"
   done
-  mkdir -p "$KIT"/licenses/{qtsvg,sqlite,libsodium,minisign,gcc-runtime,mingw-w64}
+  mkdir -p "$KIT"/licenses/{qtsvg,sqlite,libsodium,minisign,libarchive,zlib,gcc-runtime,mingw-w64}
   cp "$SRC"/qtsvg/LICENSE.* "$SRC/qtsvg/src/svg/XSVG_LICENSE.txt" "$KIT/licenses/qtsvg/"
   cp "$SRC/sqlite/LICENSE.md" "$KIT/licenses/sqlite/"
   cp "$SRC/libsodium/LICENSE" "$KIT/licenses/libsodium/"
   cp "$SRC/minisign/LICENSE" "$KIT/licenses/minisign/"
+  cp "$SRC/libarchive/COPYING" "$KIT/licenses/libarchive/"
+  cp -L /usr/share/doc/libz-mingw-w64-dev/copyright "$KIT/licenses/zlib/"
   cp -L /usr/share/doc/gcc-mingw-w64-base/copyright "$KIT/licenses/gcc-runtime/"
   cp -L /usr/share/doc/mingw-w64-x86-64-dev/copyright "$KIT/licenses/mingw-w64/"
   chmod -R u=rwX,go=rX "$KIT"
@@ -348,7 +384,7 @@ assemble() {
   fi
   {
     echo "Windows kit of Torvelane, built from these Debian source packages:"
-    for f in qt6-base qtsvg-opensource-src sqlite3 libsodium minisign; do
+    for f in qt6-base qtsvg-opensource-src sqlite3 libsodium minisign libarchive; do
       echo "  $f $(cat "$WORK/done/version-$f")"
     done
     echo "Compiler: $($TRIPLE-g++-posix -dumpfullversion) ($(dpkg-query -W -f='${Package} ${Version}' g++-mingw-w64-x86-64-posix)),"
@@ -401,9 +437,12 @@ step get-svg           "Source of Qt SVG"                     get_svg
 step get-sqlite        "Source of SQLite"                     get_sqlite
 step get-sodium        "Source of libsodium"                  get_sodium
 step get-minisign      "Source of minisign"                   get_minisign
+step get-libarchive    "Source of libarchive"                 get_libarchive
 step sqlite            "SQLite"                               build_sqlite
 step minisign          "libsodium and minisign"               build_minisign
 logged minisign-check  "minisign under Wine"                  check_minisign
+step tar               "tar.exe of libarchive"                build_tar
+logged tar-check       "tar.exe under Wine"                   check_tar
 step qtbase-configure  "Qt: configure"                        configure_qtbase
 step qtbase-build      "Qt: build (the long one)"             build_qtbase
 step qtbase-install    "Qt: install"                          install_qtbase

@@ -90,13 +90,14 @@ enter_prefix() {
   wine cmd /c exit >/dev/null 2>&1 </dev/null
 }
 
-# The user's folder: the program with its libraries beside it, and nothing more.
+# assemble_windows_folder BUILD: the user's folder, BUILD/Torvelane: the program with its libraries beside it, and nothing
+# more.
 assemble_windows_folder() {
-  local to=build/windows/Torvelane from=$WINDOWS_SDK name
+  local build=$1 to=$1/Torvelane from=$WINDOWS_SDK name
   say "Putting $to together"
   rm -rf "$to"
   mkdir -p "$to/licenses"
-  cp build/windows/bin/Torvelane.exe resources/windows/qt.conf "$to/"
+  cp "$build/bin/Torvelane.exe" resources/windows/qt.conf "$to/"
   x86_64-w64-mingw32-strip "$to/Torvelane.exe"
   mkdir "$to"/{platforms,styles,sqldrivers,imageformats,iconengines,tls}
   cp "$from/plugins/platforms/qwindows.dll" "$to/platforms/"
@@ -122,16 +123,18 @@ assemble_windows_folder() {
 }
 
 windows_lane() {
-  need g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth xz-utils
+  need g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth xz-utils minisign openssl python3 unzip
   find_kit
   build windows
   enter_display
   enter_prefix
   say "Testing build/windows under $(wine --version 2>/dev/null)"
   run_ctest build/windows --timeout 900 "$@"
-  assemble_windows_folder
+  assemble_windows_folder build/windows
   enter_prefix
   say "Running the program's verbs under Wine"
   "$kit_recipe/verbs-under-wine.sh" build/windows/Torvelane
+  say "Rehearsing an update under Wine"
+  JOBS=$jobs "$kit_recipe/update-under-wine.sh" build/windows/Torvelane build/windows
   say "Windows lane passed; the program is in build/windows/Torvelane"
 }
