@@ -358,8 +358,8 @@ private Q_SLOTS:
 
     void restorePoints()
     {
-        QVERIFY(SimulatedPc::setValue(
-            points + u"/-"_s, QJsonObject{{u"SequenceNumber"_s, 20}, {u"CreationTime"_s, u"00000000000000.0"_s}}));
+        QVERIFY(SimulatedPc::setValue(points + u"/-"_s,
+                                      QJsonObject{{u"SequenceNumber"_s, 20}, {u"CreationTime"_s, u"broken"_s}}));
         RestorePointsPage page;
         showActive(page);
         QVERIFY(shows(page, u"Loading restore points…"_s));

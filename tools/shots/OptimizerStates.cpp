@@ -119,7 +119,7 @@ void addApps(const Scene& scene)
     scene.take(QStringLiteral("failed"));
 }
 
-/// A hundred of them, which can't be put back.
+/// A hundred of them, whose values are of a kind that only a later version can put back.
 void putApps()
 {
     QJsonObject apps;
@@ -129,7 +129,9 @@ void putApps()
             ? QStringLiteral("a name that is as long as the name of a folder may well be\\").repeated(4)
             : QString();
         const QString path = QStringLiteral("D:\\Games\\") + folder + name;
-        apps.insert(name, QJsonObject{{QStringLiteral("path"), path}});
+        const QJsonObject original{{QStringLiteral("exists"), true},
+                                   {QStringLiteral("valueType"), QStringLiteral("later")}};
+        apps.insert(name, QJsonObject{{QStringLiteral("path"), path}, {QStringLiteral("original"), original}});
     }
     QFile file(QDir(Paths::dataDir()).filePath(QStringLiteral("app_optimize.json")));
     if (file.open(QIODevice::WriteOnly))

@@ -67,7 +67,7 @@ QDateTime newest(const QJsonArray& points)
 {
     QDateTime latest;
     for (const QJsonValue& point : points) {
-        QDateTime made = QDateTime::fromString(point["CreationTime"_L1].toString().first(14), u"yyyyMMddHHmmss"_s);
+        QDateTime made = QDateTime::fromString(point["CreationTime"_L1].toString().left(14), u"yyyyMMddHHmmss"_s);
         made.setTimeSpec(Qt::UTC);
         if (made.isValid() && (!latest.isValid() || made > latest))
             latest = made;
