@@ -16,7 +16,6 @@ namespace torvelane {
 namespace {
 
 constexpr std::chrono::milliseconds delay(100);
-constexpr int lockTimeoutMs = 10000;
 constexpr qsizetype longestLine = 78; ///< As long as Windows' own exports make them.
 
 const QString lineEnd = QStringLiteral("\r\n");
@@ -173,25 +172,29 @@ void UndoFile::run()
         m_isRequested = false;
         m_isWriting = true;
         lock.unlock();
-        write();
+        const bool isWritten = write();
         lock.lock();
         m_isWriting = false;
+        m_isRequested = m_isRequested || (!isWritten && !m_isEnding);
         m_condition.notify_all();
     }
 }
 
-/// Under the lock between processes, so that an older state doesn't replace a newer one. If it can't be had, whoever has
-/// it writes the file after its change.
-void UndoFile::write() const
+/// Under the lock between processes, so that an older state doesn't replace a newer one. False if another process has it:
+/// that one writes the file after its change. Waiting in the lock would have this process's other threads wait as well.
+bool UndoFile::write() const
 {
-    const MachineLock machineLock(lockTimeoutMs);
+    const MachineLock machineLock(0);
+    if (machineLock.isHeldElsewhere())
+        return false;
     const QByteArray bytes = undoFileText(m_ledger.heldValues());
     if (QFile present(m_path); present.open(QIODevice::ReadOnly) && present.readAll() == bytes)
-        return;
+        return true;
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() || !file.commit())
         logMessage(LogLevel::Error, QStringLiteral("ledger"),
                    QStringLiteral("Cannot write undo.reg: ") + file.errorString());
+    return true;
 }
 
 } // namespace torvelane

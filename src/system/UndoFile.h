@@ -37,7 +37,7 @@ public:
 
 private:
     void run();
-    void write() const;
+    [[nodiscard]] bool write() const;
 
     ValueLedger& m_ledger;
     QString m_path;

@@ -247,8 +247,12 @@ bool TweakEngine::restoreFromRecord(const TweakRecord& record, const std::option
     const QString type = record.capture.value(captureTypeKey).toString();
     TweakResult result;
     if (type == tweakTypeRegistry) {
+        // A capture of values, of an entry that runs commands by now, has none yet.
+        std::optional<LedgerSession> own;
+        if (!session)
+            own.emplace(*m_ledger, record.id);
         result = RegistryTweak::revertCapture(record.capture, m_restoreAllowList ? &*m_restoreAllowList : nullptr,
-                                              session ? &*session : nullptr);
+                                              session ? &*session : &*own);
     } else if (const std::shared_ptr<ITweak> tweak = m_catalog->implementation(record.id)) {
         result = tweak->revert(record.capture);
     } else {
