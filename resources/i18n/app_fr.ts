@@ -373,6 +373,10 @@ Appliquer le mode normal&#xa0;?</translation>
 <context>
     <name>SectionTweaksPage</name>
     <message>
+        <source>%1 of %2 values were changed since, by Windows or another program.</source>
+        <translation>%1 valeur(s) sur %2 modifiée(s) depuis, par Windows ou un autre programme.</translation>
+    </message>
+    <message>
         <source>No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, services, file cleanup) are added in their own phase — nothing here is faked.</source>
         <translation>Aucun réglage n’est encore défini pour cette section. Les fonctions qui ne passent pas par le registre (modes d’alimentation, services, nettoyage de fichiers) sont ajoutées à leur propre étape : rien n’est simulé ici.</translation>
     </message>

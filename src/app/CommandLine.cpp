@@ -47,6 +47,11 @@ int status(AppContext& context, const QStringList&)
     cliOut() << "  Current tier:   " << tierName(context.tier) << '\n';
     cliOut() << "  Catalog tweaks: " << context.catalog.size() << '\n';
     cliOut() << "  Applied tweaks: " << context.engine->appliedIds().join(QStringLiteral(", ")) << '\n';
+    QStringList changed = context.engine->appliedIds();
+    const auto drift = context.engine->drift(changed);
+    changed.removeIf([&drift](const QString& id) { return !drift.contains(id); });
+    if (!changed.isEmpty())
+        cliOut() << "  Changed since:  " << changed.join(QStringLiteral(", ")) << '\n';
     if (const QStringList aside = DataDirectory::setAsideNames(); !aside.isEmpty())
         cliOut() << "  Set aside:      " << aside.join(QStringLiteral(", ")) << '\n';
     return exitOk;

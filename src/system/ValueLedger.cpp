@@ -2,6 +2,8 @@
 
 #include "system/RegistryAccess.h"
 
+#include <QSet>
+
 #include <algorithm>
 #include <utility>
 
@@ -140,6 +142,30 @@ QList<ValueLedger::Held> ValueLedger::heldValues()
         values.append(held);
     }
     return values;
+}
+
+QHash<QString, ValueLedger::Drift> ValueLedger::drift(const QStringList& holders)
+{
+    const QSet<QString> asked(holders.begin(), holders.end());
+    QHash<QString, Drift> drifts;
+    const QList<Held> values = heldValues();
+    for (const Held& held : values) {
+        const auto isAsked = [&asked](const QString& holder) { return asked.contains(holder); };
+        if (std::ranges::none_of(held.holders, isAsked))
+            continue;
+        // Only the last holder's wish is there.
+        RegistryValue present;
+        const bool isChanged =
+            held.wish && readValue(held.place.hive, held.place.path, held.place.name, present) && present != *held.wish;
+        for (const QString& holder : held.holders) {
+            drifts[holder].changed += isChanged ? 1 : 0;
+            ++drifts[holder].total;
+        }
+    }
+    drifts.removeIf([&asked](QHash<QString, Drift>::iterator drift) {
+        return drift->changed == 0 || !asked.contains(drift.key());
+    });
+    return drifts;
 }
 
 LedgerSession::LedgerSession(ValueLedger& ledger, QString holder)

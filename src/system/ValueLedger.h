@@ -113,6 +113,16 @@ public:
     /// All held values as the snapshots are now, in no order.
     [[nodiscard]] QList<Held> heldValues();
 
+    /// How many of a holder's values aren't what they were made, by nobody who is in the ledger.
+    struct Drift {
+        int changed = 0;
+        int total = 0;
+    };
+
+    /// Reads all values of these holders; of those that have one. Blocks on the registry. While another process or thread
+    /// is changing values, these may count as well.
+    [[nodiscard]] QHash<QString, Drift> drift(const QStringList& holders);
+
 private:
     friend class LedgerSession;
 

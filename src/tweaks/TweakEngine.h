@@ -71,6 +71,10 @@ public:
     [[nodiscard]] bool isApplied(const QString& id) const;
     [[nodiscard]] QStringList appliedIds() const;
 
+    /// Of applied registry entries, how many of their values Windows or another program has changed since; only those that
+    /// have one. Undo gives back the originals all the same. Blocks on the registry.
+    [[nodiscard]] QHash<QString, ValueLedger::Drift> drift(const QStringList& ids) { return m_ledger->drift(ids); }
+
     /// Makes a system restore point with this description, blocking; false with the reason in `error` otherwise.
     using RestorePointMaker = std::function<bool(const QString& description, QString* error)>;
     void setRestorePointMaker(RestorePointMaker maker) { m_restorePointMaker = std::move(maker); }

@@ -41,6 +41,10 @@ private Q_SLOTS:
         QCOMPARE(run(u"apply "_s + freeTweak), u"Applied "_s + freeTweak + u"\n0"_s);
         QCOMPARE(run(u"Apply "_s + proTweak), u"Applied "_s + proTweak + u"\n0"_s);
         QVERIFY(run(u"status"_s).endsWith(u"  Applied tweaks: "_s + freeTweak + u", "_s + proTweak + u"\n0"_s));
+        // What another program has changed since.
+        QVERIFY(writeDword(RegistryHive::CurrentUser,
+                           u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Advanced"_s, u"Hidden"_s, 7));
+        QVERIFY(run(u"status"_s).endsWith(u"  Changed since:  "_s + freeTweak + u"\n0"_s));
         QCOMPARE(run(u"revert "_s + freeTweak), u"Reverted "_s + freeTweak + u"\n0"_s);
         QVERIFY(differences(m_before, TestMachine::image()).size() > 0);
         QCOMPARE(run(u"restore-all"_s), u"Restored everything.\n0"_s);

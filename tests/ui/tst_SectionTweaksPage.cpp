@@ -1,4 +1,5 @@
 #include "account/TierWatcher.h"
+#include "platform/Registry.h"
 #include "platform/Win32Error.h"
 #include "platform/simulated/SimulatedPc.h"
 #include "tweaks/StateSql.h"
@@ -256,6 +257,29 @@ private Q_SLOTS:
             bench.page.resize(width, 500);
             QTRY_COMPARE(std::ranges::count(cards, cards.first()->y(), &QWidget::y), columns);
         }
+    }
+
+    /// What another program has changed shows on a page that is opened later, until the user switches.
+    void changesByOthersShowInTheTooltip()
+    {
+        PageBench bench({registryEntry("a"), registryEntry("b")});
+        bench.action()->click();
+        QTRY_COMPARE(bench.applied(), u"a b"_s);
+        putRaw(u"a"_s, {platform::regDword, dwordBytes(5)});
+        SectionTweaksPage later(bench.context, u"Explorer"_s, IconId::Folder, Tier::None);
+        showActive(later);
+        const auto tooltip = [&later](const QString& id) {
+            auto* const card = named<TweakCard>(later, id);
+            QHelpEvent event(QEvent::ToolTip, QPoint(3, 3), card->mapToGlobal(QPoint(3, 3)));
+            QApplication::sendEvent(card, &event);
+            return QToolTip::text();
+        };
+        const QString note = u"1 of 1 values were changed since, by Windows or another program."_s;
+        QTRY_VERIFY(tooltip(u"a"_s).contains(note));
+        QVERIFY(!tooltip(u"b"_s).contains(note));
+        named<ToggleSwitch>(later, u"a"_s)->click();
+        QTRY_VERIFY(!tooltip(u"a"_s).contains(note));
+        QToolTip::hideText();
     }
 
     /// Screen readers have the painted texts of a card: in reading order, whole, and in their places.

@@ -3,6 +3,7 @@
 #include "app/AppContext.h"
 #include "core/Deployment.h"
 #include "core/Translate.h"
+#include "system/UndoFile.h"
 #include "tweaks/TierGate.h"
 #include "tweaks/TweakEngine.h"
 #include "ui/controls/TierPill.h"
@@ -16,9 +17,13 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QShowEvent>
 #include <QStyle>
 #include <QThreadPool>
+#include <QTimer>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace torvelane {
 
@@ -27,6 +32,7 @@ namespace {
 constexpr int gridSpacing = 12;
 constexpr int columnPitch = 302; ///< Width of a column with its spacing, from which another one fits.
 constexpr int lockIconSize = 15;
+constexpr int driftDelayMs = 300; ///< Until the page has been painted, which is more urgent.
 
 /// The result of one click on a switch.
 struct ApplyOutcome {
@@ -132,6 +138,49 @@ void SectionTweaksPage::resizeEvent(QResizeEvent* event)
     layOutCards();
 }
 
+void SectionTweaksPage::showEvent(QShowEvent* event)
+{
+    Page::showEvent(event);
+    if (!std::exchange(m_wasShown, true))
+        QTimer::singleShot(driftDelayMs, this, &SectionTweaksPage::lookForDrift);
+}
+
+/// Whether Windows or another program has changed what is applied here; and whether undo.reg is what it should be, if the
+/// program was ended before it could write that.
+void SectionTweaksPage::lookForDrift()
+{
+    if (m_context->undoFile)
+        m_context->undoFile->request();
+    QStringList ids;
+    for (auto toggle = m_switches.cbegin(); toggle != m_switches.cend(); ++toggle) {
+        if (toggle.value()->isOn() && !m_work.contains(toggle.key()))
+            ids.append(toggle.key());
+    }
+    if (ids.isEmpty())
+        return;
+    const auto work = [engine = m_context->engine.get(), ids] { return engine->drift(ids); };
+    launch(m_pool, work, [this](const auto& drift) {
+        if (!drift)
+            return;
+        for (auto entry = drift->cbegin(); entry != drift->cend(); ++entry) {
+            if (!m_work.contains(entry.key()))
+                noteDrift(entry.key(), entry.value());
+        }
+    });
+}
+
+void SectionTweaksPage::noteDrift(const QString& id, const ValueLedger::Drift& drift)
+{
+    TweakCard* const card = m_cardsById.value(id);
+    if (!card)
+        return;
+    card->setNote(drift.changed == 0 ? QString()
+                                     : translate("SectionTweaksPage",
+                                                 "%1 of %2 values were changed since, by Windows or another program.")
+                                           .arg(drift.changed)
+                                           .arg(drift.total));
+}
+
 void SectionTweaksPage::buildCards()
 {
     const QStringList appliedList = m_context->engine->appliedIds();
@@ -142,6 +191,7 @@ void SectionTweaksPage::buildCards()
             continue;
         const auto work = m_work.constFind(tweak.id);
         m_cards.append(buildCard(tweak, work == m_work.cend() ? applied.contains(tweak.id) : work->desired));
+        m_cardsById.insert(tweak.id, m_cards.last());
     }
     m_builtTier = m_context->tier;
 }
@@ -154,6 +204,7 @@ void SectionTweaksPage::rebuildCards()
         card->deleteLater();
     }
     m_cards.clear();
+    m_cardsById.clear();
     m_switches.clear();
     m_columns = 0;
     buildCards();
@@ -338,6 +389,7 @@ void SectionTweaksPage::endWork(const QStringList& ids)
         if (work == m_work.end() || --work->jobs > 0)
             continue;
         m_work.erase(work);
+        noteDrift(id, {});
         synchronise(id);
     }
     refreshActionButton();

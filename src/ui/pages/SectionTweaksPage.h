@@ -1,5 +1,6 @@
 #pragma once
 
+#include "system/ValueLedger.h"
 #include "tweaks/Tweak.h"
 #include "ui/pages/Page.h"
 #include "ui/theme/Icons.h"
@@ -10,6 +11,7 @@
 
 class QGridLayout;
 class QPushButton;
+class QShowEvent;
 class QThreadPool;
 
 namespace torvelane {
@@ -47,6 +49,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     /// The ids that a batch can touch, by their switches.
@@ -67,6 +70,9 @@ private:
     [[nodiscard]] QWidget* makeSwitch(const TweakDefinition& tweak, bool applied, QWidget* card);
     [[nodiscard]] QWidget* makePill(const TweakDefinition& tweak, QWidget* card);
     void layOutCards();
+
+    void lookForDrift();
+    void noteDrift(const QString& id, const ValueLedger::Drift& drift);
 
     void toggleTweak(const QString& id, bool desired);
     void applyAllRecommended();
@@ -89,6 +95,8 @@ private:
     ScrollColumn* m_scroll = nullptr;
     QGridLayout* m_grid = nullptr;
     QList<TweakCard*> m_cards;
+    QHash<QString, TweakCard*> m_cardsById;
+    bool m_wasShown = false;
     QHash<QString, ToggleSwitch*> m_switches; ///< Only of cards that aren't locked.
     QHash<QString, Work> m_work;
     QPushButton* m_actionButton = nullptr;

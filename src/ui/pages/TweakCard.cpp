@@ -198,6 +198,8 @@ void TweakCard::showTooltip(const QHelpEvent& event)
         text = m_content.effect();
         if (measuresFor(width()).description != m_content.description)
             text.prepend(m_content.description + QStringLiteral("\n\n"));
+        if (!m_note.isEmpty())
+            text += QStringLiteral("\n\n") + m_note;
     }
     if (text.isEmpty())
         QToolTip::hideText();

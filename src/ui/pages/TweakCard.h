@@ -43,6 +43,9 @@ public:
     /// before the card is laid out.
     void setControl(QWidget* control) { m_control = control; }
 
+    /// What the tooltip says besides; empty for nothing.
+    void setNote(const QString& note) { m_note = note; }
+
     [[nodiscard]] const Content& content() const { return m_content; }
 
     /// The words of a text; empty where the card has none, such as the tag of a locked one.
@@ -85,6 +88,7 @@ private:
     [[nodiscard]] bool isUnderCursor() const;
 
     Content m_content;
+    QString m_note;
     QWidget* m_control = nullptr;
     mutable Measures m_measures;
     QPixmapCache::Key m_blurred; ///< The blurred part of a locked card, if it is still kept.
