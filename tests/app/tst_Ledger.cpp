@@ -1,18 +1,12 @@
-#include "app/AppContext.h"
+#include "app/LedgerBench.h"
 #include "core/JsonFile.h"
 #include "core/Paths.h"
-#include "optimizers/AppOptimizer.h"
-#include "optimizers/GamingMode.h"
-#include "optimizers/ServiceProfiles.h"
 #include "platform/Hardening.h"
 #include "support/LogCapture.h"
 #include "support/MachineWatch.h"
 #include "support/TestMachine.h"
-#include "system/RegistryAccess.h"
 #include "system/UndoFile.h"
-#include "tweaks/RegistryTweak.h"
 #include "tweaks/StateSql.h"
-#include "tweaks/TweakEngine.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -27,135 +21,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
 
 namespace {
-
-using Values = std::map<QString, RegistryValue>; ///< By the place's key.
-
-/// The entries of the catalogue that share values with each other, with Gaming Mode, the services' profiles and programs,
-/// and one that shares none.
-const QStringList entries =
-    QStringLiteral("torv.ram.svchost-8gb torv.ram.svchost-16gb torv.ram.svchost-32gb "
-                   "opt.max-system-responsiveness opt.disable-network-throttling "
-                   "opt.gaming-mmcss-priority opt.foreground-priority-boost opt.enable-gpu-scheduling "
-                   "opt.enable-game-mode opt.disable-gamedvr opt.disable-fullscreen-optimizations "
-                   "periph.disable-mouse-acceleration torv.net.qos-autotuning-off "
-                   "torv.net.ping-reduce-full ram.enable-superfetch torv.opt.disable-xbox-services "
-                   "torv.opt.disable-services-background torv.opt.disable-diagtrack "
-                   "opt.disable-bluetooth-services opt.disable-search-indexing torv.opt.boost-fps-games "
-                   "torv.opt.high-priority-fortnite "
-                   "selftest.toggle")
-        .split(u' ');
-
-const QStringList programs{u"cs2.exe"_s, u"FortniteClient-Win64-Shipping.exe"_s};
-
-/// Something that can be switched, and what it wants of each value.
-struct Holder {
-    QString name;
-    std::function<bool()> on;
-    std::function<bool()> off;
-    QString instead; ///< Of those with the same text only one can be on.
-    Values wishes;
-};
-
-RegistryValue number(quint32 content)
-{
-    return {true, RegistryValueKind::Dword, content, {}, {}};
-}
-
-/// The program, with all that can be switched.
-struct Program {
-    Program()
-    {
-        if (!context.init())
-            qFatal("The program could not be brought up");
-        for (const QString& id : entries) {
-            const auto tweak = std::dynamic_pointer_cast<RegistryTweak>(context.catalog.implementation(id));
-            if (!tweak)
-                qFatal("No such entry: %s", qPrintable(id));
-            for (const RegistryOperation& operation : tweak->operations())
-                places.emplace(operation.place().key(), operation.place());
-            holders.append({id,
-                            [this, id] { return context.engine->applyTweak(id, Tier::Pro, &error, false); },
-                            [this, id] { return context.engine->revertTweak(id, &error, true); },
-                            {},
-                            {}});
-        }
-        holders.append({u"Gaming Mode"_s,
-                        [] { return GamingMode::activate().ok; },
-                        [] { return GamingMode::deactivate().ok; },
-                        {},
-                        {}});
-        for (const auto profile : {ServiceProfileId::Basic, ServiceProfileId::Advanced}) {
-            holders.append({profile == ServiceProfileId::Basic ? u"Basic"_s : u"Advanced"_s,
-                            [this, profile] { return services.apply(profile).ok; },
-                            [this] { return services.restoreDefaults().ok; },
-                            u"services"_s,
-                            {}});
-        }
-        for (const QString& name : programs) {
-            holders.append({name,
-                            [this, name] { return apps.optimize(u"C:\\Games\\"_s + name).ok; },
-                            [this, name] { return apps.restore(name).ok; },
-                            {},
-                            {}});
-        }
-        for (const QString& service : ServiceProfiles::servicesFor(ServiceProfileId::Advanced)) {
-            const ValuePlace place{RegistryHive::LocalMachine, u"SYSTEM\\CurrentControlSet\\Services\\"_s + service,
-                                   u"Start"_s};
-            places.emplace(place.key(), place);
-        }
-    }
-
-    void everythingOff()
-    {
-        for (Holder& holder : holders) {
-            if (!holder.off())
-                qFatal("%s stays: %s", qPrintable(holder.name), qPrintable(error));
-        }
-    }
-
-    /// What stands in all of the places.
-    [[nodiscard]] Values values() const
-    {
-        Values found;
-        for (const auto& [key, place] : places) {
-            if (!readValue(place.hive, place.path, place.name, found[key]))
-                qFatal("A value could not be read");
-        }
-        return found;
-    }
-
-    /// Puts a value of its own into every place.
-    void arrange(const std::function<RegistryValue(const ValuePlace& place)>& value) const
-    {
-        for (const auto& [key, place] : places) {
-            if (!writeValue(place.hive, place.path, place.name, value(place)))
-                qFatal("A value could not be written");
-        }
-    }
-
-    AppContext context;
-    ServiceProfiles services;
-    AppOptimizer apps;
-    QList<Holder> holders;
-    std::map<QString, ValuePlace> places;
-    QString error;
-};
-
-QStringList differing(const Values& expected, const Values& found)
-{
-    QStringList keys;
-    for (const auto& [key, value] : expected) {
-        if (found.at(key) != value)
-            keys.append(key);
-    }
-    return keys;
-}
 
 /// Switches this and that, at random, in a process that stops for good at the given event, if it comes to it.
 int runChild(const QStringList& arguments)
@@ -187,11 +59,6 @@ int runChild(const QStringList& arguments)
     return 0;
 }
 
-bool isStart(const ValuePlace& place)
-{
-    return place.name == u"Start";
-}
-
 } // namespace
 
 /// All that holds registry values, switched on and off in any order. TORVELANE_RANDOM_SEED repeats a run,
@@ -203,6 +70,7 @@ private:
     const QString m_anySeed = QString::number(QRandomGenerator::system()->generate());
     const quint32 m_seed = qEnvironmentVariable("TORVELANE_RANDOM_SEED", m_anySeed).toUInt();
     QRandomGenerator m_random;
+    QList<ValueLedger::Held> m_gamingValues;
     std::optional<TestMachine> m_machine;
     std::optional<Program> m_program;
 
@@ -213,18 +81,25 @@ private:
         m_program.reset();
         m_machine.reset();
         m_machine.emplace();
+        startProgram();
+    }
+
+    void startProgram()
+    {
         m_program.emplace();
+        if (m_gamingValues.isEmpty()) {
+            QVERIFY(GamingMode::activate().ok);
+            m_gamingValues = m_program->context.ledger.heldValues();
+            QVERIFY(GamingMode::deactivate().ok);
+            QCOMPARE(m_gamingValues.size(), 20);
+        }
+        for (const ValueLedger::Held& value : std::as_const(m_gamingValues))
+            m_program->places.emplace(value.place.key(), value.place);
     }
 
     /// Each switched on alone over values that nobody wants.
     void learnWishes()
     {
-        QVERIFY(GamingMode::activate().ok);
-        const QList<ValueLedger::Held> held = m_program->context.ledger.heldValues();
-        QCOMPARE(held.size(), 20);
-        for (const ValueLedger::Held& value : held)
-            m_program->places.emplace(value.place.key(), value.place);
-        QVERIFY(GamingMode::deactivate().ok);
         m_program->arrange([](const ValuePlace&) { return number(77); });
         const Values before = m_program->values();
         for (Holder& holder : m_program->holders) {
@@ -267,8 +142,14 @@ private Q_SLOTS:
         m_random.seed(m_seed);
         start();
     }
+    /// Some machines outlive the test.
     void cleanup()
     {
+        m_program->everythingOff();
+        for (const auto& [key, value] : std::exchange(initialValues(), {})) {
+            const QStringList place = key.split(u'|');
+            QVERIFY(writeValue(parseHive(place.at(0), nullptr), place.at(1), place.at(2), value));
+        }
         m_program.reset();
         m_machine.reset();
     }
@@ -340,7 +221,7 @@ private Q_SLOTS:
             for (QProcess& child : children)
                 QVERIFY(child.state() == QProcess::NotRunning || child.waitForFinished(longMs));
             QCOMPARE(children.back().exitCode(), 0);
-            m_program.emplace();
+            startProgram();
             if (round % 2 == 0)
                 continue;
             std::shuffle(m_program->holders.begin(), m_program->holders.end(), m_random);
@@ -371,7 +252,7 @@ private Q_SLOTS:
             RegistryValue value;
             return readValue(place.hive, place.path, place.name, value) ? value : RegistryValue();
         };
-        QVERIFY(writeDword(place.hive, place.path, place.name, 20));
+        m_program->arrange([](const ValuePlace&) { return number(20); });
         QVERIFY(GamingMode::activate().ok);
         QVERIFY(m_program->context.engine->applyTweak(id, Tier::Pro, &m_program->error, false));
         stateSql(u"UPDATE tweak_state SET apply_sequence=NULL, capture=replace(capture, '\"number\":20', "
@@ -387,6 +268,7 @@ private Q_SLOTS:
     /// A snapshot that is none holds nothing, and says so.
     void snapshotsThatAreNone()
     {
+        m_program->arrange([](const ValuePlace&) { return number(20); });
         QVERIFY(GamingMode::activate().ok);
         QCOMPARE(m_program->context.ledger.heldValues().size(), 20);
         const LogCapture log;
@@ -402,6 +284,7 @@ private Q_SLOTS:
     void lostOriginals()
     {
         const QString id = u"opt.disable-gamedvr"_s;
+        m_program->arrange([](const ValuePlace&) { return number(20); });
         QVERIFY(m_program->context.engine->applyTweak(id, Tier::Pro, &m_program->error, false));
         const MachineImage before = TestMachine::image();
         stateSql(u"UPDATE tweak_state SET capture='{'"_s);
@@ -411,6 +294,75 @@ private Q_SLOTS:
                  qPrintable(result.message));
         QVERIFY(!GamingMode::isActive());
         QCOMPARE(differences(before, TestMachine::image()), QStringList());
+        stateSql(u"UPDATE tweak_state SET state='reverted'"_s);
+    }
+
+    /// The form of what Windows imports: every kind, absence, a holder that can't be undone.
+    void undoFile()
+    {
+        const auto held = [](const QString& name, const std::optional<RegistryValue>& original,
+                             const QStringList& holders = {u"a"_s}) {
+            return ValueLedger::Held{{RegistryHive::CurrentUser, u"Soft\\Key"_s, name}, original, {}, holders};
+        };
+        const QByteArray text =
+            undoFileText({held(u"a\"\\"_s, number(0x1F)),
+                          held(u"b"_s, RegistryValue(), {u"a"_s, u"b"_s}),
+                          held(u"c"_s, RegistryValue{true, RegistryValueKind::Qword, 0x0102030405060708, {}, {}}),
+                          held(u"d"_s, RegistryValue{true, RegistryValueKind::Sz, 0, u"\"x\" \\é"_s, {}}),
+                          held(u"e"_s, RegistryValue{true, RegistryValueKind::Sz, 0, u"\n"_s, {}}),
+                          held(u"f"_s, RegistryValue{true, RegistryValueKind::ExpandSz, 0, u"%"_s, {}}),
+                          held(u"g"_s, RegistryValue{true, RegistryValueKind::Binary, 0, {}, QByteArray(26, '\xAB')}),
+                          held(u"h"_s, std::nullopt),
+                          held(u"i\n[HKEY_USERS]"_s, number(1), {u"c\n\"x\"=-"_s}),
+                          {{RegistryHive::LocalMachine, u"K"_s, {}}, number(2), {}, {u"a"_s}}});
+        QStringView units(reinterpret_cast<const char16_t*>(text.constData()), text.size() / 2);
+        QCOMPARE(units.first(), QChar(0xFEFF));
+        const QString expected = u"Windows Registry Editor Version 5.00\n\n"
+                                 "; Puts back every registry value that Torvelane has changed at present.\n\n"
+                                 "[HKEY_CURRENT_USER\\Soft\\Key]\n"
+                                 "; a\n\"a\\\"\\\\\"=dword:0000001f\n"
+                                 "; a\n; b\n\"b\"=-\n"
+                                 "; a\n\"c\"=hex(b):08,07,06,05,04,03,02,01\n"
+                                 "; a\n\"d\"=\"\\\"x\\\" \\\\é\"\n"
+                                 "; a\n\"e\"=hex(1):0a,00,00,00\n"
+                                 "; a\n\"f\"=hex(2):25,00,00,00\n"
+                                 "; a\n\"g\"=hex:"_s
+            + u"ab,"_s.repeated(23)
+            + u"\\\n  ab,ab,ab\n"
+              "; a\n; its original isn't known: HKCU\\Soft\\Key [h]\n"
+              "; c \"x\"=-\n; its original isn't known: HKCU\\Soft\\Key [i [HKEY_USERS]]\n\n"
+              "[HKEY_LOCAL_MACHINE\\K]\n; a\n@=dword:00000002\n"_s;
+        QCOMPARE(units.sliced(1).toString().replace(u"\r\n"_s, u"\n"_s), expected);
+    }
+
+    /// undo.reg alone, with the program's folder gone, brings back what was there before a random sequence.
+    void undoFileWithoutTheProgram()
+    {
+        learnWishes();
+        m_program->arrange([this](const ValuePlace& place) { return anyValue(place); });
+        const Values before = m_program->values();
+        for (int step = 0; step < 30; ++step) {
+            const Holder& holder = m_program->holders.at(below(m_program->holders.size()));
+            QVERIFY(below(3) == 0 ? holder.off() : holder.on());
+        }
+        const QStringList changed = differing(before, m_program->values());
+        QVERIFY(!changed.isEmpty());
+        m_program->context.undoFile->flush();
+        const QString copy = m_machine->scratchFile(u"undo.reg"_s);
+        QVERIFY(QFile::copy(Paths::undoFile(), copy));
+        if (machineCanBeWatched) { // Nobody can import it here.
+            QFile file(copy);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const QByteArray bytes = file.readAll();
+            const QStringView text(reinterpret_cast<const char16_t*>(bytes.constData()), bytes.size() / 2);
+            QCOMPARE_GE(text.count(u"\"="_s), changed.size());
+            return;
+        }
+        const auto import = [&copy] {
+            return QProcess::execute(u"reg.exe"_s, {u"import"_s, QDir::toNativeSeparators(copy)});
+        };
+        QCOMPARE(import(), 0);
+        QCOMPARE(differing(before, m_program->values()), QStringList());
     }
 
     /// What can't be read may be the only original: nobody captures it again, and it keeps nobody from undoing.
@@ -438,6 +390,7 @@ private Q_SLOTS:
         QCOMPARE(differing(before, m_program->values()), QStringList());
         QVERIFY(m_program->context.engine->revertTweak(ids.at(1), &m_program->error, true));
         QVERIFY(!on(ids.at(2)));
+        stateSql(u"UPDATE tweak_state SET state='reverted'"_s);
         QCOMPARE(m_program->error,
                  ids.at(2)
                      + u": Capture failed: The original of HKLM\\SYSTEM\\ControlSet001\\Control "
