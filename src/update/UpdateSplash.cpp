@@ -98,6 +98,8 @@ UpdateSplash::UpdateSplash(const QString& version, QWidget* parent)
                            : QStringLiteral("Installing version %1 — restarts automatically."))
                        .arg(shown));
     subtitle->setTextFormat(Qt::PlainText);
+    subtitle->setFont(bodyFont(13, QFont::Normal));
+    subtitle->setWordWrap(true);
     subtitle->setAlignment(Qt::AlignCenter);
     subtitle->setStyleSheet(QStringLiteral("color:#9CA3AF;"));
 

@@ -1,0 +1,499 @@
+#include "net/TestAuthority.h"
+#include "platform/simulated/SimulatedPc.h"
+#include "support/LogCapture.h"
+#include "support/LoopbackServer.h"
+#include "support/TestMachine.h"
+#include "update/AutoUpdater.h"
+#include "update/UpdateScript.h"
+#include "update/UpdateSplash.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QHash>
+#include <QMutex>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
+using platform::CallMoment;
+using platform::SimulatedPc;
+using platform::Win32Error;
+
+namespace {
+
+constexpr uid_t nobody = 65534;
+
+QByteArray runProgram(const QString& program, const QStringList& arguments, const QByteArray& input = {})
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished() || process.exitCode() != 0)
+        qFatal("%s: %s", qPrintable(program), process.readAllStandardError().constData());
+    return process.readAllStandardOutput();
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+void put(const QString& path, const QByteArray& content,
+         QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile::remove(path);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.setPermissions(permissions))
+        qFatal("Nothing to test with");
+}
+
+constexpr auto readable = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther;
+constexpr auto executable = readable | QFile::ExeOwner | QFile::ExeOther;
+
+/// An archive of entries that no tool for archives would make: "name=content", or "name@target" for a symbolic link.
+QByteArray zip(const QStringList& entries)
+{
+    return runProgram(u"python3"_s, QStringList{u"-c"_s, uR"py(
+import io, re, sys, zipfile
+out = io.BytesIO()
+with zipfile.ZipFile(out, "w", zipfile.ZIP_DEFLATED) as archive:
+    for argument in sys.argv[1:]:
+        name, kind, content = re.fullmatch("([^=@]*)([=@])(.*)", argument).groups()
+        entry = zipfile.ZipInfo(name)
+        entry.create_system, entry.external_attr = 3, (0o120777 if kind == "@" else 0o100644) << 16
+        archive.writestr(entry, content, zipfile.ZIP_DEFLATED)
+sys.stdout.buffer.write(out.getvalue())
+)py"_s} + entries);
+}
+
+const QStringList goodEntries{u"Torvelane/Torvelane.exe=new program"_s,
+                              u"Torvelane/platforms/qwindows.dll=new plugin"_s};
+
+/// A release server, an installation and a key.
+struct Bench : TestMachine {
+    Bench() : server([this](Exchange& exchange) { return serve(exchange); }, authority().server({}))
+    {
+        authority().trust();
+        // As the machine's folder for temporary files, and within reach of other users.
+        chmod(qPrintable(scratchFile(u"."_s)), 0755);
+        QDir().mkpath(temporary());
+        chmod(qPrintable(temporary()), 01777);
+        put(inInstallation(u"Torvelane.exe"_s), "old program");
+        QFile::link(u"/usr/bin/minisign"_s, inInstallation(u"minisign.exe"_s));
+        for (const QString& key : {u"ours"_s, u"other"_s})
+            runProgram(u"minisign"_s,
+                       {u"-G"_s, u"-W"_s, u"-p"_s, scratchFile(key + u".pub"_s), u"-s"_s, scratchFile(key)});
+        offer(zip(goodEntries));
+        answers[u"/feed"_s] = {200,
+                               R"({"tag_name":"v1.0.5","assets":[{"name":"Release.zip","browser_download_url":")"
+                                   + server.url(u"/Release.zip"_s).toUtf8() + R"("}]})"};
+    }
+
+    static const TestAuthority& authority()
+    {
+        static const TestAuthority authority;
+        return authority;
+    }
+
+    void offer(const QByteArray& archive, const QString& key = u"ours"_s)
+    {
+        put(scratchFile(u"signed"_s), archive);
+        runProgram(u"minisign"_s,
+                   {u"-S"_s, u"-s"_s, scratchFile(key), u"-m"_s, scratchFile(u"signed"_s), u"-x"_s,
+                    scratchFile(u"signature"_s)});
+        answers[u"/Release.zip"_s] = {200, archive};
+        answers[u"/Release.zip.minisig"_s] = {200, contentOf(scratchFile(u"signature"_s))};
+    }
+
+    [[nodiscard]] QString temporary() const { return scratchFile(u"temporary"_s); }
+    [[nodiscard]] QString staging() const { return temporary() + u"/torvelane_update"_s; }
+    [[nodiscard]] QString script() const { return temporary() + u"/torvelane_update.bat"_s; }
+    [[nodiscard]] QString inInstallation(const QString& name) const { return scratchFile(u"installation/"_s + name); }
+
+    [[nodiscard]] UpdateSettings settings() const
+    {
+        return {.feedUrl = server.url(u"/feed"_s),
+                .publicKey = QString::fromLatin1(contentOf(scratchFile(u"ours.pub"_s)).split('\n').value(1)),
+                .currentVersion = u"1.0.4"_s,
+                .programFile = inInstallation(u"Torvelane.exe"_s),
+                .temporaryDir = temporary(),
+                .toolTimeoutMs = 3000};
+    }
+
+    [[nodiscard]] bool update() const { return AutoUpdater::checkAndUpdate(settings()); }
+
+    struct Answer {
+        int status = 200;
+        QByteArray content;
+        QByteArray headers = {};
+        qint64 missingBytes = 0; ///< Of what it says that it sends.
+    };
+    QHash<QString, Answer> answers;
+    QStringList asked;
+
+private:
+    bool serve(Exchange& exchange)
+    {
+        const QMutexLocker lock(&m_mutex);
+        asked += QString::fromLatin1(exchange.path);
+        const Answer answer = answers.value(asked.constLast(), {404, "not here", {}, 0});
+        if (answer.missingBytes == 0)
+            return exchange.answer(answer.status, answer.content, answer.headers);
+        exchange.send("HTTP/1.1 200 OK\r\nContent-Length: "
+                      + QByteArray::number(answer.content.size() + answer.missingBytes) + "\r\n\r\n" + answer.content);
+        return false;
+    }
+
+    QMutex m_mutex;
+    LoopbackServer server;
+};
+
+QStringList installationOf(const Bench& bench)
+{
+    QStringList files;
+    for (const QFileInfo& file : QDir(bench.inInstallation({})).entryInfoList(QDir::Files | QDir::Hidden))
+        files +=
+            file.fileName() + u' ' + QString::fromLatin1(contentOf(file.filePath()).first(std::min(file.size(), 20LL)));
+    return files;
+}
+
+/// Has every write fail that would end behind `bytes` of its file.
+void limitFiles(rlim_t bytes)
+{
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+using Spoil = void (*)(Bench&);
+
+} // namespace
+
+Q_DECLARE_METATYPE(Spoil)
+
+namespace {
+
+/// What goes wrong, and how the last line of the log begins then.
+void row(const char* name, const QString& reason, Spoil spoil)
+{
+    QTest::newRow(name) << spoil << reason;
+}
+
+void addDownloads()
+{
+    row("feed 404", u"[WARN] update: Update check unavailable (HTTP 404)"_s,
+        [](Bench& b) { b.answers.remove(u"/feed"_s); });
+    row("feed array", u"[WARN] update: Release JSON has no tag_name"_s,
+        [](Bench& b) { b.answers[u"/feed"_s].content = "[]"; });
+    row("no assets", u"[WARN] update: Release v2 has no Release.zip asset"_s,
+        [](Bench& b) { b.answers[u"/feed"_s].content = R"({"tag_name":"v2"})"; });
+    row("download cut", u"[ERROR] update: Download failed (HTTP 200)"_s,
+        [](Bench& b) { b.answers[u"/Release.zip"_s].missingBytes = 1; });
+    row("download moved to http", u"[ERROR] update: Download failed ("_s, [](Bench& b) {
+        b.answers[u"/Release.zip"_s] = {302, "", "Location: http://127.0.0.1:1/\r\n", 0};
+    });
+    row("signature 404", u"[ERROR] update: Signature download failed (HTTP 404)"_s,
+        [](Bench& b) { b.answers.remove(u"/Release.zip.minisig"_s); });
+}
+
+void addSignatures()
+{
+    const QString invalid = u"[ERROR] update: Update signature INVALID — refusing to install"_s;
+    row("wrong key", invalid, [](Bench& b) { b.offer(zip(goodEntries), u"other"_s); });
+    row("changed archive", invalid, [](Bench& b) { b.answers[u"/Release.zip"_s].content += '\0'; });
+    row("signature of another file", invalid,
+        [](Bench& b) { b.answers[u"/Release.zip"_s].content = zip({u"Torvelane.exe=evil"_s}); });
+    row("changed signature", invalid, [](Bench& b) {
+        QByteArray& text = b.answers[u"/Release.zip.minisig"_s].content;
+        text[text.indexOf('\n') + 60] = text[text.indexOf('\n') + 60] == 'A' ? 'B' : 'A';
+    });
+    row("changed trusted comment", invalid,
+        [](Bench& b) { b.answers[u"/Release.zip.minisig"_s].content.replace("file:signed", "file:Signed"); });
+    row("empty signature", invalid, [](Bench& b) { b.answers[u"/Release.zip.minisig"_s].content.clear(); });
+    row("no minisign", invalid, [](Bench& b) { QFile::remove(b.inInstallation(u"minisign.exe"_s)); });
+    row("minisign hangs", invalid,
+        [](Bench& b) { put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nexec sleep 60", executable); });
+    row("minisign crashes", invalid,
+        [](Bench& b) { put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nkill -9 $$", executable); });
+}
+
+void addArchives()
+{
+    const QString unsafe = u"[ERROR] update: Update archive contains unsafe paths — refusing to install"_s;
+    row("no archive", unsafe, [](Bench& b) { b.offer("MZ"); });
+    row("step upwards", unsafe, [](Bench& b) { b.offer(zip({u"Torvelane.exe=x"_s, u"a/../../b=x"_s})); });
+    row("absolute", unsafe, [](Bench& b) { b.offer(zip({u"Torvelane.exe=x"_s, u"/tmp/x=x"_s})); });
+    row("device", unsafe, [](Bench& b) { b.offer(zip({u"Torvelane.exe=x"_s, u"NUL.txt=x"_s})); });
+    row("no UTF-8", unsafe, [](Bench& b) {
+        b.offer(zip({u"Torvelane.exe=x"_s, u"qqq=x"_s}).replace("qqq", "\xff\xfe\x81"));
+    });
+    row("listing hangs", unsafe, [](Bench&) { SimulatedPc::hang(u"tools.tar"_s, 60000, {.part = u"-tf"_s}); });
+    const QString failed = u"[ERROR] update: Extraction failed"_s;
+    row("damaged", failed, [](Bench& b) {
+        QByteArray archive = zip({u"Torvelane.exe="_s + u"0123456789abcdef"_s.repeated(9)});
+        archive[archive.indexOf("exe") + 6] = '\x55';
+        b.offer(archive);
+    });
+    row("unpacking hangs", failed, [](Bench&) { SimulatedPc::hang(u"tools.tar"_s, 60000, {.part = u"-xf"_s}); });
+    const QString differs = u"[ERROR] update: Unpacked files differ from the archive's listing — refusing to install"_s;
+    row("symbolic link", differs, [](Bench& b) { b.offer(zip({u"Torvelane.exe=x"_s, u"x.dll@/etc/passwd"_s})); });
+    row("hard link", differs, [](Bench& b) {
+        put(b.scratchFile(u"tar/a"_s), "x");
+        std::ignore = ::link(qPrintable(b.scratchFile(u"tar/a"_s)), qPrintable(b.scratchFile(u"tar/Torvelane.exe"_s)));
+        b.offer(runProgram(u"tar"_s, {u"-c"_s, u"-C"_s, b.scratchFile(u"tar"_s), u"a"_s, u"Torvelane.exe"_s}));
+    });
+    row("unpacks nothing", differs, [](Bench&) { SimulatedPc::fail(u"tools.tar"_s, 0, {.part = u"-xf"_s}); });
+    const QString noProgram = u"[ERROR] update: Extracted zip does not contain Torvelane.exe"_s;
+    row("two top folders", noProgram, [](Bench& b) { b.offer(zip({u"a/Torvelane.exe=x"_s, u"b/c=x"_s})); });
+}
+
+void addPlaces()
+{
+    const QString noStaging = u"[ERROR] update: Cannot create staging dir "_s;
+    row("staging is a link", noStaging, [](Bench& b) { QFile::link(b.scratchFile(u"config"_s), b.staging()); });
+    row("staging leads nowhere", noStaging, [](Bench& b) { QFile::link(u"nowhere"_s, b.staging()); });
+    row("staging of another", noStaging, [](Bench& b) {
+        QDir().mkpath(b.staging());
+        chmod(qPrintable(b.staging()), 0777);
+    });
+    row("no folder", noStaging,
+        [](Bench&) { SimulatedPc::fail(u"files.createDirectory"_s, Win32Error::AccessDenied, {.n = 2}); });
+    row("no archive file", u"[ERROR] update: Cannot open for writing: "_s,
+        [](Bench&) { SimulatedPc::fail(u"files.createFile"_s, Win32Error::AccessDenied); });
+    row("no signature file", u"[ERROR] update: Cannot open for writing: "_s,
+        [](Bench&) { SimulatedPc::fail(u"files.createFile"_s, Win32Error::AccessDenied, {.n = 2}); });
+    const QString noScript = u"[ERROR] update: Could not launch the updater script"_s;
+    row("script of another", noScript, [](Bench& b) { put(b.script(), "evil", readable); });
+    row("script is a link", noScript, [](Bench& b) { QFile::link(b.inInstallation(u"Torvelane.exe"_s), b.script()); });
+    row("script doesn't start", noScript,
+        [](Bench&) { SimulatedPc::fail(u"processes.startBatchFile"_s, Win32Error::AccessDenied); });
+}
+
+} // namespace
+
+/// From the feed to the script. What the script then does is seen under Wine.
+class tst_AutoUpdater : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void handsOver_data()
+    {
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<QString>("payload");
+        QTest::newRow("in one top folder") << goodEntries << u"/extracted/Torvelane"_s;
+        QTest::newRow("without one") << QStringList{u"Torvelane.exe=new program"_s, u"a..b/c=d"_s} << u"/extracted"_s;
+    }
+
+    void handsOver()
+    {
+        QFETCH(QStringList, entries);
+        QFETCH(QString, payload);
+        Bench bench;
+        bench.offer(zip(entries));
+        const LogCapture log;
+        bool splashSeen = false;
+        QTimer look;
+        connect(&look, &QTimer::timeout, [&] {
+            for (QWidget* const window : QApplication::topLevelWidgets()) {
+                if (qobject_cast<UpdateSplash*>(window) && window->isVisible())
+                    splashSeen = window->close(); // which keeps nothing from going on
+            }
+        });
+        look.start(0);
+        QVERIFY2(bench.update(), qPrintable(log.lines().join(u'\n')));
+        QVERIFY(splashSeen);
+        QVERIFY(QApplication::topLevelWidgets().isEmpty());
+        const auto calls = SimulatedPc::calls(u"processes.startBatchFile"_s);
+        QCOMPARE(calls.size(), 1);
+        QCOMPARE(calls[0].call.arguments, QStringList({bench.script(), bench.temporary()}));
+        QCOMPARE(contentOf(bench.script()),
+                 updateScript({.source = bench.staging() + payload,
+                               .target = bench.inInstallation({}).chopped(1),
+                               .staging = bench.staging()},
+                              QCoreApplication::applicationPid()));
+        QCOMPARE(contentOf(bench.staging() + payload + u"/Torvelane.exe"_s), QByteArray("new program"));
+        const QStringList ours{bench.staging(), bench.staging() + u"/extracted"_s, bench.staging() + u"/Release.zip"_s,
+                               bench.script()};
+        for (const QString& path : ours)
+            QCOMPARE(platform::fileOwner(path), platform::FileOwner::Privileged);
+        QCOMPARE(log.lines().filter(u"[WARN]"_s),
+                 QStringList(u"[WARN] update: No .minisig asset enumerated; will try "_s
+                             + bench.settings().feedUrl.chopped(5) + u"/Release.zip.minisig"_s));
+        QCOMPARE(log.lines().constLast(), u"[INFO] update: Updater launched — exiting so files can be replaced"_s);
+        QCOMPARE(contentOf(bench.inInstallation(u"Torvelane.exe"_s)), QByteArray("old program"));
+        // Again, over what the first one left.
+        QVERIFY(bench.update());
+    }
+
+    void refuses_data()
+    {
+        QTest::addColumn<Spoil>("spoil");
+        QTest::addColumn<QString>("reason");
+        addDownloads();
+        addSignatures();
+        addArchives();
+        addPlaces();
+    }
+
+    void refuses()
+    {
+        QFETCH(Spoil, spoil);
+        QFETCH(QString, reason);
+        Bench bench;
+        spoil(bench);
+        const QStringList before = installationOf(bench);
+        const LogCapture log;
+        QVERIFY(!bench.update());
+        const QString last = log.lines().value(log.lines().size() - 1);
+        QVERIFY2(last.startsWith(reason), qPrintable(log.lines().join(u'\n')));
+        QVERIFY2(last.contains(u" — starting normally"_s), qPrintable(last));
+        QCOMPARE(log.lines().filter(u"starting normally"_s).size(), 1);
+        QCOMPARE(installationOf(bench), before);
+        QVERIFY(QApplication::topLevelWidgets().isEmpty());
+        for (const platform::CallRecord& call : SimulatedPc::calls(u"processes.startBatchFile"_s))
+            QVERIFY(call.answer.value_or(0) != 0);
+        if (platform::fileOwner(bench.script()) == platform::FileOwner::Privileged)
+            QFAIL("a script stays behind");
+        // Nothing of it is in the way of a later one, unless it is another program's.
+        SimulatedPc::clearFaults();
+        if (reason.contains(u"launch"_s) || reason.contains(u"Extr"_s) || reason.contains(u"Unpacked"_s)) {
+            QFile::remove(bench.script());
+            bench.offer(zip(goodEntries));
+            QVERIFY2(bench.update(), qPrintable(log.lines().join(u'\n')));
+        }
+    }
+
+    void skipped()
+    {
+        const Bench bench;
+        const LogCapture log;
+        QVERIFY(!AutoUpdater::checkAndUpdate());
+        qputenv("TORVELANE_NO_UPDATE", "");
+        QVERIFY(!AutoUpdater::checkAndUpdate());
+        qunsetenv("TORVELANE_NO_UPDATE");
+        QCOMPARE(log.lines(),
+                 QStringList({u"[INFO] update: This build has no release feed; update check skipped"_s,
+                              u"[INFO] update: TORVELANE_NO_UPDATE set — skipping update check"_s}));
+        QCOMPARE(bench.asked, QStringList());
+    }
+
+    /// No room for the archive, for the signature, or for the script: no file may grow any more once it has been made.
+    void fullDisk()
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        for (int file = 1; file <= 3; ++file) {
+            Bench bench;
+            const QStringList before = installationOf(bench);
+            int made = 0;
+            SimulatedPc::setObserver([&made, file](CallMoment moment, const platform::Call& call) {
+                made += moment == CallMoment::After && call.name == u"files.createFile"_s;
+                if (made == file)
+                    limitFiles(10);
+            });
+            const bool tookOver = bench.update();
+            SimulatedPc::setObserver({});
+            limitFiles(RLIM_INFINITY);
+            QCOMPARE(made, file);
+            QVERIFY(!tookOver);
+            QVERIFY(SimulatedPc::calls(u"processes.startBatchFile"_s).isEmpty());
+            QCOMPARE(installationOf(bench), before);
+            QVERIFY(bench.update());
+        }
+    }
+
+    /// Killed before each step, the program starts again on a whole old version, and the next update goes through.
+    void powerCut()
+    {
+        Bench bench;
+        const QStringList before = installationOf(bench);
+        const UpdateSettings settings = bench.settings();
+        int kills = 0;
+        for (bool isThrough = false; !isThrough; kills += !isThrough) {
+            SimulatedPc::kill({}, CallMoment::Before, {.n = kills + 1});
+            QProcess child;
+            child.setEnvironment(QProcess::systemEnvironment() + bench.childEnvironment());
+            QTimer::singleShot(60000, &child, [&child] { child.kill(); });
+            child.start(
+                QCoreApplication::applicationFilePath(),
+                {u"--update"_s, settings.feedUrl, settings.publicKey, settings.programFile, settings.temporaryDir});
+            QVERIFY(child.waitForFinished(60000));
+            // Where it is a tool that is killed, the program refuses.
+            isThrough = child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0;
+            SimulatedPc::clearFaults();
+            QCOMPARE(installationOf(bench), before);
+        }
+        QCOMPARE_GE(kills, 7); // two folders, three files, two runs of tar, the script's start
+    }
+
+    /// Another user's program that exchanges whatever it can, from the download to the copy.
+    void swappingProcess()
+    {
+        if (::getuid() != 0)
+            QSKIP("needs another user");
+        Bench bench;
+        QProcess swapper;
+        swapper.setChildProcessModifier(
+            [] { std::ignore = ::setresgid(nobody, nobody, nobody) + ::setresuid(nobody, nobody, nobody); });
+        put(bench.scratchFile(u"swap.py"_s), R"(
+import os, sys
+tries, wins, evil = 0, 0, sys.argv[1] + "/evil"
+print("ready", flush=True)
+while True:
+    for name in ("torvelane_update", "torvelane_update/Release.zip", "torvelane_update/extracted",
+                 "torvelane_update/extracted/Torvelane/Torvelane.exe", "torvelane_update.bat"):
+        path = sys.argv[1] + "/" + name
+        for act in (lambda: os.rename(path, evil), lambda: os.unlink(path), lambda: open(path, "r+").close(),
+                    lambda: (open(evil, "w").close(), os.path.lexists(path) and os.replace(evil, path) or 1 / 0)):
+            try:
+                act()
+                open(sys.argv[1] + "/won", "w").write(name)
+            except (OSError, ZeroDivisionError):
+                tries += 1
+)",
+            readable);
+        swapper.start(u"/usr/bin/python3"_s, {bench.scratchFile(u"swap.py"_s), bench.temporary()});
+        QVERIFY(swapper.waitForReadyRead());
+        for (int round = 0; round < 5; ++round) {
+            QVERIFY(bench.update());
+            QTest::qWait(100);
+            QCOMPARE(contentOf(bench.temporary() + u"/won"_s), QByteArray("(missing)"));
+            QCOMPARE(contentOf(bench.staging() + u"/extracted/Torvelane/Torvelane.exe"_s), QByteArray("new program"));
+            QVERIFY(contentOf(bench.script()).startsWith("@echo off"));
+        }
+        QCOMPARE(swapper.state(), QProcess::Running);
+        swapper.kill();
+        QVERIFY(swapper.waitForFinished());
+    }
+};
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == u"--update"_s) {
+        return AutoUpdater::checkAndUpdate({.feedUrl = arguments[2],
+                                            .publicKey = arguments[3],
+                                            .currentVersion = u"1.0.4"_s,
+                                            .programFile = arguments[4],
+                                            .temporaryDir = arguments[5]})
+            ? 0
+            : 1;
+    }
+    tst_AutoUpdater test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_AutoUpdater.moc"
