@@ -205,7 +205,7 @@ private Q_SLOTS:
             m_program.reset();
             std::array<QProcess, 2> children;
             for (QProcess& child : children) {
-                const int stopAt = &child == &children.front() ? 1 + below(150) : 0;
+                const int stopAt = &child == &children.front() ? 1 + below(machineCanBeWatched ? 150 : 25) : 0;
                 child.setEnvironment(QProcess::systemEnvironment() + m_machine->childEnvironment());
                 child.setStandardErrorFile(QProcess::nullDevice());
                 child.start(QCoreApplication::applicationFilePath(),
