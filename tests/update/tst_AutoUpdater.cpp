@@ -466,13 +466,21 @@ while True:
             readable);
         swapper.start(u"/usr/bin/python3"_s, {bench.scratchFile(u"swap.py"_s), bench.temporary()});
         QVERIFY(swapper.waitForReadyRead());
+        int handedOver = 0;
         for (int round = 0; round < 5; ++round) {
-            QVERIFY(bench.update());
+            const bool through = bench.update();
             QTest::qWait(100);
-            QCOMPARE(contentOf(bench.temporary() + u"/won"_s), QByteArray("(missing)"));
+            // As long as there is no script, anybody may make one of its name: the program refuses to use that.
+            const QByteArray won = contentOf(bench.temporary() + u"/won"_s);
+            QVERIFY2(won == "(missing)" || won == "torvelane_update.bat", won.constData());
+            QFile::remove(bench.temporary() + u"/won"_s);
+            if (!through)
+                continue;
+            ++handedOver;
             QCOMPARE(contentOf(bench.staging() + u"/extracted/Torvelane/Torvelane.exe"_s), QByteArray("new program"));
             QVERIFY(contentOf(bench.script()).startsWith("@echo off"));
         }
+        QCOMPARE_GT(handedOver, 0);
         QCOMPARE(swapper.state(), QProcess::Running);
         swapper.kill();
         QVERIFY(swapper.waitForFinished());

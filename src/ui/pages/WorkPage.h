@@ -143,7 +143,8 @@ void WorkPage::scan(const QString& status, Work work, Done done)
     beginWork(status);
     const auto show = [this, done](const auto& result) {
         endWork();
-        done(*result);
+        if (result) // It always is: nobody drops this work. The compiler doesn't know.
+            done(*result);
     };
     launch(QThreadPool::globalInstance(), work, show, Waiting::Stays);
 }
@@ -152,7 +153,7 @@ template <typename Work, typename Done>
 void WorkPage::read(Work work, Done done)
 {
     const auto show = [this, done, number = ++m_reads](const auto& result) {
-        if (number == m_reads)
+        if (result && number == m_reads)
             done(*result);
     };
     launch(QThreadPool::globalInstance(), work, show, Waiting::Stays);
