@@ -7,11 +7,11 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QTest>
-#include <QThread>
 
 #include <atomic>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -200,7 +200,7 @@ private Q_SLOTS:
         const QByteArray movedFile = aside + "/file";
         std::atomic_bool stop = false;
         std::atomic_int swaps = 0;
-        QThread* const attacker = QThread::create([&] {
+        std::thread attacker([&] {
             while (!stop) {
                 ::mkdir(place.constData(), 0700);
                 ::close(::creat(file.constData(), 0600));
@@ -212,14 +212,12 @@ private Q_SLOTS:
                 ::unlink(place.constData());
             }
         });
-        attacker->start();
         for (int round = 0; round < 400 || swaps < 50; ++round) {
             std::ignore = DebloatCleaner::scanSize(folderOf(temp));
             std::ignore = DebloatCleaner::clean(folderOf(temp));
         }
         stop = true;
-        attacker->wait();
-        delete attacker;
+        attacker.join();
         QCOMPARE(below(u"C:\\Users\\Alex\\Documents"_s), before);
     }
 
