@@ -2,22 +2,13 @@
 #include "account/LocalLicenseService.h"
 #include "account/MachineIdentity.h"
 #include "account/TierWatcher.h"
-#include "core/Paths.h"
 #include "platform/Elevation.h"
 #include "platform/SecretBox.h"
-#include "support/LogCapture.h"
-#include "support/TestMachine.h"
-#include "system/RegistryAccess.h"
+#include "support/Suite.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TweakCatalog.h"
 #include "tweaks/TweakEngine.h"
-
-#include <QFile>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 
 namespace {
 
@@ -39,15 +30,10 @@ const QString signedOut = u"signed out none"_s;
 
 } // namespace
 
-class tst_Account : public QObject {
+class tst_Account : public MachineSuite {
     Q_OBJECT
 
-private:
-    std::optional<test::TestMachine> m_machine;
-
 private Q_SLOTS:
-    void init() { m_machine.emplace(); }
-
     void firstStartAndLogout()
     {
         const QString user = platform::currentUserName();

@@ -1,14 +1,4 @@
-#include "support/TestMachine.h"
-#include "system/RegistryAccess.h"
-
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
+#include "support/Suite.h"
 
 const QString freeTweak = u"explorer.show-hidden-files"_s;
 const QString proTweak = u"opt.disable-network-throttling"_s;

@@ -2,23 +2,12 @@
 #include "app/DataDirectory.h"
 #include "core/Log.h"
 #include "platform/DirectoryProtection.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/LogCapture.h"
-#include "support/TestMachine.h"
-
-#include <QDir>
-#include <QJsonArray>
-#include <QProcess>
-#include <QTest>
+#include "support/simulated/Suite.h"
 
 #include <sys/stat.h>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 using platform::fileOwner;
 using platform::FileOwner;
-using platform::SimulatedPc;
 
 namespace {
 
@@ -92,15 +81,10 @@ struct Program : QProcess {
 
 /// Whose files the program believes. On the simulated PC a file that only the user can read stands for one of
 /// Administrators'.
-class tst_DataDirectory : public QObject {
+class tst_DataDirectory : public MachineSuite {
     Q_OBJECT
 
-private:
-    std::optional<TestMachine> m_machine;
-
 private Q_SLOTS:
-    void init() { m_machine.emplace(); }
-
     void laterStartSetsAside_data()
     {
         QTest::addColumn<QString>("name");

@@ -1,26 +1,12 @@
 #include "core/AppConfig.h"
 #include "core/Log.h"
-#include "core/Paths.h"
 #include "platform/SharedLogFile.h"
-#include "support/LogCapture.h"
-#include "support/TestMachine.h"
+#include "support/Child.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QProcess>
-#include <QTest>
-
-#include <array>
-#include <cstdio>
-#include <thread>
-#include <vector>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
+#include <list>
 
 namespace {
 
-const QString childOption = u"--log"_s;
 constexpr int processCount = 6;
 constexpr int threadCount = 2;
 
@@ -79,14 +65,11 @@ QStringList messages(const QString& logContent, const QString& prefix)
 /// Logs from several threads, when the parent says so.
 int runChild(const QStringList& arguments)
 {
-    Paths::setDataDirOverride(arguments.at(2));
     initLogging(LogLevel::Info, platform::openSharedLogFile);
-    std::puts("ready");
-    std::fflush(stdout);
-    std::ignore = std::fgetc(stdin);
+    stopUntilToldToGoOn();
     std::vector<std::jthread> threads;
     for (int t = 0; t < threadCount; ++t) {
-        threads.emplace_back([own = linesOfThread(arguments.at(3) + QString::number(arguments.at(4).toInt() + t))] {
+        threads.emplace_back([own = linesOfThread(arguments.at(0) + QString::number(arguments.at(1).toInt() + t))] {
             std::ranges::for_each(own, [](const QString& line) { log(line); });
         });
     }
@@ -107,15 +90,10 @@ QString loaded(AppConfig config)
 
 } // namespace
 
-class tst_Core : public QObject {
+class tst_Core : public MachineSuite {
     Q_OBJECT
 
-private:
-    std::optional<test::TestMachine> m_machine;
-
 private Q_SLOTS:
-    void init() { m_machine.emplace(); }
-
     void linesAndThreshold()
     {
         closeLogging();
@@ -158,18 +136,15 @@ private Q_SLOTS:
             for (int i = 0; i < processCount * threadCount; ++i)
                 expected += linesOfThread(round + QString::number(i));
             fillLogTo(logRotationSizeBytes - expected.join(u'\n').size() / 2);
-            std::array<QProcess, processCount> children;
-            for (std::size_t i = 0; i < processCount; ++i) {
-                children[i].setStandardErrorFile(QProcess::nullDevice());
-                children[i].start(QCoreApplication::applicationFilePath(),
-                                  {childOption, Paths::dataDir(), round, QString::number(i * threadCount)});
-            }
-            for (QProcess& child : children)
-                QVERIFY(child.waitForReadyRead());
-            for (QProcess& child : children)
-                child.write("go\n");
-            for (QProcess& child : children)
-                QVERIFY(child.waitForFinished());
+            std::list<Child> children;
+            for (int i = 0; i < processCount; ++i)
+                children.emplace_back(*m_machine, QStringList{round, QString::number(i * threadCount)});
+            for (Child& child : children)
+                QVERIFY(child.hasStopped());
+            for (Child& child : children)
+                child.goOn();
+            for (Child& child : children)
+                QVERIFY(child.hasSucceeded());
             const QStringList old = messages(content(u".1"_s), round);
             const QStringList current = messages(content(), round);
             QVERIFY(!old.isEmpty());
@@ -236,11 +211,7 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    if (const QStringList arguments = QCoreApplication::arguments(); arguments.value(1) == childOption)
-        return runChild(arguments);
-    tst_Core suite;
-    return QTest::qExec(&suite, argc, argv);
+    return runSuite<tst_Core>(argc, argv, runChild);
 }
 
 #include "tst_Core.moc"

@@ -1,20 +1,7 @@
 #include "measure/GraphicsScan.h"
 #include "measure/HardwareScanner.h"
 #include "measure/HardwareText.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/LogCapture.h"
-#include "support/TestMachine.h"
-#include "system/RegistryAccess.h"
-
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::HResult;
-using platform::SimulatedPc;
+#include "support/simulated/Suite.h"
 
 namespace {
 
@@ -55,13 +42,12 @@ QJsonObject adapter(const QString& description, const QString& vendor, const QSt
 
 } // namespace
 
-class tst_HardwareScanner : public QObject {
+class tst_HardwareScanner : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void theWholeMachine()
     {
-        const TestMachine machine;
         QStringList titles;
         for (const HardwareSection& one : HardwareScanner::scan().sections) {
             titles.append(one.title);
@@ -84,7 +70,6 @@ private Q_SLOTS:
 
     void withoutWmi()
     {
-        const TestMachine machine;
         const LogCapture log;
         SimulatedPc::fail(u"wmi.connectServer"_s, HResult(static_cast<qint32>(0x80070005)));
         const HardwareReport report = HardwareScanner::scan();
@@ -160,7 +145,6 @@ private Q_SLOTS:
         QFETCH(QJsonArray, rows);
         QFETCH(QString, text);
         QFETCH(QString, note);
-        const TestMachine machine;
         setRows(wmiClass, rows);
         const HardwareSection found = section(title);
         if (title == u"Motherboard")
@@ -172,7 +156,6 @@ private Q_SLOTS:
 
     void disksAreMatched()
     {
-        const TestMachine machine;
         const QString space = u"ROOT\\Microsoft\\Windows\\Storage"_s;
         setRows(u"MSFT_PhysicalDisk"_s,
                 {QJsonObject{{u"SerialNumber"_s, u"s1"_s},
@@ -204,7 +187,6 @@ private Q_SLOTS:
 
     void sensors()
     {
-        const TestMachine machine;
         const QString space = u"ROOT\\WMI"_s;
         const QString zones = u"MSAcpi_ThermalZoneTemperature"_s;
         setRows(zones, {QJsonObject{{u"CurrentTemperature"_s, 3000}}}, space);
@@ -255,7 +237,6 @@ private Q_SLOTS:
         QFETCH(QJsonObject, adapter);
         QFETCH(QString, driverDesc);
         QFETCH(QString, begins);
-        const TestMachine machine;
         SimulatedPc::setValue(u"graphics/adapters"_s, QJsonArray{adapter});
         if (!driverDesc.isEmpty()) {
             const QString key = displayClass + u"\\0009"_s;
@@ -272,7 +253,6 @@ private Q_SLOTS:
 
     void graphicsWithoutDxgi()
     {
-        const TestMachine machine;
         const LogCapture log;
         SimulatedPc::fail(u"graphics.list"_s, HResult(static_cast<qint32>(0x887a0004)));
         QVERIFY(!section(u"Graphics"_s).groups.isEmpty());

@@ -1,16 +1,9 @@
 #include "measure/SpeedTester.h"
-#include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
-#include "support/TestMachine.h"
+#include "support/Suite.h"
 
-#include <QElapsedTimer>
 #include <QSignalSpy>
-#include <QTest>
 #include <QThread>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 
@@ -71,13 +64,12 @@ LoopbackServer::Handler endpoint(int bytesPerSecond)
 
 } // namespace
 
-class tst_SpeedTester : public QObject {
+class tst_SpeedTester : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void run()
     {
-        const TestMachine machine;
         std::atomic_int atOnce = 0;
         std::atomic_int most = 0;
         const LoopbackServer server([&, line = endpoint(100000)](Exchange& exchange) {
@@ -126,7 +118,6 @@ private Q_SLOTS:
         QFETCH(int, refusedStream);
         QFETCH(int, status);
         QFETCH(QString, failure);
-        const TestMachine machine;
         std::atomic_int requests = 0;
         auto server = std::make_unique<LoopbackServer>([&, line = endpoint(100000)](Exchange& exchange) {
             if (++requests != refusedStream)
@@ -148,7 +139,6 @@ private Q_SLOTS:
     // A request that ends is replaced, so that short answers count as well as long ones.
     void shortAnswers()
     {
-        const TestMachine machine;
         const LoopbackServer server(
             [](Exchange& exchange) { return exchange.pause(20) && exchange.answer(200, QByteArray(10000, 'x')); });
         SpeedTester tester(QUrl(server.url()), {.downloadMs = 1000, .uploadMs = 100});
@@ -161,7 +151,6 @@ private Q_SLOTS:
 
     void goesAwayInThePing()
     {
-        const TestMachine machine;
         const LoopbackServer server(endpoint(100000));
         QElapsedTimer clock;
         {
@@ -175,7 +164,6 @@ private Q_SLOTS:
 
     void goesAwayInADownload()
     {
-        const TestMachine machine;
         const LoopbackServer server(endpoint(100000));
         {
             SpeedTester tester(QUrl(server.url()), durations);

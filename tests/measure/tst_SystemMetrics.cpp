@@ -1,16 +1,5 @@
 #include "measure/SystemMetricsSampler.h"
-#include "platform/Win32Error.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/TestMachine.h"
-
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
+#include "support/simulated/Suite.h"
 
 namespace {
 
@@ -28,13 +17,12 @@ QJsonObject item(double value, double status = 0)
 
 } // namespace
 
-class tst_SystemMetrics : public QObject {
+class tst_SystemMetrics : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void processors()
     {
-        const TestMachine machine;
         SystemMetricsSampler sampler;
         setTimes(1000, 1500, 500);
         QCOMPARE(sampler.cpuPercent(), 0);
@@ -52,7 +40,6 @@ private Q_SLOTS:
 
     void graphics()
     {
-        const TestMachine machine;
         SystemMetricsSampler sampler;
         SimulatedPc::setValue(counter + u"/items"_s, QJsonArray{item(30.4), item(12), item(50, 3221228474)});
         QCOMPARE(sampler.gpuPercent(), 42);
@@ -68,7 +55,6 @@ private Q_SLOTS:
 
     void memoryMoves()
     {
-        const TestMachine machine;
         const SystemMetricsSampler sampler;
         QVERIFY(sampler.memoryPercent() >= 44);
         QVERIFY(sampler.memoryPercent() <= 48);

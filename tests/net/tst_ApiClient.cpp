@@ -1,17 +1,9 @@
 #include "net/ApiClient.h"
 #include "net/ApiWorker.h"
-#include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
-#include "support/TestMachine.h"
+#include "support/Suite.h"
 
-#include <QElapsedTimer>
-#include <QProcess>
 #include <QSignalSpy>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 
@@ -46,7 +38,7 @@ quint16 freePort()
 
 } // namespace
 
-class tst_ApiClient : public QObject {
+class tst_ApiClient : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -69,7 +61,6 @@ private Q_SLOTS:
         QFETCH(QString, path);
         QFETCH(int, status);
         QFETCH(QJsonObject, json);
-        const TestMachine machine;
         const LoopbackServer server(serve);
         ApiClient client(server.url());
         const ApiResponse response = client.postBlocking(path, {{u"a"_s, 1}}, {}, 10000);
@@ -81,7 +72,6 @@ private Q_SLOTS:
 
     void requestAsSent()
     {
-        const TestMachine machine;
         QByteArray sent;
         const LoopbackServer server([&sent](Exchange& exchange) {
             sent = exchange.head + exchange.body;
@@ -100,7 +90,6 @@ private Q_SLOTS:
 
     void limits()
     {
-        const TestMachine machine;
         const LoopbackServer server(serve);
         ApiClient client(server.url());
         const LogCapture log;
@@ -117,7 +106,6 @@ private Q_SLOTS:
 
     void attempts()
     {
-        const TestMachine machine;
         const quint16 port = freePort();
         ApiClient client(u"http://127.0.0.1:%1"_s.arg(port));
         QObject owner;
@@ -138,7 +126,6 @@ private Q_SLOTS:
 
     void owners()
     {
-        const TestMachine machine;
         const LoopbackServer server(serve);
         ApiClient client(server.url());
         auto gone = std::make_unique<QObject>();
@@ -160,7 +147,6 @@ private Q_SLOTS:
     // Each answer finds its own callback; and as many at once as would not fit on the thread's stack, were they nested.
     void manyAtOnce()
     {
-        const TestMachine machine;
         const LoopbackServer server(serve);
         ApiClient client(server.url());
         QObject owner;
@@ -179,7 +165,6 @@ private Q_SLOTS:
 
     void endsInFlight()
     {
-        const TestMachine machine;
         const LoopbackServer server(serve);
         int called = 0;
         QElapsedTimer clock;

@@ -1,15 +1,8 @@
 #include "net/WinHttpGet.h"
-#include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
-#include "support/TestMachine.h"
+#include "support/Suite.h"
 
 #include <QBuffer>
-#include <QElapsedTimer>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 
@@ -78,7 +71,7 @@ bool serve(Exchange& exchange)
 
 } // namespace
 
-class tst_HttpGet : public QObject {
+class tst_HttpGet : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -122,7 +115,6 @@ private Q_SLOTS:
         QFETCH(int, status);
         QFETCH(QByteArray, expected);
         QFETCH(QString, warning);
-        const TestMachine machine;
         const LoopbackServer server(serve);
         const LogCapture log;
         QByteArray body;
@@ -151,7 +143,6 @@ private Q_SLOTS:
 
     void tooLong()
     {
-        const TestMachine machine;
         const LoopbackServer server(serve);
         QByteArray body;
         HttpResult result = winHttpGet(server.url(u"/huge"_s), 5000, &body, nullptr, {}, u"test"_s);
@@ -167,7 +158,6 @@ private Q_SLOTS:
 
     void devices()
     {
-        const TestMachine machine;
         const LoopbackServer server(serve);
         QBuffer file;
         file.open(QIODevice::WriteOnly);
@@ -181,7 +171,6 @@ private Q_SLOTS:
 
     void unreachable()
     {
-        const TestMachine machine;
         quint16 freePort = 0;
         {
             const LoopbackServer server(serve);
@@ -200,7 +189,6 @@ private Q_SLOTS:
 
     void headers()
     {
-        const TestMachine machine;
         QByteArray head;
         const LoopbackServer server([&head](Exchange& exchange) {
             head = exchange.head;

@@ -3,19 +3,10 @@
 #include "net/ApiClient.h"
 #include "net/WinHttpGet.h"
 #include "platform/HttpGet.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/LogCapture.h"
 #include "support/LoopbackServer.h"
-#include "support/TestMachine.h"
+#include "support/simulated/Suite.h"
 
-#include <QElapsedTimer>
 #include <QSslSocket>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
 
 namespace {
 
@@ -28,7 +19,7 @@ bool greet(Exchange& exchange)
 
 Q_DECLARE_METATYPE(torvelane::test::Identity)
 
-class tst_HttpTls : public QObject {
+class tst_HttpTls : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -57,7 +48,6 @@ private Q_SLOTS:
         QFETCH(Identity, identity);
         QFETCH(bool, isTrusted);
         QFETCH(int, code);
-        const TestMachine machine;
         if (isTrusted)
             m_authority->trust();
         const LoopbackServer server(greet, m_authority->server(identity));
@@ -92,7 +82,6 @@ private Q_SLOTS:
 
     void redirects()
     {
-        const TestMachine machine;
         m_authority->trust();
         const LoopbackServer plain(greet);
         const LoopbackServer other(greet, m_authority->server({}));
@@ -112,7 +101,6 @@ private Q_SLOTS:
 
     void connectivity()
     {
-        const TestMachine machine;
         const LoopbackServer server(greet, m_authority->server({}));
         const LogCapture log;
         QVERIFY(!checkInternet(server.url()));
@@ -132,7 +120,6 @@ private Q_SLOTS:
     // The token of a session stays here if the server isn't to be trusted.
     void backend()
     {
-        const TestMachine machine;
         const LoopbackServer server(greet, m_authority->server({}));
         const auto ask = [&server] {
             return ApiClient(server.url()).postBlocking(u"/x"_s, {}, u"token"_s, 5000).status;
@@ -146,7 +133,6 @@ private Q_SLOTS:
     // A server that accepts and says nothing is given up within the time for one stage, handshake included.
     void silentServer()
     {
-        const TestMachine machine;
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
         QElapsedTimer clock;

@@ -1,19 +1,7 @@
 #include "optimizers/BufferbloatOptimizer.h"
 #include "optimizers/NetworkOptimizer.h"
 #include "optimizers/OptimizerBench.h"
-#include "platform/HResult.h"
-#include "platform/Win32Error.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/LogCapture.h"
-
-#include <QJsonArray>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
-using platform::Win32Error;
+#include "support/simulated/Suite.h"
 
 namespace {
 
@@ -49,13 +37,12 @@ void setType(const QString& key, const RegistryValue& value)
 
 } // namespace
 
-class tst_AdapterOptimizers : public QObject {
+class tst_AdapterOptimizers : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void onlyHardwareIsListed()
     {
-        const TestMachine machine;
         const QList<NetAdapter> all = listNetAdapters();
         QCOMPARE(names(all), QStringList({u"Ethernet"_s, u"Wi-Fi"_s, u"Ethernet 2"_s}));
         QCOMPARE(all.at(0).regSubKey, wiredKey);
@@ -85,14 +72,12 @@ private Q_SLOTS:
     {
         QFETCH(RegistryValue, stored);
         QFETCH(AdapterKind, kind);
-        const TestMachine machine;
         setType(wiredKey, stored);
         QCOMPARE(named(u"Ethernet"_s).kind, kind);
     }
 
     void withoutWmiThereIsNothing()
     {
-        const TestMachine machine;
         const LogCapture log;
         SimulatedPc::fail(u"wmi.connectServer"_s, platform::HResult(static_cast<qint32>(0x80041003)));
         QVERIFY(listNetAdapters().isEmpty());
@@ -120,7 +105,6 @@ private Q_SLOTS:
         QFETCH(QString, id);
         QFETCH(QString, failing);
         QFETCH(QString, error);
-        const TestMachine machine;
         const LogCapture log;
         if (!failing.isEmpty())
             SimulatedPc::fail(failing, Win32Error::AccessDenied);
@@ -136,7 +120,6 @@ private Q_SLOTS:
 
     void networkThereAndBack()
     {
-        const TestMachine machine;
         // A value that is no text, as some drivers have it, comes back with its type.
         QVERIFY(writeDword(RegistryHive::LocalMachine, wiredKey, u"*FlowControl"_s, 3));
         setType(wifiKey, {true, RegistryValueKind::Sz, 0, u"71"_s, {}});
@@ -177,7 +160,6 @@ private Q_SLOTS:
 
     void networkFailures()
     {
-        const TestMachine machine;
         NetworkOptimizer optimizer;
         NetAdapter adapter = named(u"Ethernet"_s);
 
@@ -203,7 +185,6 @@ private Q_SLOTS:
 
     void bufferbloatThereAndBack()
     {
-        const TestMachine machine;
         QVERIFY(writeString(RegistryHive::LocalMachine, wiredKey + u"\\Ndi\\params\\*TransmitBuffers"_s, u"min"_s,
                             u" 96 "_s, false));
         const MachineImage before = TestMachine::image();
@@ -229,7 +210,6 @@ private Q_SLOTS:
 
     void buffersWithoutADeclaredMinimum()
     {
-        const TestMachine machine;
         // As a number it has no text; the other value alone is changed then.
         QVERIFY(writeDword(RegistryHive::LocalMachine, wiredKey + u"\\Ndi\\params\\*TransmitBuffers"_s, u"min"_s, 80));
         BufferbloatOptimizer optimizer;

@@ -1,23 +1,13 @@
 #include "optimizers/DebloatCleaner.h"
-#include "platform/simulated/SimulatedPc.h"
 #include "platform/simulated/files/Drive.h"
-#include "support/TestMachine.h"
+#include "support/simulated/Suite.h"
 
-#include <QDir>
 #include <QDirIterator>
-#include <QFile>
-#include <QTest>
 
-#include <atomic>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
 using platform::simulated::hostPath;
 
 namespace {
@@ -65,13 +55,12 @@ CleanCategory folderOf(const QString& path)
 } // namespace
 
 /// Cleaning on the simulated PC's drive, which is a folder of real files.
-class tst_DebloatCleaner : public QObject {
+class tst_DebloatCleaner : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void everyCategoryFreesWhatItsScanPromised()
     {
-        const TestMachine machine;
         for (const CleanCategory& one : DebloatCleaner::categories()) {
             const qint64 promised = DebloatCleaner::scanSize(one);
             QVERIFY2(promised > 0, qPrintable(one.key));
@@ -89,7 +78,6 @@ private Q_SLOTS:
 
     void whatCounts()
     {
-        const TestMachine machine;
         empty(temp);
         put(temp + u"\\one.tmp"_s, 100);
         put(temp + u"\\folder\\two.tmp"_s, 200);
@@ -113,7 +101,6 @@ private Q_SLOTS:
     {
         if (::geteuid() == 0)
             QSKIP("root may remove everything");
-        const TestMachine machine;
         empty(temp);
         put(temp + u"\\folder\\goes.tmp"_s, 100);
         put(temp + u"\\folder\\kept\\stays.tmp"_s, 200);
@@ -152,7 +139,6 @@ private Q_SLOTS:
         QFETCH(QString, path);
         QFETCH(QString, linkTo);
         QFETCH(QString, canary);
-        const TestMachine machine;
         if (!QFile::exists(hostPath(canary)))
             put(canary, 10);
         if (!linkTo.isEmpty()) {
@@ -168,7 +154,6 @@ private Q_SLOTS:
     /// Links of every kind below a folder go themselves, and nothing behind them is counted or touched.
     void linksAreNotFollowed()
     {
-        const TestMachine machine;
         empty(temp);
         const QString canary = u"C:\\Users\\Alex\\Documents\\letter.txt"_s;
         const qint64 size = QFileInfo(hostPath(canary)).size();
@@ -188,7 +173,6 @@ private Q_SLOTS:
     /// Another program puts a link in the place of a folder, over and over, while it is being cleaned.
     void aSwappedFolderIsNotEntered()
     {
-        const TestMachine machine;
         empty(temp);
         const QString documents = hostPath(u"C:\\Users\\Alex\\Documents"_s);
         for (int i = 0; i < 60; ++i)
@@ -223,7 +207,6 @@ private Q_SLOTS:
 
     void unsetVariables()
     {
-        const TestMachine machine;
         put(u"C:\\Prefetch\\canary"_s, 10);
         SimulatedPc::setValue(u"files/folders/SystemRoot"_s, QJsonValue(QJsonValue::Undefined));
         SimulatedPc::setValue(u"files/folders/TEMP"_s, QJsonValue(QJsonValue::Undefined));

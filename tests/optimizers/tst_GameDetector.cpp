@@ -1,18 +1,7 @@
 #include "optimizers/GameDetector.h"
-#include "platform/Win32Error.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/TestMachine.h"
-#include "system/RegistryAccess.h"
+#include "support/simulated/Suite.h"
 
-#include <QJsonArray>
-#include <QJsonObject>
 #include <QSettings>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
 
 namespace {
 
@@ -26,7 +15,7 @@ QJsonObject process(const QString& executable, const QString& path = {})
 
 } // namespace
 
-class tst_GameDetector : public QObject {
+class tst_GameDetector : public MachineSuite {
     Q_OBJECT
 
     QTemporaryDir m_settings;
@@ -75,7 +64,6 @@ private Q_SLOTS:
         QFETCH(QJsonArray, running);
         QFETCH(QString, title);
         QFETCH(QString, publisher);
-        const TestMachine machine;
         SimulatedPc::setValue(u"processes/running"_s, running);
         const DetectedGame game = detectRunningGame();
         QCOMPARE(game.found, !title.isEmpty());
@@ -85,7 +73,6 @@ private Q_SLOTS:
 
     void withoutAListThereIsNoGame()
     {
-        const TestMachine machine;
         SimulatedPc::setValue(u"processes/running"_s, QJsonArray{process(u"cs2.exe"_s)});
         SimulatedPc::fail(u"processes.list"_s, platform::Win32Error::AccessDenied);
         QVERIFY(!detectRunningGame().found);

@@ -3,25 +3,13 @@
 #include "optimizers/HeldValues.h"
 #include "optimizers/OptimizerBench.h"
 #include "optimizers/ServiceProfiles.h"
-#include "platform/simulated/SimulatedPc.h"
+#include "support/simulated/Suite.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/Sweeps.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QJsonArray>
-#include <QMap>
 #include <QRandomGenerator>
 #include <QRegularExpression>
-#include <QTest>
-
-#include <algorithm>
-#include <functional>
-#include <optional>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
 
 namespace {
 

@@ -1,36 +1,20 @@
 #include "core/JsonFile.h"
-#include "core/Paths.h"
 #include "optimizers/AppOptimizer.h"
 #include "optimizers/BufferbloatOptimizer.h"
 #include "optimizers/GamingMode.h"
 #include "optimizers/NetworkOptimizer.h"
 #include "optimizers/PowerPlanManager.h"
 #include "optimizers/ServiceProfiles.h"
-#include "platform/Win32Error.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/TestMachine.h"
+#include "support/Child.h"
+#include "support/simulated/Suite.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QProcess>
 #include <QSet>
-#include <QTest>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <functional>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 using platform::CallMoment;
-using platform::SimulatedPc;
-using platform::Win32Error;
 
 namespace {
-
-constexpr int childTimeoutMs = 60000;
 
 /// One optimiser's way there and back, each on an object of its own, as after a start of the program.
 struct Scenario {
@@ -109,22 +93,17 @@ const Scenario& scenarioNamed(const QString& name)
 /// tool or a commit of a snapshot. Before one is after the one before it, so only the first has a moment before it, too.
 int runChild(const QStringList& arguments)
 {
-    const Scenario& scenario = scenarioNamed(arguments.at(2));
-    const int stopAt = arguments.at(4).toInt();
-    Paths::setDataDirOverride(arguments.at(5));
-    int events = 0;
+    const Scenario& scenario = scenarioNamed(arguments.at(0));
+    const auto stopAtN = stopAtEvent(arguments.at(2).toInt());
+    bool isFirst = true;
     const auto event = [&](bool isDone) {
-        if ((!isDone && events > 0) || ++events != stopAt)
-            return;
-        std::puts("stopped");
-        std::fflush(stdout);
-        while (std::fgetc(stdin) != EOF) { }
-        std::_Exit(3);
+        if (std::exchange(isFirst, false) || isDone)
+            stopAtN();
     };
     SimulatedPc::setObserver(
         [&event](CallMoment moment, const platform::Call&) { event(moment == CallMoment::After); });
     JsonFile::setCommitObserver(event);
-    (arguments.at(3) == "apply"_L1 ? scenario.apply : scenario.restore)();
+    (arguments.at(1) == "apply"_L1 ? scenario.apply : scenario.restore)();
     SimulatedPc::setObserver({});
     return 0;
 }
@@ -173,18 +152,11 @@ private:
     /// Whether there was such an event, and the process was ended at it.
     bool endAt(const TestMachine& machine, const QString& way, int event)
     {
-        QProcess child;
-        child.setEnvironment(QProcess::systemEnvironment() + machine.childEnvironment());
-        child.setStandardErrorFile(QProcess::nullDevice());
-        child.start(QCoreApplication::applicationFilePath(),
-                    {u"--child"_s, m_scenario->name, way, QString::number(event), machine.dataDir()});
-        while (!child.canReadLine() && child.waitForReadyRead(childTimeoutMs)) { }
-        const bool stopped = child.canReadLine();
+        Child child(machine, {m_scenario->name, way, QString::number(event)});
+        const bool stopped = child.hasStopped();
         if (stopped)
-            child.kill();
-        if (child.state() != QProcess::NotRunning && !child.waitForFinished(childTimeoutMs))
-            m_problems.append(u"the process doesn't end"_s);
-        if (!stopped && (child.exitStatus() != QProcess::NormalExit || child.exitCode() != 0))
+            child.crash();
+        else if (!child.hasSucceeded())
             m_problems.append(u"the process fails"_s);
         return stopped;
     }
@@ -213,20 +185,12 @@ private:
         }
     }
 
-    static QStringList names()
-    {
-        QStringList names;
-        for (const Scenario& scenario : scenarios())
-            names.append(scenario.name);
-        return names;
-    }
-
 private Q_SLOTS:
     void sweep_data()
     {
         QTest::addColumn<QString>("name");
-        for (const QString& name : names())
-            QTest::newRow(qPrintable(name)) << name;
+        for (const Scenario& scenario : scenarios())
+            QTest::newRow(qPrintable(scenario.name)) << scenario.name;
     }
 
     void sweep()
@@ -234,8 +198,7 @@ private Q_SLOTS:
         QFETCH(QString, name);
         m_scenario = &scenarioNamed(name);
         m_problems.clear();
-        m_ends = 0;
-        m_losses = 0;
+        m_ends = m_losses = 0;
         keepApplied();
         sweepWay(u"apply"_s);
         sweepWay(u"restore"_s);
@@ -308,11 +271,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    if (argc == 6 && qstrcmp(argv[1], "--child") == 0)
-        return runChild(QCoreApplication::arguments());
-    tst_OptimizerSweep test;
-    return QTest::qExec(&test, argc, argv);
+    return runSuite<tst_OptimizerSweep>(argc, argv, runChild);
 }
 
 #include "tst_OptimizerSweep.moc"

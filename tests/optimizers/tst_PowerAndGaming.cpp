@@ -1,17 +1,8 @@
 #include "optimizers/GamingMode.h"
 #include "optimizers/OptimizerBench.h"
 #include "optimizers/PowerPlanManager.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/LogCapture.h"
+#include "support/simulated/Suite.h"
 
-#include <QJsonArray>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
-using platform::Win32Error;
 namespace Plans = PowerPlanManager;
 
 namespace {
@@ -47,13 +38,12 @@ void addUltimate()
 
 } // namespace
 
-class tst_PowerAndGaming : public QObject {
+class tst_PowerAndGaming : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void plansInTheSystemsLanguage()
     {
-        const TestMachine machine;
         SimulatedPc::setValue(u"user/language"_s, u"fr"_s);
         const QList<PowerPlan> plans = Plans::listPlans();
         QCOMPARE(plans.size(), 3);
@@ -70,7 +60,6 @@ private Q_SLOTS:
 
     void aSettingsIndices()
     {
-        const TestMachine machine;
         SimulatedPc::setValue(u"power/plans/%1/indices/%2/%3/dc"_s.arg(balanced, processor, minimumState), 7);
         const PowerSettingValue shown = Plans::querySetting(processor, minimumState);
         QCOMPARE(shown.ac, 5);
@@ -109,7 +98,6 @@ private Q_SLOTS:
         QFETCH(bool, canDuplicate);
         QFETCH(QString, active);
         QFETCH(QString, message);
-        const TestMachine machine;
         if (hasUltimate)
             addUltimate();
         if (!hasHigh)
@@ -128,7 +116,6 @@ private Q_SLOTS:
 
     void processorThereAndBack()
     {
-        const TestMachine machine;
         const MachineImage before = TestMachine::image();
         QVERIFY(!Plans::isMaxCpuApplied());
         const PowerPlanResult applied = Plans::applyMaxCpu();
@@ -148,7 +135,6 @@ private Q_SLOTS:
     /// The indices go to the plan of the moment, and the plan of the apply becomes active again.
     void restoreAfterThePlanWasChanged()
     {
-        const TestMachine machine;
         QVERIFY(Plans::applyMaxCpu().ok);
         QVERIFY(Plans::activatePlan(highPerformance).ok);
         QVERIFY(Plans::restoreCpu().ok);
@@ -159,7 +145,6 @@ private Q_SLOTS:
 
     void bundleFailures()
     {
-        const TestMachine machine;
         SimulatedPc::fail(u"power.query"_s, 1);
         QCOMPARE(Plans::applyMaxDisk().message, u"No adjustable disk power settings were found."_s);
         QVERIFY(!Plans::isMaxDiskApplied());
@@ -174,7 +159,6 @@ private Q_SLOTS:
 
     void gamingModeThereAndBack()
     {
-        const TestMachine machine;
         const QString mouse = u"Control Panel\\Mouse"_s;
         QVERIFY(writeBinary(RegistryHive::CurrentUser, mouse, u"MouseSpeed"_s, QByteArray("\x01\x00\xff", 3)));
         const MachineImage before = TestMachine::image();
@@ -202,7 +186,6 @@ private Q_SLOTS:
 
     void gamingModeWithoutRights()
     {
-        const TestMachine machine;
         SimulatedPc::setValue(u"user/elevated"_s, false);
         const LogCapture log;
         const GamingResult on = GamingMode::activate();
@@ -216,7 +199,6 @@ private Q_SLOTS:
 
     void gamingModeWithoutItsFile()
     {
-        const TestMachine machine;
         const MachineImage before = TestMachine::image();
         QVERIFY(QDir(Paths::dataDir()).mkpath(gamingFile)); // a folder in its place
         const GamingResult on = GamingMode::activate();
@@ -227,7 +209,6 @@ private Q_SLOTS:
 
     void handEditedGamingFile()
     {
-        const TestMachine machine;
         QVERIFY(GamingMode::activate().ok);
         QJsonObject document = snapshot(gamingFile);
         QJsonArray entries = document.value(u"entries"_s).toArray();

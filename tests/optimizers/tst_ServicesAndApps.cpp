@@ -2,17 +2,9 @@
 #include "optimizers/NetworkOptimizer.h"
 #include "optimizers/OptimizerBench.h"
 #include "optimizers/ServiceProfiles.h"
-#include "platform/simulated/SimulatedPc.h"
+#include "support/simulated/Suite.h"
 
-#include <QJsonArray>
 #include <QRandomGenerator>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
-using platform::Win32Error;
 
 namespace {
 
@@ -42,13 +34,12 @@ RegistryValue priority(const QString& app)
 
 } // namespace
 
-class tst_ServicesAndApps : public QObject {
+class tst_ServicesAndApps : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void profilesFollowEachOther()
     {
-        const TestMachine machine;
         const QString servicesKey = u"SYSTEM\\CurrentControlSet\\Services\\"_s;
         QVERIFY(writeDword(RegistryHive::LocalMachine, servicesKey + u"MapsBroker"_s, u"Start"_s, 4));
         const MachineImage before = TestMachine::image();
@@ -79,7 +70,6 @@ private Q_SLOTS:
 
     void servicesWithoutRights()
     {
-        const TestMachine machine;
         SimulatedPc::fail(u"registry.setValue"_s, Win32Error::AccessDenied);
         ServiceProfiles services;
         const ServiceResult applied = services.apply(ServiceProfileId::Basic);
@@ -113,7 +103,6 @@ private Q_SLOTS:
         QFETCH(QByteArray, bytes);
         QFETCH(int, profile);
         QFETCH(quint32, diagTrack);
-        const TestMachine machine;
         putSnapshot(servicesFile, bytes);
         ServiceProfiles services;
         QCOMPARE(static_cast<int>(services.profile()), profile);
@@ -123,7 +112,6 @@ private Q_SLOTS:
 
     void appThereAndBack()
     {
-        const TestMachine machine;
         QVERIFY(writeDword(RegistryHive::LocalMachine, perfKey(u"other.exe"_s), u"CpuPriorityClass"_s, 1));
         const MachineImage before = TestMachine::image();
         AppOptimizer apps;
@@ -163,7 +151,6 @@ private Q_SLOTS:
         QFETCH(QString, path);
         QFETCH(QString, failing);
         QFETCH(QString, message);
-        const TestMachine machine;
         if (!failing.isEmpty())
             SimulatedPc::fail(failing, Win32Error::AccessDenied);
         AppOptimizer apps;
@@ -182,7 +169,6 @@ private Q_SLOTS:
             : QRandomGenerator::global()->generate();
         qInfo("TORVELANE_RANDOM_SEED=%u", seed);
         QRandomGenerator random(seed);
-        const TestMachine machine;
         const QList<QByteArray> pieces{"{",
                                        "}",
                                        "[",

@@ -6,24 +6,11 @@
 #include "optimizers/OptimizerLock.h"
 #include "optimizers/PowerPlanManager.h"
 #include "optimizers/ServiceProfiles.h"
-#include "support/LogCapture.h"
+#include "support/Child.h"
 #include "support/MachineWatch.h"
-
-#include <QCoreApplication>
-#include <QJsonArray>
-#include <QProcess>
-#include <QTest>
-
-#include <cstdio>
-#include <functional>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 
-constexpr int childTimeoutMs = 30000;
 const QString app = u"C:\\Games\\racer.exe"_s;
 const QString perfKey =
     u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Image File Execution Options\\racer.exe\\PerfOptions"_s;
@@ -70,39 +57,17 @@ struct Program {
 /// Applies everything; with "stop" it stops at its first change until it is told to go on.
 int runChild(const QStringList& arguments)
 {
-    Paths::setDataDirOverride(arguments.at(2));
     Program program;
-    if (arguments.at(3) == "stop"_L1) {
+    if (arguments.at(0) == "stop"_L1) {
         watchMachine([stopped = false]() mutable {
-            if (std::exchange(stopped, true))
-                return;
-            std::puts("stopped");
-            std::fflush(stdout);
-            std::ignore = std::fgetc(stdin);
+            if (!std::exchange(stopped, true))
+                stopUntilToldToGoOn();
         });
     }
     program.applyAll();
     watchMachine({});
     return 0;
 }
-
-/// The same in a process of its own.
-struct Other {
-    Other(const TestMachine& machine, const QString& how)
-    {
-        process.setEnvironment(QProcess::systemEnvironment() + machine.childEnvironment());
-        process.setStandardErrorFile(QProcess::nullDevice());
-        process.start(QCoreApplication::applicationFilePath(), {u"--child"_s, machine.dataDir(), how});
-    }
-
-    ~Other()
-    {
-        process.kill();
-        process.waitForFinished();
-    }
-
-    QProcess process;
-};
 
 RegistryValue textValue(const QString& text)
 {
@@ -119,15 +84,18 @@ void edit(const QString& fileName, const std::function<void(QJsonObject&)>& chan
 } // namespace
 
 /// What all snapshots share: texts, kinds of values, and another process beside this one.
-class tst_Snapshots : public QObject {
+class tst_Snapshots : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { OptimizerLock::setLongestWait(10000); }
+    void cleanup()
+    {
+        OptimizerLock::setLongestWait(10000);
+        MachineSuite::cleanup();
+    }
 
     void textsThatBeginWithAMark()
     {
-        const TestMachine machine;
         const RegistryValue marked = textValue(u"\ufeffslow\ufeff"_s);
         const QString adapterKey = listNetAdapters().constFirst().regSubKey;
         QVERIFY(writeValue(RegistryHive::LocalMachine, adapterKey, u"*FlowControl"_s, marked));
@@ -156,7 +124,6 @@ private Q_SLOTS:
     {
         QFETCH(QJsonValue, kind);
         QFETCH(QJsonValue, number);
-        const TestMachine machine;
         QVERIFY(writeDword(RegistryHive::LocalMachine, perfKey, priorityName, 2));
         Program program;
         program.applyAll();
@@ -240,9 +207,8 @@ private Q_SLOTS:
     {
         QFETCH(std::function<Answer(Program&)>, operation);
         OptimizerLock::setLongestWait(20);
-        const TestMachine machine;
-        Other other(machine, u"stop"_s);
-        QVERIFY(other.process.waitForReadyRead(childTimeoutMs));
+        Child other(*m_machine, {u"stop"_s});
+        QVERIFY(other.hasStopped());
         Program program;
         const MachineImage before = TestMachine::image();
         const Answer answer = operation(program);
@@ -255,11 +221,9 @@ private Q_SLOTS:
     /// everything back.
     void anotherProcessWasHere()
     {
-        const TestMachine machine;
         const MachineImage before = TestMachine::image();
         Program program;
-        Other other(machine, u"through"_s);
-        QVERIFY(other.process.waitForFinished(childTimeoutMs));
+        QVERIFY(Child(*m_machine, {u"through"_s}).hasSucceeded());
         QVERIFY(differences(before, TestMachine::image()).size() > 10);
         QCOMPARE(program.apps.optimize(app).message, u"racer.exe is already optimized."_s);
         program.applyAll();
@@ -268,10 +232,9 @@ private Q_SLOTS:
         QVERIFY(!NetworkOptimizer().hasSnapshots());
     }
 
-    /// What is remembered stands while the file is older.
+    /// What is remembered stands while the file is older, or has been damaged since.
     void filesThatCannotBeWritten()
     {
-        const TestMachine machine;
         const MachineImage before = TestMachine::image();
         Program program;
         const QStringList files{u"network_opt.json"_s, u"bufferbloat_opt.json"_s, u"services_profile.json"_s,
@@ -286,17 +249,8 @@ private Q_SLOTS:
         }
         program.restoreAll();
         QCOMPARE(differences(before, TestMachine::image()), QStringList());
-    }
-
-    /// Nor does a file that has been damaged since take away what is remembered.
-    void filesThatWereDamaged()
-    {
-        const TestMachine machine;
-        const MachineImage before = TestMachine::image();
-        Program program;
         program.applyAll();
-        for (const QString& file :
-             {u"network_opt.json"_s, u"bufferbloat_opt.json"_s, u"services_profile.json"_s, u"app_optimize.json"_s})
+        for (const QString& file : files)
             putSnapshot(file, "{\"x\": ");
         program.restoreAll();
         QCOMPARE(differences(before, TestMachine::image()), QStringList());
@@ -305,7 +259,6 @@ private Q_SLOTS:
     /// A lock that can't be opened says nothing of another process.
     void noLock()
     {
-        const TestMachine machine;
         const MachineImage before = TestMachine::image();
         QVERIFY(QDir().mkpath(Paths::lockFile()));
         const LogCapture log;
@@ -319,11 +272,7 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    if (argc == 4 && qstrcmp(argv[1], "--child") == 0)
-        return runChild(QCoreApplication::arguments());
-    tst_Snapshots test;
-    return QTest::qExec(&test, argc, argv);
+    return runSuite<tst_Snapshots>(argc, argv, runChild);
 }
 
 #include "tst_Snapshots.moc"

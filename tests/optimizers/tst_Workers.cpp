@@ -7,29 +7,18 @@
 #include "optimizers/NetworkOptimizer.h"
 #include "optimizers/PowerPlanManager.h"
 #include "optimizers/ServiceProfiles.h"
-#include "support/TestMachine.h"
-
-#include <QTest>
+#include "support/Suite.h"
 
 #include <array>
-#include <atomic>
-#include <functional>
-#include <thread>
-#include <vector>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 /// Pages work at the same time, each on a worker of its own, while the GUI thread asks and samples. Above all for the
 /// thread sanitizer. Without the disk's bundle: it is about the active plan, which Gaming Mode changes.
-class tst_Workers : public QObject {
+class tst_Workers : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void optimizersSideBySide()
     {
-        const TestMachine machine;
         const MachineImage before = TestMachine::image();
         const std::array<std::function<bool()>, 4> turns{
             [] {
@@ -71,7 +60,6 @@ private Q_SLOTS:
 
     void readersSideBySide()
     {
-        const TestMachine machine;
         std::atomic_int succeeded = 0;
         {
             std::vector<std::jthread> workers;

@@ -1,20 +1,11 @@
 #include "platform/ChildProcess.h"
 #include "platform/ProcessTree.h"
+#include "support/Suite.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QThread>
 
-#include <cstdio>
 #include <cstdlib>
-#include <thread>
 
-using namespace Qt::StringLiterals;
 using namespace torvelane::platform;
 using Outcome = ChildProcessResult::Outcome;
 

@@ -1,13 +1,8 @@
 #include "platform/ChildProcess.h"
 #include "platform/ConsoleText.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/TestMachine.h"
+#include "support/simulated/Suite.h"
 
-#include <QTest>
-
-using namespace Qt::StringLiterals;
 using namespace torvelane::platform;
-using torvelane::test::TestMachine;
 
 namespace {
 
@@ -27,13 +22,10 @@ ChildProcessResult run(const QString& tool, const QStringList& arguments)
 } // namespace
 
 /// The simulated tools of the restore points, held to what the real ones were seen to write.
-class tst_RestoreTools : public QObject {
+class tst_RestoreTools : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_machine = std::make_unique<TestMachine>(); }
-    void cleanup() { m_machine.reset(); }
-
     void says_data()
     {
         QTest::addColumn<QString>("setting");
@@ -124,9 +116,6 @@ private Q_SLOTS:
             QVERIFY(result.errorOutput.contains("doesn't know: list"));
         }
     }
-
-private:
-    std::unique_ptr<TestMachine> m_machine;
 };
 
 QTEST_GUILESS_MAIN(tst_RestoreTools)

@@ -1,23 +1,10 @@
 #include "platform/ChildProcess.h"
-#include "platform/Registry.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/ScratchMachine.h"
-#include "system/RegistryAccess.h"
+#include "support/simulated/Suite.h"
 
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QTest>
 
-#include <functional>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 using namespace torvelane::platform;
-using namespace torvelane::test;
 using Hive = RegistryHive;
 
 namespace {
@@ -87,16 +74,10 @@ void overwrite(const QString& path, qint64 at, const QByteArray& bytes)
 } // namespace
 
 /// The foundation of the other suites' verdicts.
-class tst_SimulatedPc : public QObject {
+class tst_SimulatedPc : public MachineSuite {
     Q_OBJECT
 
-private:
-    std::optional<ScratchMachine> m_machine;
-
 private Q_SLOTS:
-    void init() { m_machine.emplace(); }
-    void cleanup() { m_machine.reset(); }
-
     void keysWithSeveralNames()
     {
         using Place = std::pair<Hive, QString>;

@@ -1,9 +1,5 @@
 #include "restore/CimDateTime.h"
-
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
+#include "support/Suite.h"
 
 class tst_CimDateTime : public QObject {
     Q_OBJECT

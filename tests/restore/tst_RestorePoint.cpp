@@ -1,21 +1,11 @@
 #include "app/AppContext.h"
-#include "platform/HResult.h"
-#include "platform/simulated/SimulatedPc.h"
 #include "restore/RestorePoint.h"
-#include "support/ScratchMachine.h"
-#include "system/RegistryAccess.h"
+#include "support/simulated/Suite.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QElapsedTimer>
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QTest>
 #include <QTranslator>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 using namespace torvelane::platform;
-using torvelane::test::ScratchMachine;
 
 namespace {
 
@@ -69,13 +59,10 @@ const QDateTime noon(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
 } // namespace
 
 /// System Restore on the simulated PC: creating with its fallback, protection, the list, deleting and rolling back.
-class tst_RestorePoint : public QObject {
+class tst_RestorePoint : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_machine = std::make_unique<ScratchMachine>(); }
-    void cleanup() { m_machine.reset(); }
-
     /// Windows makes one a day by itself; the program's value lifts that, for good.
     void creates()
     {
@@ -469,9 +456,6 @@ private Q_SLOTS:
         QVERIFY(context.engine->applyBatch({u"selftest.toggle"_s}, Tier::Pro, nullptr, true));
         QCOMPARE(rowsOf(points).last()[u"Description"].toString(), u"Torvelane: before applying 1 tweak(s)"_s);
     }
-
-private:
-    std::unique_ptr<ScratchMachine> m_machine;
 };
 
 QTEST_GUILESS_MAIN(tst_RestorePoint)

@@ -1,22 +1,11 @@
-#include "platform/simulated/SimulatedPc.h"
 #include "shell/SingleInstance.h"
-#include "support/TestMachine.h"
+#include "support/simulated/Suite.h"
 #include "tweaks/StateSql.h"
 
 #include <QLocalSocket>
-#include <QProcess>
 #include <QSignalSpy>
-#include <QTest>
 
-#include <algorithm>
-#include <memory>
-#include <vector>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 using platform::CallMoment;
-using platform::SimulatedPc;
 
 namespace {
 

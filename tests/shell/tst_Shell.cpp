@@ -1,9 +1,9 @@
 #include "account/LicenseService.h"
 #include "core/Translate.h"
-#include "platform/simulated/SimulatedPc.h"
 #include "shell/ShellController.h"
 #include "shell/StartGates.h"
 #include "shell/UrlProtocol.h"
+#include "support/simulated/Suite.h"
 #include "tweaks/StateSql.h"
 #include "ui/WindowBench.h"
 #include "ui/main/MainWindow.h"
@@ -14,15 +14,7 @@
 
 #include <QLineEdit>
 #include <QPointer>
-#include <QProcess>
 #include <QPushButton>
-
-#include <cstdio>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
 
 namespace {
 

@@ -1,29 +1,27 @@
 #include "support/ScratchMachine.h"
 
-#include "platform/Registry.h"
-
 #include <QtEndian>
 
 namespace torvelane::test {
 
 using namespace platform;
 
-void putRaw(const QString& name, const RawValue& value, const QString& path)
+void putRaw(const QString& name, const RawValue& value, const QString& path, RootKey root)
 {
     RegistryKey key;
     const auto data = std::as_bytes(std::span(value.data.constData(), static_cast<std::size_t>(value.data.size())));
-    if (RegistryKey::create(RootKey::CurrentUser, path, key) != Win32Error::Success
+    if (RegistryKey::create(root, path, key) != Win32Error::Success
         || key.setValue(name, value.type, data) != Win32Error::Success) {
         qFatal("A value could not be stored in the scratch key");
     }
 }
 
-std::optional<RawValue> rawValue(const QString& name, const QString& path)
+std::optional<RawValue> rawValue(const QString& name, const QString& path, RootKey root)
 {
     RegistryKey key;
     RawValue value;
     quint32 sizeBytes = 0;
-    if (RegistryKey::open(RootKey::CurrentUser, path, KeyAccess::Read, key) != Win32Error::Success
+    if (RegistryKey::open(root, path, KeyAccess::Read, key) != Win32Error::Success
         || key.querySize(name, value.type, sizeBytes) != Win32Error::Success) {
         return std::nullopt;
     }
@@ -32,15 +30,15 @@ std::optional<RawValue> rawValue(const QString& name, const QString& path)
     return key.query(name, buffer, value.type, sizeBytes) == Win32Error::Success ? std::optional(value) : std::nullopt;
 }
 
-QMap<QString, RawValue> scratchImage()
+QMap<QString, RawValue> scratchImage(RootKey root)
 {
     RegistryKey key;
     QStringList names;
-    if (RegistryKey::open(RootKey::CurrentUser, scratchKey, KeyAccess::Read, key) == Win32Error::Success)
+    if (RegistryKey::open(root, scratchKey, KeyAccess::Read, key) == Win32Error::Success)
         std::ignore = key.valueNames(names);
     QMap<QString, RawValue> image;
     for (const QString& name : std::as_const(names))
-        image.insert(name, rawValue(name).value_or(RawValue()));
+        image.insert(name, rawValue(name, scratchKey, root).value_or(RawValue()));
     return image;
 }
 

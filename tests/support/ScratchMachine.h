@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Registry.h"
 #include "support/LogCapture.h"
 #include "support/TestMachine.h"
 
@@ -22,14 +23,16 @@ struct RawValue {
     bool operator==(const RawValue&) const = default;
 };
 
-/// Stores a value below HKCU, with the keys on the way to it.
-void putRaw(const QString& name, const RawValue& value, const QString& path = scratchKey);
+/// Stores a value, below HKCU unless another root is named, with the keys on the way to it.
+void putRaw(const QString& name, const RawValue& value, const QString& path = scratchKey,
+            platform::RootKey root = platform::RootKey::CurrentUser);
 
 /// Absent if there is no such value.
-[[nodiscard]] std::optional<RawValue> rawValue(const QString& name, const QString& path = scratchKey);
+[[nodiscard]] std::optional<RawValue> rawValue(const QString& name, const QString& path = scratchKey,
+                                               platform::RootKey root = platform::RootKey::CurrentUser);
 
 /// All values of the scratch key itself: a look at the machine that costs little on either.
-[[nodiscard]] QMap<QString, RawValue> scratchImage();
+[[nodiscard]] QMap<QString, RawValue> scratchImage(platform::RootKey root = platform::RootKey::CurrentUser);
 
 /// The bytes of a text in UTF-16, with as many NUL units behind it.
 [[nodiscard]] QByteArray utf16(const QString& text, qsizetype terminators = 1);

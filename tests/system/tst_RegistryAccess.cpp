@@ -1,17 +1,10 @@
-#include "platform/Registry.h"
-#include "support/ScratchMachine.h"
-#include "system/RegistryAccess.h"
+#include "support/Suite.h"
 #include "system/RegistryJson.h"
-
-#include <QTest>
 
 #include <cmath>
 #include <string>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 using namespace torvelane::platform;
-using namespace torvelane::test;
 using Kind = RegistryValueKind;
 
 namespace {
@@ -27,16 +20,10 @@ RegistryValue readBack(const QString& path = scratchKey)
 
 } // namespace
 
-class tst_RegistryAccess : public QObject {
+class tst_RegistryAccess : public MachineSuite {
     Q_OBJECT
 
-private:
-    std::optional<ScratchMachine> m_machine;
-
 private Q_SLOTS:
-    void init() { m_machine.emplace(); }
-    void cleanup() { m_machine.reset(); }
-
     void conversions()
     {
         const QString accented = u"\u00c9t\u00e9 \U0001f600"_s;

@@ -1,17 +1,4 @@
-#include "platform/Win32Error.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/ScratchMachine.h"
-#include "system/RegistryAccess.h"
-
-#include <QTest>
-
-#include <functional>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
-using platform::Win32Error;
+#include "support/simulated/Suite.h"
 
 class tst_RegistryFaults : public QObject {
     Q_OBJECT

@@ -1,18 +1,8 @@
-#include "platform/simulated/SimulatedPc.h"
 #include "platform/simulated/wmi/SimulatedCom.h"
-#include "support/ScratchMachine.h"
+#include "support/simulated/Suite.h"
 #include "system/WmiSession.h"
 
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QTest>
-
-#include <thread>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 using namespace torvelane::platform;
-using torvelane::test::ScratchMachine;
 
 namespace {
 
@@ -21,17 +11,15 @@ constexpr HResult refusal{static_cast<qint32>(0x8000ffff)};
 } // namespace
 
 /// What a session says and leaves behind when a step of it fails.
-class tst_WmiFaults : public QObject {
+class tst_WmiFaults : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_machine = std::make_unique<ScratchMachine>(); }
-
     void cleanup()
     {
         // Whatever happened, each session has given back what it took.
         QCOMPARE(SimulatedCom::references(), 0);
-        m_machine.reset();
+        MachineSuite::cleanup();
     }
 
     /// The first of all, since the security of the process is tried once.
@@ -185,9 +173,6 @@ private Q_SLOTS:
             QCOMPARE(result.code, code);
         }
     }
-
-private:
-    std::unique_ptr<ScratchMachine> m_machine;
 };
 
 QTEST_GUILESS_MAIN(tst_WmiFaults)

@@ -1,23 +1,13 @@
-#include "support/ScratchMachine.h"
+#include "support/Suite.h"
 #include "system/WmiSession.h"
 
-#include <QTest>
-
-#include <thread>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 using namespace torvelane::platform;
-using torvelane::test::ScratchMachine;
 
 /// The way to WMI, on either machine: how values read as texts, and what a session answers.
-class tst_WmiSession : public QObject {
+class tst_WmiSession : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_machine = std::make_unique<ScratchMachine>(); }
-    void cleanup() { m_machine.reset(); }
-
     void valuesAsText_data()
     {
         QTest::addColumn<quint16>("type");
@@ -119,9 +109,6 @@ private Q_SLOTS:
         threads.clear();
         QCOMPARE(answered.load(), 4);
     }
-
-private:
-    std::unique_ptr<ScratchMachine> m_machine;
 };
 
 QTEST_GUILESS_MAIN(tst_WmiSession)

@@ -1,23 +1,12 @@
 #include "core/AppConfig.h"
-#include "core/Paths.h"
-#include "support/ScratchMachine.h"
-#include "system/RegistryAccess.h"
+#include "support/Suite.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/Sweeps.h"
 #include "tweaks/TweakEngine.h"
 
 #include <QDeadlineTimer>
-#include <QFile>
-#include <QJsonDocument>
 #include <QRandomGenerator>
-#include <QTest>
-
-#include <algorithm>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 /// Any order and any input. TORVELANE_RANDOM_SEED repeats a run, TORVELANE_RANDOM_SECONDS lengthens it.
 class tst_AtRandom : public QObject {

@@ -1,15 +1,8 @@
-#include "platform/simulated/SimulatedPc.h"
-#include "support/ScratchMachine.h"
+#include "support/simulated/Suite.h"
 #include "tweaks/CommandTweak.h"
 #include "tweaks/TweakCatalog.h"
 
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 using platform::CallRecord;
-using platform::SimulatedPc;
 
 namespace {
 
@@ -38,13 +31,12 @@ QStringList commandsRun()
 } // namespace
 
 /// The catalogue's commands against the simulated tools, which know nothing but what these commands ask.
-class tst_CommandTweak : public QObject {
+class tst_CommandTweak : public MachineSuite {
     Q_OBJECT
 
 private:
     TweakCatalog m_catalog;
     QStringList m_ids;
-    std::optional<ScratchMachine> m_machine;
 
 private Q_SLOTS:
     void initTestCase()
@@ -57,8 +49,6 @@ private Q_SLOTS:
         }
         QCOMPARE(m_ids.size(), 10);
     }
-
-    void init() { m_machine.emplace(); }
 
     void cleanup()
     {

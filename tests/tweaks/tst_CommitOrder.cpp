@@ -1,19 +1,11 @@
-#include "platform/simulated/SimulatedPc.h"
-#include "support/TestMachine.h"
+#include "support/simulated/Suite.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/Sweeps.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QJsonDocument>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 using platform::Call;
 using platform::CallMoment;
-using platform::SimulatedPc;
 
 namespace {
 

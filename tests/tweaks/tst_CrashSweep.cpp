@@ -1,29 +1,17 @@
 #include "app/AppContext.h"
-#include "core/Paths.h"
 #include "platform/Hardening.h"
+#include "support/Child.h"
 #include "support/MachineWatch.h"
-#include "support/TestMachine.h"
-#include "system/RegistryAccess.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/Sweeps.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QCoreApplication>
-#include <QFile>
-#include <QProcess>
 #include <QSet>
-#include <QTest>
 
-#include <cstdio>
 #include <cstdlib>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 
-constexpr int childTimeoutMs = 60000;
 const QString overOtherTypes = u"selftest.toggle"_s;
 const QString selfTestPath = u"Software\\Torvelane\\SelfTest"_s;
 const QString commands = u"tweaks.classic-context-menu"_s;
@@ -32,22 +20,11 @@ const QString commands = u"tweaks.classic-context-menu"_s;
 /// of the store or a change of the registry. The parent then ends it, as a crash or a power cut would.
 int runChild(const QStringList& arguments)
 {
-    const QString verb = arguments.at(2);
-    const QString id = arguments.at(3);
-    const int stopAt = arguments.at(4).toInt();
-    Paths::setDataDirOverride(arguments.at(5));
+    const QString verb = arguments.at(0);
+    const QString id = arguments.at(1);
+    const auto event = stopAtEvent(arguments.at(2).toInt());
     platform::prepareProcess();
-
-    int events = 0;
-    const auto event = [&] {
-        if (++events != stopAt)
-            return;
-        std::puts("stopped");
-        std::fflush(stdout);
-        while (std::fgetc(stdin) != EOF) { }
-        std::_Exit(3);
-    };
-    watchMachine(event);
+    watchMachine([&event] { event(); });
     AppContext context;
     context.store.setCommitObserver([&event](bool, const char*) { event(); });
     if (!context.init())
@@ -113,20 +90,13 @@ private:
     /// Whether the child came to the event and was ended there; otherwise it has to get through.
     bool run(const TestMachine& machine, const QString& verb, int stopAt = 0)
     {
-        QProcess child;
-        child.setEnvironment(QProcess::systemEnvironment() + machine.childEnvironment());
-        child.setStandardErrorFile(QProcess::nullDevice());
-        child.start(QCoreApplication::applicationFilePath(),
-                    {u"--child"_s, verb, m_id, QString::number(stopAt), machine.dataDir()});
-        while (!child.canReadLine() && child.waitForReadyRead(childTimeoutMs)) { }
-        if (child.canReadLine()) {
-            child.kill();
-            child.waitForFinished(childTimeoutMs);
-            return true;
-        }
-        const bool ended = child.state() == QProcess::NotRunning || child.waitForFinished(childTimeoutMs);
-        expect(ended && child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0, verb + u" failed"_s);
-        return false;
+        Child child(machine, {verb, m_id, QString::number(stopAt)});
+        const bool stopped = child.hasStopped();
+        if (stopped)
+            child.crash();
+        else
+            expect(child.hasSucceeded(), verb + u" failed"_s);
+        return stopped;
     }
 
     /// Whether there was such an event; with `recoveryEvent`, whether there was such a one in the recovery.
@@ -224,11 +194,7 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    if (argc == 6 && qstrcmp(argv[1], "--child") == 0)
-        return runChild(QCoreApplication::arguments());
-    tst_CrashSweep test;
-    return QTest::qExec(&test, argc, argv);
+    return runSuite<tst_CrashSweep>(argc, argv, runChild);
 }
 
 #include "tst_CrashSweep.moc"

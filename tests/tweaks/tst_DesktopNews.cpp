@@ -1,13 +1,8 @@
-#include "support/ScratchMachine.h"
+#include "support/Suite.h"
 #include "tweaks/DesktopWatch.h"
 #include "tweaks/RegistryTweak.h"
 
 #include <QScopeGuard>
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 /// The announcements to the desktop when a tweak is applied and reverted.
 class tst_DesktopNews : public QObject {

@@ -1,26 +1,15 @@
 #include "account/AuthService.h"
 #include "app/AppContext.h"
 #include "core/Log.h"
-#include "core/Paths.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/LogCapture.h"
-#include "support/TestMachine.h"
+#include "support/simulated/Suite.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QFile>
 #include <QScopeGuard>
-#include <QTest>
 
-#include <algorithm>
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
 
 namespace {
 

@@ -1,23 +1,10 @@
 #include "app/AppContext.h"
-#include "core/Paths.h"
-#include "platform/Registry.h"
-#include "support/ScratchMachine.h"
+#include "support/Suite.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QFile>
-#include <QJsonArray>
 #include <QRegularExpression>
-#include <QTest>
 #include <QThread>
-
-#include <atomic>
-#include <thread>
-#include <vector>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 

@@ -1,16 +1,10 @@
-#include "platform/Registry.h"
-#include "support/ScratchMachine.h"
+#include "support/Suite.h"
 #include "tweaks/CommandTweak.h"
 #include "tweaks/RegistryTweak.h"
 #include "tweaks/TweakCatalog.h"
 
-#include <QJsonDocument>
 #include <QLocale>
-#include <QTest>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 using namespace torvelane::platform;
 
 namespace {
@@ -36,16 +30,11 @@ QString store(const QString& name)
 } // namespace
 
 /// Both kinds of tweak, and the catalogue that makes them: in French, since the language is worked out once in a process.
-class tst_TweakCatalog : public QObject {
+class tst_TweakCatalog : public MachineSuite {
     Q_OBJECT
-
-private:
-    std::optional<ScratchMachine> m_machine;
 
 private Q_SLOTS:
     void initTestCase() { QLocale::setDefault(QLocale(QLocale::French)); }
-    void init() { m_machine.emplace(); }
-    void cleanup() { m_machine.reset(); }
 
     /// Another version of the program has to restore captures of this one.
     void captureFormat()

@@ -1,16 +1,10 @@
-#include "platform/Registry.h"
-#include "support/ScratchMachine.h"
+#include "support/Suite.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TweakCatalog.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QTest>
 #include <QThread>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 

@@ -1,28 +1,14 @@
 #include "platform/Hardening.h"
-#include "platform/Registry.h"
-#include "support/ScratchMachine.h"
+#include "support/Child.h"
 #include "tweaks/StateSql.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TweakCatalog.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QCoreApplication>
-#include <QProcess>
-#include <QTest>
-
-#include <cstdio>
-#include <thread>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-
 namespace {
 
 const QString id = u"three"_s;
-const QString childOption = u"--apply"_s;
 const QString busy = u"Another Torvelane process is changing the system; try again when it has finished"_s;
-constexpr int longMs = 30000;
 
 struct Program {
     Program()
@@ -39,17 +25,13 @@ struct Program {
 };
 
 /// Applies the entry and stops until it is told to go on: its row is committed, its values are half written.
-int runChild(const QString& dataDir)
+int runChild(const QStringList&)
 {
-    Paths::setDataDirOverride(dataDir);
     platform::prepareProcess();
     Program program;
     program.store.setCommitObserver([](bool committed, const char* operation) {
-        if (committed || qstrcmp(operation, "setState") != 0)
-            return;
-        std::puts("stopped");
-        std::fflush(stdout);
-        std::ignore = std::fgetc(stdin);
+        if (!committed && qstrcmp(operation, "setState") == 0)
+            stopUntilToldToGoOn();
     });
     return program.engine.applyTweak(id, Tier::Pro, nullptr, false) ? 0 : 1;
 }
@@ -62,41 +44,28 @@ QString state()
 } // namespace
 
 /// One process meets another one that is in the middle of applying an entry.
-class tst_TwoProcesses : public QObject {
+class tst_TwoProcesses : public MachineSuite {
     Q_OBJECT
 
 private:
-    std::optional<ScratchMachine> m_machine;
-    std::optional<QProcess> m_other;
+    std::optional<Child> m_other;
     QMap<QString, RawValue> m_before;
-
-    /// Doesn't wait for an event loop, since the test waits for the lock.
-    void goOn()
-    {
-        m_other->write("go\n");
-        QVERIFY(m_other->waitForBytesWritten());
-    }
 
 private Q_SLOTS:
     void init()
     {
-        m_machine.emplace();
+        MachineSuite::init();
         putRaw(u"A"_s, {platform::regDword, dwordBytes(7)});
         m_before = scratchImage();
-        m_other.emplace();
-        m_other->setEnvironment(QProcess::systemEnvironment() + m_machine->childEnvironment());
-        m_other->setStandardErrorFile(QProcess::nullDevice());
-        m_other->start(QCoreApplication::applicationFilePath(), {childOption, m_machine->dataDir()});
-        QVERIFY(m_other->waitForReadyRead(longMs));
+        m_other.emplace(*m_machine);
+        QVERIFY(m_other->hasStopped());
         QCOMPARE(state(), u"capturing"_s);
     }
 
     void cleanup()
     {
-        m_other->kill();
-        m_other->waitForFinished();
         m_other.reset();
-        m_machine.reset();
+        MachineSuite::cleanup();
     }
 
     /// Whatever this process tries, it waits for a while and then leaves everything to the other one.
@@ -115,9 +84,8 @@ private Q_SLOTS:
         QCOMPARE(scratchImage(), halfDone);
         QCOMPARE(state(), u"capturing"_s);
 
-        goOn();
-        QVERIFY(m_other->waitForFinished());
-        QCOMPARE(m_other->exitCode(), 0);
+        m_other->goOn();
+        QVERIFY(m_other->hasSucceeded());
         QCOMPARE(state(), u"applied"_s);
         QVERIFY(program.engine.revertTweak(id, &error, true));
         QCOMPARE(scratchImage(), m_before);
@@ -127,13 +95,13 @@ private Q_SLOTS:
     void recoveryWaitsAndLooksAgain()
     {
         Program program;
-        program.engine.setLockTimeouts({.changeMs = longMs, .recoveryMs = longMs});
+        program.engine.setLockTimeouts({.changeMs = Child::longMs, .recoveryMs = Child::longMs});
         {
             const std::jthread recovery([&program] { program.engine.recoverInterrupted(); });
             QTest::qWait(300);
-            goOn();
+            m_other->goOn();
         }
-        QVERIFY(m_other->waitForFinished());
+        QVERIFY(m_other->hasSucceeded());
         QCOMPARE(state(), u"applied"_s);
         QVERIFY(program.engine.revertTweak(id, nullptr, true));
         QCOMPARE(scratchImage(), m_before);
@@ -141,8 +109,7 @@ private Q_SLOTS:
 
     void itsCrashIsRecovered()
     {
-        m_other->kill();
-        QVERIFY(m_other->waitForFinished());
+        m_other->crash();
         Program program;
         QVERIFY(scratchImage() != m_before);
         program.engine.recoverInterrupted();
@@ -153,11 +120,7 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    if (const QStringList arguments = QCoreApplication::arguments(); arguments.value(1) == childOption)
-        return runChild(arguments.at(2));
-    tst_TwoProcesses suite;
-    return QTest::qExec(&suite, argc, argv);
+    return runSuite<tst_TwoProcesses>(argc, argv, runChild);
 }
 
 #include "tst_TwoProcesses.moc"

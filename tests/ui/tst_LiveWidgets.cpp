@@ -1,3 +1,4 @@
+#include "support/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/controls/ListRow.h"
 #include "ui/controls/LiveChart.h"
@@ -11,10 +12,6 @@
 #include <QPushButton>
 #include <QToolTip>
 #include <QVBoxLayout>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 

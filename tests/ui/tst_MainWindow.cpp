@@ -1,3 +1,4 @@
+#include "support/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/controls/FocusRing.h"
 #include "ui/controls/ToggleSwitch.h"
@@ -14,12 +15,7 @@
 #include <QLayout>
 #include <QPushButton>
 #include <QStackedWidget>
-#include <QTest>
 #include <QToolTip>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 

@@ -1,7 +1,5 @@
 #include "account/TierWatcher.h"
-#include "platform/Registry.h"
-#include "platform/Win32Error.h"
-#include "platform/simulated/SimulatedPc.h"
+#include "support/simulated/Suite.h"
 #include "tweaks/StateSql.h"
 #include "ui/WindowBench.h"
 #include "ui/pages/SectionTweaksPage.h"
@@ -13,11 +11,6 @@
 #include <QHelpEvent>
 #include <QPushButton>
 #include <QToolTip>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
 
 namespace {
 

@@ -1,4 +1,5 @@
 #include "platform/WindowFrame.h"
+#include "support/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/controls/AppDialog.h"
 #include "ui/controls/FocusRing.h"
@@ -25,9 +26,6 @@
 #include <QWindow>
 
 #include <cmath>
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 

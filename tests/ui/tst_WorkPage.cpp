@@ -1,3 +1,4 @@
+#include "support/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/pages/ScrollColumn.h"
 #include "ui/pages/WorkPage.h"
@@ -7,10 +8,6 @@
 #include <QLayout>
 #include <QSemaphore>
 #include <QThread>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 

@@ -1,16 +1,9 @@
+#include "support/Suite.h"
 #include "update/ArchiveEntries.h"
 #include "update/ReleaseFeed.h"
 #include "update/UpdateScript.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
-
 #include <filesystem>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 
 namespace {
 

@@ -1,16 +1,8 @@
 #include "measure/HardwareScanner.h"
 #include "measure/SystemMetricsSampler.h"
-#include "support/ScratchMachine.h"
+#include "support/Suite.h"
 
-#include <QElapsedTimer>
 #include <QRegularExpression>
-#include <QTest>
-
-#include <thread>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using torvelane::test::ScratchMachine;
 
 namespace {
 

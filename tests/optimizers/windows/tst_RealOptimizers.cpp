@@ -6,22 +6,10 @@
 #include "optimizers/NetworkOptimizer.h"
 #include "optimizers/PowerPlanManager.h"
 #include "optimizers/ServiceProfiles.h"
-#include "platform/Registry.h"
-#include "support/ScratchMachine.h"
-#include "system/RegistryAccess.h"
+#include "support/Suite.h"
 #include "system/WmiSession.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QTest>
-
 #include <windows.h>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 
@@ -93,15 +81,13 @@ bool makeFile(const QString& path, qsizetype sizeBytes)
 } // namespace
 
 /// The optimisers through the real registry, processes and folders. Under Wine there is no powercfg.exe and no device.
-class tst_RealOptimizers : public QObject {
+class tst_RealOptimizers : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_machine = std::make_unique<ScratchMachine>(); }
-
     void cleanup()
     {
-        m_machine.reset();
+        MachineSuite::cleanup();
         RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Torvelane");
     }
 
@@ -291,9 +277,6 @@ private Q_SLOTS:
         QProcess::startDetached(u"Z:\\bin\\rm"_s, {link.sliced(2)});
         QTRY_VERIFY(!QFile::exists(link));
     }
-
-private:
-    std::unique_ptr<ScratchMachine> m_machine;
 };
 
 int main(int argc, char** argv)

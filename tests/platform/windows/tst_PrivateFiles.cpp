@@ -1,15 +1,11 @@
 #include "platform/DirectoryProtection.h"
 #include "platform/PrivateFiles.h"
+#include "support/Suite.h"
 
-#include <QDir>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QThread>
 
-#include <atomic>
 #include <filesystem>
 
-using namespace Qt::StringLiterals;
 using namespace torvelane::platform;
 
 namespace {

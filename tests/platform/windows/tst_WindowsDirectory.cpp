@@ -1,14 +1,8 @@
 #include "platform/Directory.h"
-
-#include <QCoreApplication>
-#include <QDir>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
+#include "support/Suite.h"
 
 #include <windows.h>
 
-using namespace Qt::StringLiterals;
 using namespace torvelane::platform;
 
 namespace {

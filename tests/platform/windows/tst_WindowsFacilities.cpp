@@ -4,22 +4,14 @@
 #include "platform/RecycleBin.h"
 #include "platform/SpecialFolders.h"
 #include "platform/SystemLoad.h"
+#include "support/Suite.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
-#include <QProcess>
 #include <QProcessEnvironment>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <windows.h>
 
 #include <shellapi.h>
 
-using namespace Qt::StringLiterals;
 using namespace torvelane::platform;
 
 namespace {

@@ -6,22 +6,11 @@
 #include "platform/Elevation.h"
 #include "platform/Hardening.h"
 #include "platform/SecretBox.h"
+#include "support/Suite.h"
 
-#include <QCoreApplication>
 #include <QCryptographicHash>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
-#include <QTemporaryDir>
-#include <QTest>
-
-#include <atomic>
-#include <cstdio>
-#include <optional>
-#include <thread>
-#include <vector>
 
 #include <windows.h>
 
@@ -29,7 +18,6 @@
 #include <dpapi.h>
 #include <sddl.h>
 
-using namespace Qt::StringLiterals;
 using namespace torvelane::platform;
 
 namespace {

@@ -1,12 +1,5 @@
 #include "restore/RestorePoint.h"
-#include "support/ScratchMachine.h"
-#include "system/RegistryAccess.h"
-
-#include <QTest>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using torvelane::test::ScratchMachine;
+#include "support/Suite.h"
 
 namespace {
 

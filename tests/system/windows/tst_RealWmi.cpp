@@ -1,16 +1,9 @@
-#include "support/ScratchMachine.h"
+#include "support/Suite.h"
 #include "system/WmiSession.h"
-
-#include <QTest>
-
-#include <thread>
 
 #include <objbase.h>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 using namespace torvelane::platform;
-using torvelane::test::ScratchMachine;
 
 namespace {
 
@@ -39,13 +32,10 @@ QMap<QString, WmiValue> firstObject(const QString& namespacePath, const QString&
 } // namespace
 
 /// Real COM.
-class tst_RealWmi : public QObject {
+class tst_RealWmi : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_machine = std::make_unique<ScratchMachine>(); }
-    void cleanup() { m_machine.reset(); }
-
     void classesAnswer_data()
     {
         QTest::addColumn<QString>("select");
@@ -151,9 +141,6 @@ private Q_SLOTS:
         }
         QCOMPARE(m_machine->log.lines(), QStringList());
     }
-
-private:
-    std::unique_ptr<ScratchMachine> m_machine;
 };
 
 QTEST_GUILESS_MAIN(tst_RealWmi)

@@ -1,11 +1,8 @@
+#include "support/Suite.h"
 #include "ui/windows/ChromeWindow.h"
 #include "ui/windows/HeroWindow.h"
 
-#include <QTest>
-
 #include <windows.h>
-
-using namespace torvelane;
 
 class tst_NativeFrame : public QObject {
     Q_OBJECT

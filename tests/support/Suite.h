@@ -1,0 +1,41 @@
+#pragma once
+
+#include "support/ScratchMachine.h"
+#include "system/RegistryAccess.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTest>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <functional>
+#include <thread>
+#include <vector>
+
+namespace torvelane::test {
+
+/// A suite with a new machine for each of its tests.
+class MachineSuite : public QObject {
+    Q_OBJECT
+
+protected Q_SLOTS:
+    void init() { m_machine.emplace(); }
+    void cleanup() { m_machine.reset(); }
+
+protected:
+    std::optional<ScratchMachine> m_machine;
+};
+
+} // namespace torvelane::test
+
+/// What every suite begins with. Included by suites alone, which is why it may open namespaces.
+using namespace Qt::StringLiterals;
+using namespace torvelane;
+using namespace torvelane::test;
