@@ -12,15 +12,7 @@
 
 namespace torvelane::test {
 
-/// Reads and writes below HKLM, and the optimisers' snapshot files.
-[[nodiscard]] inline RegistryValue machineValue(const QString& path, const QString& name)
-{
-    RegistryValue value;
-    if (!readValue(RegistryHive::LocalMachine, path, name, value))
-        qFatal("A value could not be read");
-    return value;
-}
-
+/// The optimisers' snapshot files.
 [[nodiscard]] inline QString snapshotPath(const QString& fileName)
 {
     return QDir(Paths::dataDir()).filePath(fileName);

@@ -169,38 +169,27 @@ private Q_SLOTS:
         QVERIFY(write(newPath));
     }
 
-    void killedAtAnyCall_data()
-    {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>("call");
-        QTest::addColumn<int>("n");
-        QTest::addColumn<int>("differencesBefore"); // of images, when it is killed before the call
-        QTest::addColumn<int>("differencesAfter");
-        const QString add = u"reg add HKCU\\%1 /v V /t REG_DWORD /d 7 /f"_s.arg(newPath);
-        // It makes the key first and the value then.
-        QTest::newRow("key") << add << u"registry"_s << 1 << 0 << 0;
-        QTest::newRow("value") << add << u"registry"_s << 2 << 0 << 1;
-        QTest::newRow("tool") << add << u"tools.reg"_s << 1 << 0 << 1;
-        QTest::newRow("document") << u"schtasks /Change /TN %1 /Disable"_s.arg(task) << u"tasks.change"_s << 1 << 0
-                                  << 2;
-    }
-
     void killedAtAnyCall()
     {
-        QFETCH(QString, command);
-        QFETCH(QString, call);
-        QFETCH(int, n);
-        for (const CallMoment moment : {CallMoment::Before, CallMoment::After}) {
-            m_machine.emplace();
-            const MachineImage before = TestMachine::image();
-            SimulatedPc::kill(call, moment, {.n = n});
-            QCOMPARE(shell(command).outcome, ChildProcessResult::Outcome::Crashed);
-            const qsizetype differing = differences(before, TestMachine::image()).size();
-            QTEST(static_cast<int>(differing), moment == CallMoment::Before ? "differencesBefore" : "differencesAfter");
-            QVERIFY(!SimulatedPc::calls(u"tools.cmd"_s).constLast().answer);
-            QCOMPARE(SimulatedPc::calls(call).constLast().answer.has_value(), moment == CallMoment::After);
-            // Once only: the next start of the same program gets through.
-            QCOMPARE(shell(command).exitCode, 0);
+        const QString add = u"reg add HKCU\\%1 /v V /t REG_DWORD /d 7 /f"_s.arg(newPath);
+        const QString disable = u"schtasks /Change /TN %1 /Disable"_s.arg(task);
+        // How many differences of images it leaves when it is killed after the call: it makes the key, then the value.
+        for (const auto& [command, call, n, differencesAfter] : {std::tuple(add, u"registry"_s, 1, 0),
+                                                                 {add, u"registry"_s, 2, 1},
+                                                                 {add, u"tools.reg"_s, 1, 1},
+                                                                 {disable, u"tasks.change"_s, 1, 2}}) {
+            for (const CallMoment moment : {CallMoment::Before, CallMoment::After}) {
+                m_machine.emplace();
+                const MachineImage before = TestMachine::image();
+                SimulatedPc::kill(call, moment, {.n = n});
+                QCOMPARE(shell(command).outcome, ChildProcessResult::Outcome::Crashed);
+                const qsizetype differing = differences(before, TestMachine::image()).size();
+                QCOMPARE(differing, moment == CallMoment::Before ? 0 : differencesAfter);
+                QVERIFY(!SimulatedPc::calls(u"tools.cmd"_s).constLast().answer);
+                QCOMPARE(SimulatedPc::calls(call).constLast().answer.has_value(), moment == CallMoment::After);
+                // Once only: the next start of the same program gets through.
+                QCOMPARE(shell(command).exitCode, 0);
+            }
         }
     }
 
@@ -234,43 +223,42 @@ private Q_SLOTS:
             QVERIFY2(result.output.contains(words), result.output.constData());
             QCOMPARE(differences(before, TestMachine::image()), QStringList());
         }
+        for (const QString& tool : {u"sc.exe"_s, u"vssadmin.exe"_s, u"shutdown.exe"_s}) {
+            const auto result = runChildProcess({systemToolPath(tool), {u"list"_s}, {}}, {}, ErrorOutput::Separate);
+            QVERIFY(result.exitCode != 0);
+            QVERIFY(result.errorOutput.contains("doesn't know: list"));
+        }
     }
 
     /// A file that can't be used says in one line what to do, and that works.
-    void anyFileCanBeReset_data()
-    {
-        QTest::addColumn<std::function<void(QString)>>("damage");
-        const auto row = [](const char* name, std::function<void(QString)> damage) {
-            QTest::newRow(name) << std::move(damage);
-        };
-        row("older", [](const QString& file) { sql(file, u"PRAGMA user_version = 1"_s); });
-        row("no machine", [](const QString& file) {
-            QFile::remove(file);
-            sql(file, u"CREATE TABLE other (a)"_s);
-        });
-        row("no database", [](const QString& file) { overwrite(file, 0, QByteArray(200, 'x')); });
-        row("cut", [](const QString& file) { overwrite(file, 6000, {}); });
-        row("damaged inside", [](const QString& file) {
-            for (qint64 at = 4096; at < 60000; at += 4096)
-                overwrite(file, at, QByteArray(500, 'x'));
-        });
-    }
-
     void anyFileCanBeReset()
     {
-        QFETCH(std::function<void(QString)>, damage);
         const QStringList image = SimulatedPc::image();
-        const QString file = SimulatedPc::machineFile();
-        SimulatedPc::setMachineFile(m_machine->scratchFile(u"other.db"_s)); // closes it
-        damage(file);
-
-        const QStringList onFile{u"--machine"_s, file};
-        const QString answer = inspector(onFile + QStringList{u"image"_s});
-        QCOMPARE(answer.count(u"\"./dev pc reset\" makes it anew.\n"_s), 1);
-        QVERIFY(answer.endsWith(u'1'));
-        QCOMPARE(inspector(onFile + QStringList{u"reset"_s}), u"0"_s);
-        SimulatedPc::setMachineFile(file);
-        QCOMPARE(SimulatedPc::image(), image);
+        const std::function<void(const QString&)> damages[] = {
+            [](const QString& file) { sql(file, u"PRAGMA user_version = 1"_s); },
+            [](const QString& file) {
+                QFile::remove(file);
+                sql(file, u"CREATE TABLE other (a)"_s);
+            },
+            [](const QString& file) { overwrite(file, 0, QByteArray(200, 'x')); },
+            [](const QString& file) { overwrite(file, 6000, {}); },
+            [](const QString& file) {
+                for (qint64 at = 4096; at < 60000; at += 4096)
+                    overwrite(file, at, QByteArray(500, 'x'));
+            },
+        };
+        for (const auto& damage : damages) {
+            const QString file = SimulatedPc::machineFile();
+            SimulatedPc::setMachineFile(m_machine->scratchFile(u"other.db"_s)); // closes it
+            damage(file);
+            const QStringList onFile{u"--machine"_s, file};
+            const QString answer = inspector(onFile + QStringList{u"image"_s});
+            QCOMPARE(answer.count(u"\"./dev pc reset\" makes it anew.\n"_s), 1);
+            QVERIFY(answer.endsWith(u'1'));
+            QCOMPARE(inspector(onFile + QStringList{u"reset"_s}), u"0"_s);
+            SimulatedPc::setMachineFile(file);
+            QCOMPARE(SimulatedPc::image(), image);
+        }
     }
 
     /// A facility that is added later is there on machines that were made before.

@@ -30,6 +30,14 @@ std::optional<RawValue> rawValue(const QString& name, const QString& path, RootK
     return key.query(name, buffer, value.type, sizeBytes) == Win32Error::Success ? std::optional(value) : std::nullopt;
 }
 
+RegistryValue machineValue(const QString& path, const QString& name)
+{
+    RegistryValue value;
+    if (!readValue(RegistryHive::LocalMachine, path, name, value))
+        qFatal("A value could not be read");
+    return value;
+}
+
 QMap<QString, RawValue> scratchImage(RootKey root)
 {
     RegistryKey key;

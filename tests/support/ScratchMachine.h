@@ -3,6 +3,7 @@
 #include "platform/Registry.h"
 #include "support/LogCapture.h"
 #include "support/TestMachine.h"
+#include "system/RegistryAccess.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -30,6 +31,9 @@ void putRaw(const QString& name, const RawValue& value, const QString& path = sc
 /// Absent if there is no such value.
 [[nodiscard]] std::optional<RawValue> rawValue(const QString& name, const QString& path = scratchKey,
                                                platform::RootKey root = platform::RootKey::CurrentUser);
+
+/// A value below HKLM as the program reads it.
+[[nodiscard]] RegistryValue machineValue(const QString& path, const QString& name);
 
 /// All values of the scratch key itself: a look at the machine that costs little on either.
 [[nodiscard]] QMap<QString, RawValue> scratchImage(platform::RootKey root = platform::RootKey::CurrentUser);

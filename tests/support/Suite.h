@@ -1,7 +1,6 @@
 #pragma once
 
 #include "support/ScratchMachine.h"
-#include "system/RegistryAccess.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -10,6 +9,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QTest>
 
 #include <algorithm>
@@ -32,6 +32,15 @@ protected Q_SLOTS:
 protected:
     std::optional<ScratchMachine> m_machine;
 };
+
+/// For what is at random: TORVELANE_RANDOM_SEED, which repeats a run, or another one each time.
+inline quint32 randomSeed()
+{
+    const QString any = QString::number(QRandomGenerator::system()->generate());
+    const quint32 seed = qEnvironmentVariable("TORVELANE_RANDOM_SEED", any).toUInt();
+    qInfo("TORVELANE_RANDOM_SEED=%u", seed);
+    return seed;
+}
 
 } // namespace torvelane::test
 

@@ -36,37 +36,24 @@ private Q_SLOTS:
         QCOMPARE(m_machine->log.lines(), QStringList(u"[WARN] wmi: CoInitializeSecurity failed (0x8000ffff)"_s));
     }
 
-    void connectFails_data()
-    {
-        QTest::addColumn<QString>("call");
-        QTest::addColumn<HResult>("code");
-        QTest::addColumn<QString>("message");
-        const auto row = [](const char* call, HResult code, const char* message) {
-            QTest::newRow(message) << QString::fromLatin1(call) << code << QString::fromLatin1(message);
-        };
-        row("wmi.initializeCom", refusal, "CoInitializeEx failed (0x8000ffff)");
-        row("wmi.initializeCom", HResult{2}, "CoInitializeEx failed (0x2)");
-        row("wmi.createLocator", refusal, "CoCreateInstance(WbemLocator) failed (0x8000ffff)");
-        row("wmi.connectServer", refusal, "ConnectServer(ROOT\\CIMV2) failed (0x8000ffff)");
-        row("wmi.setProxyBlanket", refusal, "CoSetProxyBlanket failed (0x8000ffff)");
-    }
-
     void connectFails()
     {
-        QFETCH(QString, call);
-        QFETCH(HResult, code);
-        QFETCH(QString, message);
-        SimulatedPc::fail(call, code);
-        WmiSession session;
-        QString error;
-        QVERIFY(!session.connect(u"ROOT\\CIMV2"_s, &error));
-        QCOMPARE(error, message);
-        QCOMPARE(m_machine->log.lines(), QStringList(u"[WARN] wmi: "_s + message));
-        QVERIFY(!WmiSession().connect(u"ROOT\\CIMV2"_s, nullptr));
-    }
-
-    void noSuchNamespace()
-    {
+        for (const auto& [call, code, message] :
+             {std::tuple("initializeCom", refusal, u"CoInitializeEx failed (0x8000ffff)"_s),
+              {"initializeCom", HResult{2}, u"CoInitializeEx failed (0x2)"_s},
+              {"createLocator", refusal, u"CoCreateInstance(WbemLocator) failed (0x8000ffff)"_s},
+              {"connectServer", refusal, u"ConnectServer(ROOT\\CIMV2) failed (0x8000ffff)"_s},
+              {"setProxyBlanket", refusal, u"CoSetProxyBlanket failed (0x8000ffff)"_s}}) {
+            m_machine.emplace();
+            SimulatedPc::fail(u"wmi."_s + QLatin1String(call), code);
+            WmiSession session;
+            QString error;
+            QVERIFY(!session.connect(u"ROOT\\CIMV2"_s, &error));
+            QCOMPARE(error, message);
+            QCOMPARE(m_machine->log.lines(), QStringList(u"[WARN] wmi: "_s + message));
+            QVERIFY(!WmiSession().connect(u"ROOT\\CIMV2"_s, nullptr));
+        }
+        SimulatedPc::clearFaults();
         QString error;
         QVERIFY(!WmiSession().connect(u"ROOT\\NoSuch"_s, &error));
         QCOMPARE(error, u"ConnectServer(ROOT\\NoSuch) failed (0x8004100e)"_s);
@@ -92,18 +79,6 @@ private Q_SLOTS:
         QCOMPARE(rows, 1);
         QCOMPARE(duringSession, 1);
         QCOMPARE(afterwards, 1);
-    }
-
-    void nestedSessions()
-    {
-        WmiSession outer;
-        QVERIFY(outer.connect(u"ROOT\\CIMV2"_s, nullptr));
-        {
-            WmiSession inner;
-            QVERIFY(inner.connect(u"ROOT\\WMI"_s, nullptr));
-            QCOMPARE(SimulatedCom::references(), 2);
-        }
-        QVERIFY(!outer.query(u"SELECT * FROM Win32_BIOS"_s, nullptr).isEmpty());
     }
 
     /// Also for a query that reports success and gives nothing to go through.
@@ -144,34 +119,6 @@ private Q_SLOTS:
         QCOMPARE(rows[0].value(u"Byte"_s).toInt(), 0);
         QCOMPARE(rows[1], WmiRow());
         QCOMPARE(session.query(u"SELECT Flag FROM Win32_Fan"_s, nullptr).value(0).keys(), QStringList(u"Flag"_s));
-    }
-
-    void methodStages_data()
-    {
-        QTest::addColumn<QString>("call");
-        QTest::addColumn<WmiMethodStage>("stage");
-        QTest::newRow("class") << u"wmi.getObject"_s << WmiMethodStage::Class;
-        QTest::newRow("method") << u"wmi.getMethod"_s << WmiMethodStage::Method;
-        QTest::newRow("instance") << u"wmi.spawnInstance"_s << WmiMethodStage::Instance;
-        QTest::newRow("call") << u"wmi.execMethod"_s << WmiMethodStage::Call;
-        QTest::newRow("result") << u"wmi.getReturnValue"_s << WmiMethodStage::Result;
-    }
-
-    /// Each stage fails with its code, or reports a success and gives nothing.
-    void methodStages()
-    {
-        QFETCH(QString, call);
-        QFETCH(WmiMethodStage, stage);
-        for (const HResult code : {refusal, HResult::Ok}) {
-            SimulatedPc::clearFaults();
-            SimulatedPc::fail(call, code);
-            WmiSession session;
-            QVERIFY(session.connect(u"ROOT\\DEFAULT"_s, nullptr));
-            const WmiMethodResult result = session.callMethod(u"SystemRestore"_s, u"Restore"_s,
-                                                              {{u"SequenceNumber"_s, {.type = vtI4, .bits = 21}}});
-            QCOMPARE(result.stage, stage);
-            QCOMPARE(result.code, code);
-        }
     }
 };
 

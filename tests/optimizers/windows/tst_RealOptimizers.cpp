@@ -7,37 +7,13 @@
 #include "optimizers/PowerPlanManager.h"
 #include "optimizers/ServiceProfiles.h"
 #include "support/Suite.h"
+#include "support/windows/Native.h"
 #include "system/WmiSession.h"
-
-#include <windows.h>
 
 namespace {
 
-const QString scratch = u"SOFTWARE\\Torvelane\\Test"_s;
+constexpr auto hklm = platform::RootKey::LocalMachine;
 const QString services = u"SYSTEM\\CurrentControlSet\\Services\\"_s;
-
-const wchar_t* native(const QString& text)
-{
-    return reinterpret_cast<const wchar_t*>(text.utf16());
-}
-
-/// Stores a value below HKLM, with the keys on the way to it.
-void put(const QString& path, const QString& name, const RawValue& value)
-{
-    platform::RegistryKey key;
-    const auto data = std::as_bytes(std::span(value.data.constData(), static_cast<std::size_t>(value.data.size())));
-    if (platform::RegistryKey::create(platform::RootKey::LocalMachine, path, key) != platform::Win32Error::Success
-        || key.setValue(name, value.type, data) != platform::Win32Error::Success)
-        qFatal("A value could not be stored");
-}
-
-RegistryValue machineValue(const QString& path, const QString& name)
-{
-    RegistryValue value;
-    if (!readValue(RegistryHive::LocalMachine, path, name, value))
-        qFatal("A value could not be read");
-    return value;
-}
 
 NetAdapter scratchAdapter()
 {
@@ -45,30 +21,9 @@ NetAdapter scratchAdapter()
     adapter.guid = u"{0}"_s;
     adapter.name = u"Scratch"_s;
     adapter.pnpDeviceId = u"NO\\SUCH\\DEVICE"_s;
-    adapter.regSubKey = scratch;
+    adapter.regSubKey = scratchKey;
     adapter.netEnabled = true;
     return adapter;
-}
-
-/// Every value of the scratch key.
-QMap<QString, RawValue> scratchValues()
-{
-    platform::RegistryKey key;
-    QStringList names;
-    QMap<QString, RawValue> values;
-    if (platform::RegistryKey::open(platform::RootKey::LocalMachine, scratch, platform::KeyAccess::Read, key)
-            != platform::Win32Error::Success
-        || key.valueNames(names) != platform::Win32Error::Success)
-        qFatal("The scratch key could not be read");
-    for (const QString& name : std::as_const(names)) {
-        RawValue& value = values[name];
-        quint32 sizeBytes = 256;
-        value.data.resize(sizeBytes);
-        const auto buffer = std::as_writable_bytes(std::span(value.data.data(), sizeBytes));
-        std::ignore = key.query(name, buffer, value.type, sizeBytes);
-        value.data.resize(sizeBytes);
-    }
-    return values;
 }
 
 bool makeFile(const QString& path, qsizetype sizeBytes)
@@ -94,34 +49,34 @@ private Q_SLOTS:
     /// Driver values of every type, written as text and put back as they were.
     void adapterValues()
     {
-        put(scratch, u"*EEE"_s, {1, utf16(u"1"_s)});
-        put(scratch, u"*FlowControl"_s, {4, dwordBytes(3)});
-        put(scratch, u"*LsoV2IPv4"_s, {2, utf16(u"%X%"_s)});
-        put(scratch, u"*LsoV2IPv6"_s, {3, QByteArray("\x01\x00\xff", 3)});
-        put(scratch, u"*WakeOnPattern"_s, {11, dwordBytes(7) + dwordBytes(1)});
-        const QMap<QString, RawValue> before = scratchValues();
+        putRaw(u"*EEE"_s, {1, utf16(u"1"_s)}, scratchKey, hklm);
+        putRaw(u"*FlowControl"_s, {4, dwordBytes(3)}, scratchKey, hklm);
+        putRaw(u"*LsoV2IPv4"_s, {2, utf16(u"%X%"_s)}, scratchKey, hklm);
+        putRaw(u"*LsoV2IPv6"_s, {3, QByteArray("\x01\x00\xff", 3)}, scratchKey, hklm);
+        putRaw(u"*WakeOnPattern"_s, {11, dwordBytes(7) + dwordBytes(1)}, scratchKey, hklm);
+        const QMap<QString, RawValue> before = scratchImage(hklm);
         NetworkOptimizer optimizer;
         QVERIFY(optimizer.apply(scratchAdapter()).ok);
-        for (const RawValue& value : scratchValues())
+        for (const RawValue& value : scratchImage(hklm))
             QCOMPARE(value, (RawValue{1, utf16(u"0"_s)}));
         NetworkOptimizer nextStart;
         QVERIFY(nextStart.isOptimized(u"{0}"_s));
         QVERIFY(nextStart.restoreAll().ok);
-        QCOMPARE(scratchValues(), before);
+        QCOMPARE(scratchImage(hklm), before);
     }
 
     void smallestBuffers()
     {
-        put(scratch, u"*ReceiveBuffers"_s, {1, utf16(u"512"_s)});
-        put(scratch, u"*TransmitBuffers"_s, {4, dwordBytes(1024)});
-        put(scratch + u"\\Ndi\\params\\*ReceiveBuffers"_s, u"min"_s, {1, utf16(u" 80 "_s)});
-        put(scratch + u"\\Ndi\\params\\*TransmitBuffers"_s, u"min"_s, {4, dwordBytes(80)}); // no text
-        const QMap<QString, RawValue> before = scratchValues();
+        putRaw(u"*ReceiveBuffers"_s, {1, utf16(u"512"_s)}, scratchKey, hklm);
+        putRaw(u"*TransmitBuffers"_s, {4, dwordBytes(1024)}, scratchKey, hklm);
+        putRaw(u"min"_s, {1, utf16(u" 80 "_s)}, scratchKey + u"\\Ndi\\params\\*ReceiveBuffers"_s, hklm);
+        putRaw(u"min"_s, {4, dwordBytes(80)}, scratchKey + u"\\Ndi\\params\\*TransmitBuffers"_s, hklm); // no text
+        const QMap<QString, RawValue> before = scratchImage(hklm);
         QCOMPARE(BufferbloatOptimizer().applyAll({scratchAdapter()}).adapters, 1);
-        QCOMPARE(machineValue(scratch, u"*ReceiveBuffers"_s).text, u"80"_s);
-        QCOMPARE(machineValue(scratch, u"*TransmitBuffers"_s).number, 1024u);
+        QCOMPARE(machineValue(scratchKey, u"*ReceiveBuffers"_s).text, u"80"_s);
+        QCOMPARE(machineValue(scratchKey, u"*TransmitBuffers"_s).number, 1024u);
         QCOMPARE(BufferbloatOptimizer().restoreAll().adapters, 1);
-        QCOMPARE(scratchValues(), before);
+        QCOMPARE(scratchImage(hklm), before);
     }
 
     /// An adapter that WMI lists is found with its driver's key, and its missing device can't be restarted.
@@ -138,8 +93,8 @@ private Q_SLOTS:
         const QString classKey =
             u"SYSTEM\\CurrentControlSet\\Control\\Class\\{4d36e972-e325-11ce-bfc1-08002be10318}\\T"_s;
         for (qsizetype i = 0; i < guids.size(); ++i) {
-            put(classKey + QString::number(i), u"NetCfgInstanceId"_s, {1, utf16(guids.at(i).toLower())});
-            put(classKey + QString::number(i), u"*IfType"_s, {1, utf16(u"6"_s)});
+            putRaw(u"NetCfgInstanceId"_s, {1, utf16(guids.at(i).toLower())}, classKey + QString::number(i), hklm);
+            putRaw(u"*IfType"_s, {1, utf16(u"6"_s)}, classKey + QString::number(i), hklm);
         }
         const QList<NetAdapter> adapters = listNetAdapters();
         for (qsizetype i = 0; i < guids.size(); ++i)
@@ -172,8 +127,8 @@ private Q_SLOTS:
         const QString spelt = services + u"RetailDemo"_s;
         const bool here = machineValue(present, u"Start"_s).exists || machineValue(spelt, u"Start"_s).exists;
         if (!here) {
-            put(present, u"Start"_s, {4, dwordBytes(2)});
-            put(spelt, u"Start"_s, {4, dwordBytes(4)});
+            putRaw(u"Start"_s, {4, dwordBytes(2)}, present, hklm);
+            putRaw(u"Start"_s, {4, dwordBytes(4)}, spelt, hklm);
         }
         const MachineImage before = TestMachine::image();
         const ServiceResult applied = ServiceProfiles().apply(ServiceProfileId::Advanced);
@@ -282,12 +237,8 @@ private Q_SLOTS:
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    if (QCoreApplication::arguments().contains(u"--wait"_s)) {
-        char byte = 0;
-        DWORD read = 0;
-        while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &read, nullptr) && read > 0) { }
-        return 0;
-    }
+    if (QCoreApplication::arguments().contains(u"--wait"_s))
+        return waitForEndOfInput();
     tst_RealOptimizers test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,7 +1,6 @@
 #include "platform/Directory.h"
 #include "support/Suite.h"
-
-#include <windows.h>
+#include "support/windows/Native.h"
 
 using namespace torvelane::platform;
 
@@ -10,21 +9,10 @@ namespace {
 /// Has this program open a file, say so, and keep it open until the end of its standard input.
 const QString holdOption = u"--hold"_s;
 
-const wchar_t* native(const QString& text)
-{
-    return reinterpret_cast<const wchar_t*>(text.utf16());
-}
-
 /// The path in the form in which any name and any length can be used.
 QString exact(const QString& path)
 {
     return u"\\\\?\\"_s + QDir::toNativeSeparators(path);
-}
-
-/// Which knows only the older way of removing a file, and where that is one of a few limits (docs/testing.md).
-bool isWine()
-{
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
 bool put(const QString& path, const QByteArray& content = "x")
@@ -95,38 +83,27 @@ private Q_SLOTS:
         QCOMPARE(Directory::open(m_folder + u"/absent/below"_s, directory), Win32Error::PathNotFound);
     }
 
-    void names_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("plain") << u"file.txt"_s;
-        QTest::newRow("outside ASCII") << u"\u65e5\u672c-\u00e9-\U0001f600"_s;
-        QTest::newRow("blanks") << u" a  b"_s;
-        QTest::newRow("trailing dot") << u"dot."_s;
-        QTest::newRow("trailing blank") << u"blank "_s;
-        QTest::newRow("a device's") << u"nul"_s;
-        QTest::newRow("a device's with extension") << u"con.txt"_s;
-        QTest::newRow("longest") << QString(255, u'n');
-        QTest::newRow("percent and star-like") << u"%TEMP% [x] {y} \u2217"_s;
-    }
-
     void names()
     {
-        QFETCH(QString, name);
-        for (const bool isDirectory : {false, true}) {
-            const QString path = m_folder + u'/' + name;
-            QVERIFY(isDirectory ? makeFolder(path) : put(path, "12345"));
-            const Directory directory = opened(m_folder);
-            const DirectoryEntry entry = entryIn(directory, name);
-            QCOMPARE(entry.name, name);
-            QCOMPARE(entry.isDirectory, isDirectory);
-            QCOMPARE(entry.isLink, false);
-            if (!isDirectory)
-                QCOMPARE(entry.sizeBytes, 5);
-            Directory child;
-            QCOMPARE(directory.openChild(entry, child) == Win32Error::Success, isDirectory);
-            child = Directory();
-            QCOMPARE(directory.remove(entry), Win32Error::Success);
-            QVERIFY(!isThere(path));
+        for (const QString& name :
+             {u"file.txt"_s, u"\u65e5\u672c-\u00e9-\U0001f600"_s, u" a  b"_s, u"dot."_s, u"blank "_s, u"nul"_s,
+              u"con.txt"_s, QString(255, u'n'), u"%TEMP% [x] {y} \u2217"_s}) {
+            for (const bool isDirectory : {false, true}) {
+                const QString path = m_folder + u'/' + name;
+                QVERIFY2(isDirectory ? makeFolder(path) : put(path, "12345"), qPrintable(name));
+                const Directory directory = opened(m_folder);
+                const DirectoryEntry entry = entryIn(directory, name);
+                QCOMPARE(entry.name, name);
+                QCOMPARE(entry.isDirectory, isDirectory);
+                QCOMPARE(entry.isLink, false);
+                if (!isDirectory)
+                    QCOMPARE(entry.sizeBytes, 5);
+                Directory child;
+                QCOMPARE(directory.openChild(entry, child) == Win32Error::Success, isDirectory);
+                child = Directory();
+                QCOMPARE(directory.remove(entry), Win32Error::Success);
+                QVERIFY(!isThere(path));
+            }
         }
     }
 
@@ -150,30 +127,23 @@ private Q_SLOTS:
         }
     }
 
-    void attributes_data()
-    {
-        QTest::addColumn<quint32>("attributes");
-        QTest::newRow("read-only") << quint32(FILE_ATTRIBUTE_READONLY);
-        QTest::newRow("hidden") << quint32(FILE_ATTRIBUTE_HIDDEN);
-        QTest::newRow("system, hidden, read-only")
-            << quint32(FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY);
-    }
-
     void attributes()
     {
-        QFETCH(quint32, attributes);
         const QString path = m_folder + u"/file"_s;
-        QVERIFY(put(path));
-        QVERIFY(SetFileAttributesW(native(exact(path)), attributes));
-        const Directory directory = opened(m_folder);
-        const DirectoryEntry entry = entryIn(directory, u"file"_s);
-        QCOMPARE(entry.name, u"file"_s);
-        const bool stays = isWine() && (attributes & FILE_ATTRIBUTE_READONLY);
-        QCOMPARE(directory.remove(entry), stays ? Win32Error::AccessDenied : Win32Error::Success);
-        QCOMPARE(isThere(path), stays);
-        if (stays)
-            QVERIFY(GetFileAttributesW(native(exact(path))) & FILE_ATTRIBUTE_READONLY);
-        SetFileAttributesW(native(exact(path)), FILE_ATTRIBUTE_NORMAL);
+        for (const int attributes : {FILE_ATTRIBUTE_READONLY, FILE_ATTRIBUTE_HIDDEN,
+                                     FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY}) {
+            QVERIFY(isThere(path) || put(path));
+            QVERIFY(SetFileAttributesW(native(exact(path)), static_cast<DWORD>(attributes)));
+            const Directory directory = opened(m_folder);
+            const DirectoryEntry entry = entryIn(directory, u"file"_s);
+            QCOMPARE(entry.name, u"file"_s);
+            const bool stays = isWine() && (attributes & FILE_ATTRIBUTE_READONLY);
+            QCOMPARE(directory.remove(entry), stays ? Win32Error::AccessDenied : Win32Error::Success);
+            QCOMPARE(isThere(path), stays);
+            if (stays)
+                QVERIFY(GetFileAttributesW(native(exact(path))) & FILE_ATTRIBUTE_READONLY);
+            SetFileAttributesW(native(exact(path)), FILE_ATTRIBUTE_NORMAL);
+        }
     }
 
     /// Down by handles, deeper than any path may be long, and up again.
@@ -272,9 +242,7 @@ int main(int argc, char** argv)
                                         OPEN_EXISTING, 0, nullptr);
         DWORD done = 0;
         WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), file == INVALID_HANDLE_VALUE ? "none" : "held", 4, &done, nullptr);
-        char byte = 0;
-        while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &done, nullptr) && done > 0) { }
-        return 0;
+        return waitForEndOfInput();
     }
     tst_WindowsDirectory test;
     return QTest::qExec(&test, argc, argv);

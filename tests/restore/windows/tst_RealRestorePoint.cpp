@@ -43,10 +43,7 @@ private Q_SLOTS:
         QCOMPARE(error, u"Restore point not created: CreateRestorePoint method unavailable"_s);
         QVERIFY(!RestorePoint::restoreTo(1, true, &error));
         QCOMPARE(error, u"Restore method unavailable"_s);
-        RegistryValue value;
-        QVERIFY(readValue(RegistryHive::LocalMachine, key, frequency, value));
-        QCOMPARE(value.kind, RegistryValueKind::Dword);
-        QCOMPARE(value.number, 0u);
+        QCOMPARE(machineValue(key, frequency), (RegistryValue{true, RegistryValueKind::Dword, 0, {}, {}}));
     }
 
     /// The class isn't there, which Wine answers with no rows.

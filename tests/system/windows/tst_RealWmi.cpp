@@ -36,38 +36,6 @@ class tst_RealWmi : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void classesAnswer_data()
-    {
-        QTest::addColumn<QString>("select");
-        QTest::addColumn<QString>("filled");
-        const auto row = [](const char* wmiClass, const char* columns, const char* filled) {
-            QTest::newRow(wmiClass) << u"SELECT %1 FROM %2"_s.arg(QLatin1String(columns), QLatin1String(wmiClass))
-                                    << QString::fromLatin1(filled);
-        };
-        row("Win32_ComputerSystem", "Manufacturer,Model,Name,TotalPhysicalMemory", "Name");
-        row("Win32_OperatingSystem", "Caption,Version,BuildNumber,OSArchitecture", "BuildNumber");
-        row("Win32_BaseBoard", "Manufacturer,Product,Version,SerialNumber", "Manufacturer");
-        row("Win32_BIOS", "Manufacturer,SMBIOSBIOSVersion,ReleaseDate", "ReleaseDate");
-        row("Win32_Processor", "Name,Manufacturer,NumberOfCores,MaxClockSpeed", "NumberOfCores");
-        row("Win32_VideoController", "Name,AdapterRAM,DriverVersion,PNPDeviceID", "Name");
-        row("Win32_PhysicalMemory", "DeviceLocator,Capacity", "Capacity");
-        row("Win32_DiskDrive", "Model,Size,InterfaceType,SerialNumber", "Size");
-        row("Win32_NetworkAdapter", "GUID,Name,PNPDeviceID,PhysicalAdapter,MACAddress", "PhysicalAdapter");
-    }
-
-    void classesAnswer()
-    {
-        QFETCH(QString, select);
-        QFETCH(QString, filled);
-        WmiSession session;
-        QString error;
-        QVERIFY2(session.connect(u"ROOT\\CIMV2"_s, &error), qPrintable(error));
-        const QList<WmiRow> rows = session.query(select, &error);
-        QCOMPARE(error, QString());
-        QVERIFY(!rows.isEmpty());
-        QVERIFY2(!rows.first().value(filled).toString().isEmpty(), qPrintable(filled));
-    }
-
     /// The tags by which the system hands out its types: the numbers that it has no tag for come as others.
     void tags()
     {

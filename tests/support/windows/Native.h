@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+#include <windows.h>
+
+namespace torvelane::test {
+
+/// The text as the system's calls take it.
+inline const wchar_t* native(const QString& text)
+{
+    return reinterpret_cast<const wchar_t*>(text.utf16());
+}
+
+/// Wine lacks some of what Windows does (docs/testing.md).
+inline bool isWine()
+{
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+/// In a child that a test ends by closing its standard input.
+inline int waitForEndOfInput()
+{
+    char byte = 0;
+    DWORD read = 0;
+    while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &read, nullptr) && read > 0) { }
+    return 0;
+}
+
+} // namespace torvelane::test
