@@ -80,78 +80,55 @@ private Q_SLOTS:
         QVERIFY(log.contains(u"[ERROR] scan: WMI (ROOT\\CIMV2) unavailable: "_s + error));
     }
 
-    void bytes_data()
+    void texts()
     {
-        QTest::addColumn<quint64>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("none") << quint64(0) << u"—"_s;
-        QTest::newRow("MB") << (quint64(512) << 20) << u"512 MB"_s;
-        QTest::newRow("below 10 GB") << (quint64(3) << 29) << u"1.50 GB"_s;
-        QTest::newRow("from 10 GB") << (quint64(12) << 30) << u"12.0 GB"_s;
-        QTest::newRow("TB") << (quint64(2) << 40) << u"2.00 TB"_s;
-        QTest::newRow("next to nothing") << quint64(1) << u"0 MB"_s;
-    }
-
-    void bytes()
-    {
-        QFETCH(quint64, bytes);
-        QTEST(HardwareText::formatBytes(bytes), "text");
-    }
-
-    void sections_data()
-    {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("wmiClass");
-        QTest::addColumn<QJsonArray>("rows");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("note"); // the first
-        const auto row = [](std::initializer_list<std::pair<QString, QJsonValue>> properties) {
-            return QJsonArray{QJsonObject(properties)};
-        };
-        const QString none;
-        QTest::newRow("no processor") << u"Processor"_s << u"Win32_Processor"_s << QJsonArray() << none
-                                      << u"No processor reported by WMI."_s;
-        QTest::newRow("a bare processor")
-            << u"Processor"_s << u"Win32_Processor"_s
-            << row({{u"Name"_s, u" CPU "_s},
-                    {u"MaxClockSpeed"_s, 800},
-                    {u"L2CacheSize"_s, 0},
-                    {u"L3CacheSize"_s, 32768}})
-            << u"Model: CPU | Manufacturer: — | Cores / Threads: — cores / — threads | Base clock: 800 MHz | "
-               "L3 cache: 32 MB | Socket: —"_s
-            << none;
-        QTest::newRow("no memory") << u"Memory"_s << u"Win32_PhysicalMemory"_s << QJsonArray() << none
-                                   << u"No memory modules reported by WMI."_s;
-        QTest::newRow("odd memory")
-            << u"Memory"_s << u"Win32_PhysicalMemory"_s
-            << row({{u"Capacity"_s, u"17179869184"_s},
-                    {u"ConfiguredClockSpeed"_s, 0},
-                    {u"Speed"_s, 3200},
-                    {u"SMBIOSMemoryType"_s, 26},
-                    {u"Manufacturer"_s, QJsonValue::Null},
-                    {u"PartNumber"_s, QJsonObject{{u"UI1"_s, 7}}}})
-            << u"Slot: — | Capacity: 16.0 GB | Type / Speed: DDR4  3200 MT/s | Manufacturer: — | Part number: —"_s
-            << u"1 module(s), 16.0 GB total"_s;
-        QTest::newRow("a short date") << u"Motherboard"_s << u"Win32_BIOS"_s << row({{u"ReleaseDate"_s, u"2023"_s}})
-                                      << none << none;
-        QTest::newRow("no drive") << u"Storage"_s << u"Win32_DiskDrive"_s << QJsonArray() << none
-                                  << u"No disk drive reported by WMI."_s;
+        for (const auto& [bytes, text] : {std::pair(quint64(0), u"—"_s),
+                                          {quint64(512) << 20, u"512 MB"_s},
+                                          {quint64(3) << 29, u"1.50 GB"_s},
+                                          {quint64(12) << 30, u"12.0 GB"_s},
+                                          {quint64(2) << 40, u"2.00 TB"_s},
+                                          {quint64(1), u"0 MB"_s}})
+            QCOMPARE(HardwareText::formatBytes(bytes), text);
+        for (const auto& [name, cleaned] : {std::pair(u"Card-ABC12345"_s, u"Card"_s),
+                                            {u"Card-ABCDEFGH"_s, u"Card-ABCDEFGH"_s},
+                                            {u"Card-12345678"_s, u"Card-12345678"_s},
+                                            {u"Card-ABC1234"_s, u"Card-ABC1234"_s}})
+            QCOMPARE(cleanGpuModel(name), cleaned);
     }
 
     void sections()
     {
-        QFETCH(QString, title);
-        QFETCH(QString, wmiClass);
-        QFETCH(QJsonArray, rows);
-        QFETCH(QString, text);
-        QFETCH(QString, note);
-        setRows(wmiClass, rows);
-        const HardwareSection found = section(title);
-        if (title == u"Motherboard")
-            QVERIFY(shown(found).endsWith(u"BIOS vendor: — | BIOS version: — | BIOS date: —"_s));
-        else
-            QCOMPARE(shown(found), text);
-        QCOMPARE(found.notes.value(0), note);
+        const auto row = [](std::initializer_list<std::pair<QString, QJsonValue>> properties) {
+            return QJsonArray{QJsonObject(properties)};
+        };
+        const QJsonArray bareProcessor =
+            row({{u"Name"_s, u" CPU "_s}, {u"MaxClockSpeed"_s, 800}, {u"L2CacheSize"_s, 0}, {u"L3CacheSize"_s, 32768}});
+        const QJsonArray oddMemory = row({{u"Capacity"_s, u"17179869184"_s},
+                                          {u"ConfiguredClockSpeed"_s, 0},
+                                          {u"Speed"_s, 3200},
+                                          {u"SMBIOSMemoryType"_s, 26},
+                                          {u"Manufacturer"_s, QJsonValue::Null},
+                                          {u"PartNumber"_s, QJsonObject{{u"UI1"_s, 7}}}});
+        const QString none;
+        for (const auto& [title, wmiClass, rows, end, note] :
+             {std::tuple(u"Processor"_s, u"Processor"_s, QJsonArray(), none, u"No processor reported by WMI."_s),
+              {u"Processor"_s, u"Processor"_s, bareProcessor,
+               u"Model: CPU | Manufacturer: — | Cores / Threads: — cores / — threads | Base clock: 800 MHz | "
+               "L3 cache: 32 MB | Socket: —"_s,
+               none},
+              {u"Memory"_s, u"PhysicalMemory"_s, QJsonArray(), none, u"No memory modules reported by WMI."_s},
+              {u"Memory"_s, u"PhysicalMemory"_s, oddMemory,
+               u"Slot: — | Capacity: 16.0 GB | Type / Speed: DDR4  3200 MT/s | Manufacturer: — | Part number: —"_s,
+               u"1 module(s), 16.0 GB total"_s},
+              {u"Motherboard"_s, u"BIOS"_s, row({{u"ReleaseDate"_s, u"2023"_s}}),
+               u"BIOS vendor: — | BIOS version: — | BIOS date: —"_s, none},
+              {u"Storage"_s, u"DiskDrive"_s, QJsonArray(), none, u"No disk drive reported by WMI."_s}}) {
+            setRows(u"Win32_"_s + wmiClass, rows);
+            const HardwareSection found = section(title);
+            QVERIFY2(shown(found).endsWith(end), qPrintable(shown(found)));
+            QCOMPARE(shown(found).size() > end.size(), title == u"Motherboard");
+            QCOMPARE(found.notes.value(0), note);
+        }
     }
 
     void disksAreMatched()
@@ -206,49 +183,39 @@ private Q_SLOTS:
         QCOMPARE(section(u"Sensors"_s).notes.size(), 2);
     }
 
-    void graphics_data()
-    {
-        QTest::addColumn<QJsonObject>("adapter");
-        QTest::addColumn<QString>("driverDesc"); // in the registry, for the same device
-        QTest::addColumn<QString>("begins");
-        const double gibi = 1073741824.0;
-        const QString none;
-        QTest::newRow("the driver's name")
-            << adapter(u"Generic"_s, u"10de"_s, u"2684"_s, 24 * gibi) << u"NVIDIA GeForce RTX 4090 Laptop"_s
-            << u"Model: NVIDIA GeForce RTX 4090 Laptop | Vendor: NVIDIA | Memory: 24.0 GB"_s;
-        QTest::newRow("by the table") << adapter(u"Generic"_s, u"10de"_s, u"2684"_s, 24 * gibi) << none
-                                      << u"Model: NVIDIA GeForce RTX 4090 | "_s;
-        QTest::newRow("the other vendor id") << adapter(u"Generic"_s, u"1022"_s, u"744c"_s) << none
-                                             << u"Model: AMD Radeon RX 7900 XTX / XT | Vendor: AMD | Memory: —"_s;
-        QTest::newRow("not in the table") << adapter(u"Generic"_s, u"10de"_s, u"0001"_s, 0, 2 * gibi) << none
-                                          << u"Model: Generic | Vendor: NVIDIA | Memory: 2.00 GB (shared)"_s;
-        QTest::newRow("memory by the driver") << adapter(u"Arc A770"_s, u"8086"_s, u"56a0"_s) << u"Intel Arc"_s
-                                              << u"Model: Arc A770 | Vendor: Intel | Memory: 16.0 GB"_s;
-        QTest::newRow("a serial-like tail")
-            << adapter(u"Card 5-AB12345678"_s, u"8086"_s, u"1"_s, gibi) << none << u"Model: Card 5 | "_s;
-        QTest::newRow("nothing but software")
-            << adapter(u"Basic 1"_s, u"1414"_s, u"8c"_s, gibi, 0, 2) << none << u"Model: NVIDIA GeForce RTX 4070 | "_s;
-        QTest::newRow("the basic adapter")
-            << adapter(u"Basic 1"_s, u"1414"_s, u"8c"_s) << none << u"Model: NVIDIA GeForce RTX 4070 | "_s;
-    }
-
     void graphics()
     {
-        QFETCH(QJsonObject, adapter);
-        QFETCH(QString, driverDesc);
-        QFETCH(QString, begins);
-        SimulatedPc::setValue(u"graphics/adapters"_s, QJsonArray{adapter});
-        if (!driverDesc.isEmpty()) {
-            const QString key = displayClass + u"\\0009"_s;
-            const QString device = u"PCI\\ven_%1&dev_%2"_s.arg(adapter.value(u"vendorId"_s).toString(),
-                                                               adapter.value(u"deviceId"_s).toString());
-            const auto hive = RegistryHive::LocalMachine;
-            QVERIFY(writeString(hive, key, u"MatchingDeviceId"_s, device, false));
-            QVERIFY(writeString(hive, key, u"DriverDesc"_s, driverDesc, false));
-            QVERIFY(writeQword(hive, key, u"HardwareInformation.qwMemorySize"_s, quint64(16) << 30));
+        const double gibi = 1073741824.0;
+        const QString none;
+        // The adapter, the driver's name in the registry for the same device, and how the section begins.
+        for (const auto& [only, driverDesc, begins] :
+             {std::tuple(adapter(u"Generic"_s, u"10de"_s, u"2684"_s, 24 * gibi), u"NVIDIA GeForce RTX 4090 Laptop"_s,
+                         u"Model: NVIDIA GeForce RTX 4090 Laptop | Vendor: NVIDIA | Memory: 24.0 GB"_s),
+              {adapter(u"Generic"_s, u"10de"_s, u"2684"_s, 24 * gibi), none, u"Model: NVIDIA GeForce RTX 4090 | "_s},
+              {adapter(u"Generic"_s, u"1022"_s, u"744c"_s), none,
+               u"Model: AMD Radeon RX 7900 XTX / XT | Vendor: AMD | Memory: —"_s},
+              {adapter(u"Generic"_s, u"10de"_s, u"0001"_s, 0, 2 * gibi), none,
+               u"Model: Generic | Vendor: NVIDIA | Memory: 2.00 GB (shared)"_s},
+              {adapter(u"Arc A770"_s, u"8086"_s, u"56a0"_s), u"Intel Arc"_s,
+               u"Model: Arc A770 | Vendor: Intel | Memory: 16.0 GB"_s},
+              {adapter(u"Card 5-AB12345678"_s, u"8086"_s, u"1"_s, gibi), none, u"Model: Card 5 | "_s},
+              // Nothing but software, and Windows' basic adapter.
+              {adapter(u"Basic 1"_s, u"1414"_s, u"8c"_s, gibi, 0, 2), none, u"Model: NVIDIA GeForce RTX 4070 | "_s},
+              {adapter(u"Basic 1"_s, u"1414"_s, u"8c"_s), none, u"Model: NVIDIA GeForce RTX 4070 | "_s}}) {
+            m_machine.emplace();
+            SimulatedPc::setValue(u"graphics/adapters"_s, QJsonArray{only});
+            if (!driverDesc.isEmpty()) {
+                const QString key = displayClass + u"\\0009"_s;
+                const QString device = u"PCI\\ven_%1&dev_%2"_s.arg(only.value(u"vendorId"_s).toString(),
+                                                                   only.value(u"deviceId"_s).toString());
+                const auto hive = RegistryHive::LocalMachine;
+                QVERIFY(writeString(hive, key, u"MatchingDeviceId"_s, device, false));
+                QVERIFY(writeString(hive, key, u"DriverDesc"_s, driverDesc, false));
+                QVERIFY(writeQword(hive, key, u"HardwareInformation.qwMemorySize"_s, quint64(16) << 30));
+            }
+            const QString text = shown(section(u"Graphics"_s));
+            QVERIFY2(text.startsWith(begins), qPrintable(text));
         }
-        const QString text = shown(section(u"Graphics"_s));
-        QVERIFY2(text.startsWith(begins), qPrintable(text));
     }
 
     void graphicsWithoutDxgi()
@@ -260,22 +227,6 @@ private Q_SLOTS:
         QVERIFY(log.contains(u"[INFO] scan/gpu: Graphics: DXGI empty -> WMI fallback"_s));
         setRows(u"Win32_VideoController"_s, {QJsonObject{{u"AdapterRAM"_s, -1048576}}});
         QCOMPARE(section(u"Graphics"_s).notes, QStringList{u"No display adapter detected."_s});
-    }
-
-    void models_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("cleaned");
-        QTest::newRow("letters and digits") << u"Card-ABC12345"_s << u"Card"_s;
-        QTest::newRow("letters only") << u"Card-ABCDEFGH"_s << u"Card-ABCDEFGH"_s;
-        QTest::newRow("digits only") << u"Card-12345678"_s << u"Card-12345678"_s;
-        QTest::newRow("too short") << u"Card-ABC1234"_s << u"Card-ABC1234"_s;
-    }
-
-    void models()
-    {
-        QFETCH(QString, name);
-        QTEST(cleanGpuModel(name), "cleaned");
     }
 };
 

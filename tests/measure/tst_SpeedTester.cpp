@@ -102,38 +102,30 @@ private Q_SLOTS:
         QVERIFY(tester.start());
     }
 
-    void failures_data()
-    {
-        QTest::addColumn<int>("refusedStream"); // the number of the request that is refused
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("failure");
-
-        QTest::newRow("first stream") << 1 << 403 << u"failed: Download failed (HTTP 403, "_s;
-        QTest::newRow("one of them, with others healthy") << 12 << 503 << u"failed: Download failed (HTTP 503, "_s;
-        QTest::newRow("nobody there") << 0 << 0 << u"failed: Download failed (HTTP 0, "_s;
-    }
-
     void failures()
     {
-        QFETCH(int, refusedStream);
-        QFETCH(int, status);
-        QFETCH(QString, failure);
-        std::atomic_int requests = 0;
-        auto server = std::make_unique<LoopbackServer>([&, line = endpoint(100000)](Exchange& exchange) {
-            if (++requests != refusedStream)
-                return line(exchange);
-            return exchange.pause(refusedStream > 1 ? 300 : 0) && exchange.answer(status, "");
-        });
-        SpeedTester tester(QUrl(server->url()), durations);
-        if (refusedStream == 0)
-            server.reset();
-        Listener listener(tester);
-        QVERIFY(tester.start());
-        QTRY_VERIFY_WITH_TIMEOUT(!tester.isRunning(), runTimeoutMs);
-        QVERIFY2(listener.events.constLast().startsWith(failure), qPrintable(listener.events.constLast()));
-        QVERIFY(!listener.events.contains(u"Upload"_s));
-        QCOMPARE(listener.ping.lossPct, refusedStream == 0 ? 100.0 : 0.0);
-        QVERIFY(tester.start());
+        // The number of the request that is refused: the first, one with others healthy, or nobody is there.
+        for (const auto& [refusedStream, status] : {std::pair(1, 403), {12, 503}, {0, 0}}) {
+            std::atomic_int requests = 0;
+            const auto serve = [&, refused = refusedStream, code = status,
+                                line = endpoint(100000)](Exchange& exchange) {
+                if (++requests != refused)
+                    return line(exchange);
+                return exchange.pause(refused > 1 ? 300 : 0) && exchange.answer(code, "");
+            };
+            auto server = std::make_unique<LoopbackServer>(serve);
+            SpeedTester tester(QUrl(server->url()), durations);
+            if (refusedStream == 0)
+                server.reset();
+            Listener listener(tester);
+            QVERIFY(tester.start());
+            QTRY_VERIFY_WITH_TIMEOUT(!tester.isRunning(), runTimeoutMs);
+            const QString last = listener.events.constLast();
+            QVERIFY2(last.startsWith(u"failed: Download failed (HTTP %1, "_s.arg(status)), qPrintable(last));
+            QVERIFY(!listener.events.contains(u"Upload"_s));
+            QCOMPARE(listener.ping.lossPct, refusedStream == 0 ? 100.0 : 0.0);
+            QVERIFY(tester.start());
+        }
     }
 
     // A request that ends is replaced, so that short answers count as well as long ones.
@@ -149,26 +141,21 @@ private Q_SLOTS:
         QVERIFY(server.requests() > 100);
     }
 
-    void goesAwayInThePing()
+    void goesAway()
     {
         const LoopbackServer server(endpoint(100000));
         QElapsedTimer clock;
         {
-            SpeedTester tester(QUrl(server.url()), durations);
-            QVERIFY(tester.start());
+            SpeedTester inThePing(QUrl(server.url()), durations);
+            QVERIFY(inThePing.start());
             QTRY_VERIFY(server.connections() > 0);
             clock.start();
         }
         QCOMPARE_LT(clock.elapsed(), 200);
-    }
-
-    void goesAwayInADownload()
-    {
-        const LoopbackServer server(endpoint(100000));
         {
-            SpeedTester tester(QUrl(server.url()), durations);
-            Listener listener(tester);
-            QVERIFY(tester.start());
+            SpeedTester inADownload(QUrl(server.url()), durations);
+            Listener listener(inADownload);
+            QVERIFY(inADownload.start());
             QTRY_VERIFY(listener.events.contains(u"down..."_s));
         }
         QTest::qWait(50);

@@ -48,74 +48,55 @@ private Q_SLOTS:
         QCOMPARE(all.at(0).regSubKey, wiredKey);
         QCOMPARE(all.at(0).netEnabled, true);
         QCOMPARE(all.at(2).netEnabled, false);
-    }
-
-    void kindByTheDriversType_data()
-    {
-        QTest::addColumn<RegistryValue>("stored");
-        QTest::addColumn<AdapterKind>("kind");
-        const auto text = [](const QString& t) { return RegistryValue{true, RegistryValueKind::Sz, 0, t, {}}; };
-        QTest::newRow("Wi-Fi") << text(u"71"_s) << AdapterKind::WiFi;
-        QTest::newRow("with blanks") << text(u" 6 "_s) << AdapterKind::Ethernet;
-        QTest::newRow("unknown") << text(u"131"_s) << AdapterKind::Other;
-        QTest::newRow("no number") << text(u"six"_s) << AdapterKind::Other;
-        // As real drivers store it: four bytes that are no text.
-        QTest::newRow("as a number") << RegistryValue{true, RegistryValueKind::Dword, 71, {}, {}} << AdapterKind::Other;
-        QTest::newRow("longer than any type")
-            << RegistryValue{true, RegistryValueKind::Binary, 0, {}, QByteArray(3000, '7')} << AdapterKind::Other;
-        QTest::newRow("half a unit") << RegistryValue{true, RegistryValueKind::Binary, 0, {}, QByteArray("6\0\x36", 3)}
-                                     << AdapterKind::Ethernet;
-        QTest::newRow("absent") << RegistryValue() << AdapterKind::Other;
+        SimulatedPc::fail(u"wmi.connectServer"_s, HResult(static_cast<qint32>(0x80041003)));
+        QVERIFY(listNetAdapters().isEmpty());
+        QCOMPARE(
+            m_machine->log.count(u"[WARN] net: WMI unavailable for adapter enumeration: ConnectServer(ROOT\\CIMV2) "
+                                 "failed (0x80041003)"_s),
+            1);
     }
 
     void kindByTheDriversType()
     {
-        QFETCH(RegistryValue, stored);
-        QFETCH(AdapterKind, kind);
-        setType(wiredKey, stored);
-        QCOMPARE(named(u"Ethernet"_s).kind, kind);
-    }
-
-    void withoutWmiThereIsNothing()
-    {
-        const LogCapture log;
-        SimulatedPc::fail(u"wmi.connectServer"_s, platform::HResult(static_cast<qint32>(0x80041003)));
-        QVERIFY(listNetAdapters().isEmpty());
-        QCOMPARE(log.count(u"[WARN] net: WMI unavailable for adapter enumeration: ConnectServer(ROOT\\CIMV2) failed "
-                           "(0x80041003)"_s),
-                 1);
-    }
-
-    void restart_data()
-    {
-        QTest::addColumn<QString>("id");
-        QTest::addColumn<QString>("failing");
-        QTest::addColumn<QString>("error");
-        const QString wired = u"PCI\\VEN_10EC&DEV_8125&SUBSYS_87D71043&REV_05\\01000000684CE00000"_s;
-        const QString refused = u"Could not restart adapter (changes apply after a reboot)"_s;
-        QTest::newRow("spelt otherwise") << wired.toLower() << QString() << QString();
-        QTest::newRow("none") << QString() << QString() << u"Missing device instance id"_s;
-        QTest::newRow("gone") << u"PCI\\NOWHERE"_s << QString() << refused;
-        QTest::newRow("refused") << wired << restartCall << refused;
-        QTest::newRow("no list") << wired << u"netDevices.list"_s << u"SetupDiGetClassDevs failed"_s;
+        const auto text = [](const QString& t) { return RegistryValue{true, RegistryValueKind::Sz, 0, t, {}}; };
+        const auto binary = [](const QByteArray& b) {
+            return RegistryValue{true, RegistryValueKind::Binary, 0, {}, b};
+        };
+        for (const auto& [stored, kind] :
+             {std::pair(text(u"71"_s), AdapterKind::WiFi),
+              {text(u" 6 "_s), AdapterKind::Ethernet},
+              {text(u"131"_s), AdapterKind::Other},
+              {text(u"six"_s), AdapterKind::Other},
+              // As real drivers store it: four bytes that are no text.
+              {RegistryValue{true, RegistryValueKind::Dword, 71, {}, {}}, AdapterKind::Other},
+              {binary(QByteArray(3000, '7')), AdapterKind::Other},
+              {binary(QByteArray("6\0\x36", 3)), AdapterKind::Ethernet}, // half a unit
+              {RegistryValue(), AdapterKind::Other}}) {
+            setType(wiredKey, stored);
+            QCOMPARE(named(u"Ethernet"_s).kind, kind);
+        }
     }
 
     void restart()
     {
-        QFETCH(QString, id);
-        QFETCH(QString, failing);
-        QFETCH(QString, error);
-        const LogCapture log;
-        if (!failing.isEmpty())
-            SimulatedPc::fail(failing, Win32Error::AccessDenied);
-        NetAdapter adapter;
-        adapter.pnpDeviceId = id;
-        QString found;
-        QCOMPARE(restartAdapter(adapter, &found), error.isEmpty());
-        QCOMPARE(found, error);
-        QCOMPARE(log.lines().size(), error.isEmpty() ? 0 : 1);
-        if (!error.isEmpty())
-            QCOMPARE(log.lines().first(), u"[WARN] net: restart failed: "_s + error);
+        const QString wired = u"PCI\\VEN_10EC&DEV_8125&SUBSYS_87D71043&REV_05\\01000000684CE00000"_s;
+        const QString refused = u"Could not restart adapter (changes apply after a reboot)"_s;
+        for (const auto& [id, failing, error] : {std::tuple(wired.toLower(), QString(), QString()),
+                                                 {QString(), QString(), u"Missing device instance id"_s},
+                                                 {u"PCI\\NOWHERE"_s, QString(), refused},
+                                                 {wired, restartCall, refused},
+                                                 {wired, u"netDevices.list"_s, u"SetupDiGetClassDevs failed"_s}}) {
+            m_machine.emplace();
+            if (!failing.isEmpty())
+                SimulatedPc::fail(failing, Win32Error::AccessDenied);
+            NetAdapter adapter;
+            adapter.pnpDeviceId = id;
+            QString found;
+            QCOMPARE(restartAdapter(adapter, &found), error.isEmpty());
+            QCOMPARE(found, error);
+            const QStringList line(u"[WARN] net: restart failed: "_s + error);
+            QCOMPARE(m_machine->log.lines(), error.isEmpty() ? QStringList() : line);
+        }
     }
 
     void networkThereAndBack()

@@ -8,7 +8,6 @@
 #include "tweaks/Sweeps.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QRandomGenerator>
 #include <QRegularExpression>
 
 namespace {
@@ -125,11 +124,7 @@ private:
 private Q_SLOTS:
     void init()
     {
-        const quint32 seed = qEnvironmentVariableIsSet("TORVELANE_RANDOM_SEED")
-            ? qEnvironmentVariable("TORVELANE_RANDOM_SEED").toUInt()
-            : QRandomGenerator::global()->generate();
-        qInfo("TORVELANE_RANDOM_SEED=%u", seed);
-        m_random.seed(seed);
+        m_random.seed(randomSeed());
         m_machine.emplace();
         SimulatedPc::fail(u"processes.runTool"_s, platform::Win32Error::FileNotFound);
         m_catalog.emplace();

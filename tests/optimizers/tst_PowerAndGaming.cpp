@@ -26,16 +26,6 @@ int index(const QString& plan, const QString& setting, const QString& source)
     return SimulatedPc::value(u"power/plans/%1/indices/%2/%3/%4"_s.arg(plan, processor, setting, source)).toInt(-1);
 }
 
-void removePlan(const QString& guid)
-{
-    SimulatedPc::setValue(u"power/plans/"_s + guid, QJsonValue(QJsonValue::Undefined));
-}
-
-void addUltimate()
-{
-    SimulatedPc::setValue(u"power/plans/"_s + ultimate, SimulatedPc::value(u"power/templates/"_s + ultimate));
-}
-
 } // namespace
 
 class tst_PowerAndGaming : public MachineSuite {
@@ -74,44 +64,33 @@ private Q_SLOTS:
         QCOMPARE(Plans::querySetting(processor, minimumState).ac, -1);
     }
 
-    void bestPlan_data()
-    {
-        QTest::addColumn<bool>("hasUltimate");
-        QTest::addColumn<bool>("hasHigh");
-        QTest::addColumn<bool>("canDuplicate");
-        QTest::addColumn<QString>("active"); // empty: a new GUID
-        QTest::addColumn<QString>("message");
-        const QString asUltimate = u"Applied Ultimate Performance power plan."_s;
-        QTest::newRow("both") << true << true << true << ultimate << asUltimate;
-        QTest::newRow("high only") << false << true << true << highPerformance
-                                   << u"Applied High Performance power plan."_s;
-        QTest::newRow("neither") << false << false << true << QString() << asUltimate;
-        QTest::newRow("nothing helps")
-            << false << false << false << balanced
-            << u"powercfg failed: The power scheme, subgroup or setting specified does not exist."_s;
-    }
-
     void bestPlan()
     {
-        QFETCH(bool, hasUltimate);
-        QFETCH(bool, hasHigh);
-        QFETCH(bool, canDuplicate);
-        QFETCH(QString, active);
-        QFETCH(QString, message);
-        if (hasUltimate)
-            addUltimate();
-        if (!hasHigh)
-            removePlan(highPerformance);
-        if (!canDuplicate)
-            SimulatedPc::fail(u"power.duplicate"_s, 1);
-        const PowerPlanResult result = Plans::applyBestPlan();
-        QCOMPARE(result.message, message);
-        QCOMPARE(result.ok, active != balanced);
-        if (active.isEmpty())
-            QVERIFY(!QStringList({balanced, highPerformance, ultimate}).contains(::active()));
-        else
-            QCOMPARE(::active(), active);
-        QCOMPARE(SimulatedPc::calls(u"power.duplicate"_s).size(), hasUltimate || hasHigh ? 0 : 1);
+        const QString asUltimate = u"Applied Ultimate Performance power plan."_s;
+        // The plans that there are, whether one can be duplicated, and the plan that is active then; none: a new one.
+        for (const auto& [hasUltimate, hasHigh, canDuplicate, plan, message] :
+             {std::tuple(true, true, true, ultimate, asUltimate),
+              {false, true, true, highPerformance, u"Applied High Performance power plan."_s},
+              {false, false, true, QString(), asUltimate},
+              {false, false, false, balanced,
+               u"powercfg failed: The power scheme, subgroup or setting specified does not exist."_s}}) {
+            m_machine.emplace();
+            if (hasUltimate)
+                SimulatedPc::setValue(u"power/plans/"_s + ultimate,
+                                      SimulatedPc::value(u"power/templates/"_s + ultimate));
+            if (!hasHigh)
+                SimulatedPc::setValue(u"power/plans/"_s + highPerformance, QJsonValue(QJsonValue::Undefined));
+            if (!canDuplicate)
+                SimulatedPc::fail(u"power.duplicate"_s, 1);
+            const PowerPlanResult result = Plans::applyBestPlan();
+            QCOMPARE(result.message, message);
+            QCOMPARE(result.ok, plan != balanced);
+            if (plan.isEmpty())
+                QVERIFY(!QStringList({balanced, highPerformance, ultimate}).contains(active()));
+            else
+                QCOMPARE(active(), plan);
+            QCOMPARE(SimulatedPc::calls(u"power.duplicate"_s).size(), hasUltimate || hasHigh ? 0 : 1);
+        }
     }
 
     void processorThereAndBack()
@@ -187,17 +166,15 @@ private Q_SLOTS:
     void gamingModeWithoutRights()
     {
         SimulatedPc::setValue(u"user/elevated"_s, false);
-        const LogCapture log;
         const GamingResult on = GamingMode::activate();
         QVERIFY(on.ok);
-        QCOMPARE(on.count, 9);
         QCOMPARE(
             on.message,
             u"Gaming Mode activated — 9 system settings tuned. 11 setting(s) need administrator and were skipped."_s);
-        QCOMPARE(log.count(u"[INFO] gaming: Gaming Mode ON: 9 written, 11 failed; plan=1 cpu=1"_s), 1);
+        QCOMPARE(m_machine->log.count(u"[INFO] gaming: Gaming Mode ON: 9 written, 11 failed; plan=1 cpu=1"_s), 1);
     }
 
-    void gamingModeWithoutItsFile()
+    void gamingModesFile()
     {
         const MachineImage before = TestMachine::image();
         QVERIFY(QDir(Paths::dataDir()).mkpath(gamingFile)); // a folder in its place
@@ -205,10 +182,8 @@ private Q_SLOTS:
         QVERIFY(!on.ok);
         QCOMPARE(on.message, u"Could not save the Gaming Mode state file."_s);
         QCOMPARE(differences(before, TestMachine::image()), QStringList());
-    }
+        QVERIFY(QDir(Paths::dataDir()).rmdir(gamingFile));
 
-    void handEditedGamingFile()
-    {
         QVERIFY(GamingMode::activate().ok);
         QJsonObject document = snapshot(gamingFile);
         QJsonArray entries = document.value(u"entries"_s).toArray();

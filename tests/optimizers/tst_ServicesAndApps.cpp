@@ -4,18 +4,10 @@
 #include "optimizers/ServiceProfiles.h"
 #include "support/simulated/Suite.h"
 
-#include <QRandomGenerator>
-
 namespace {
 
 const QString servicesFile = u"services_profile.json"_s;
 const QString appsFile = u"app_optimize.json"_s;
-
-/// The document, with double quotes for single ones.
-QByteArray json(const char* text)
-{
-    return QByteArray(text).replace('\'', '"');
-}
 
 quint64 startOf(const QString& service)
 {
@@ -66,48 +58,33 @@ private Q_SLOTS:
         QCOMPARE(differences(before, TestMachine::image()), QStringList());
         QCOMPARE(snapshot(servicesFile).value(u"profile"_s).toString(), u"none"_s);
         QCOMPARE(again.restoreDefaults().message, u"Already on default services."_s);
-    }
-
-    void servicesWithoutRights()
-    {
         SimulatedPc::fail(u"registry.setValue"_s, Win32Error::AccessDenied);
-        ServiceProfiles services;
-        const ServiceResult applied = services.apply(ServiceProfileId::Basic);
-        QVERIFY(applied.ok);
-        QCOMPARE(applied.count, 0);
-    }
-
-    void foreignServiceFiles_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<int>("profile");
-        QTest::addColumn<quint32>("diagTrack"); // after a restore
-        QTest::newRow("no start") << json("{'profile':'basic','services':{'DiagTrack':{}}}") << 1 << 2u;
-        QTest::newRow("spelt otherwise") << json("{'profile':'Basic','services':{'DiagTrack':{'start':3}}}") << 0 << 3u;
-        QTest::newRow("of another machine")
-            << json("{'profile':'advanced','services':{'NoSuch':{'start':1}}}") << 2 << 2u;
-        QTest::newRow("too large a start")
-            << json("{'profile':'basic','services':{'DiagTrack':{'start':1e300}}}") << 1 << 2u;
-        QTest::newRow("just too large") << json("{'profile':'basic','services':{'DiagTrack':{'start':4294967296}}}")
-                                        << 1 << 2u;
-        QTest::newRow("the largest") << json("{'profile':'basic','services':{'DiagTrack':{'start':4294967295}}}") << 1
-                                     << 4294967295u;
-        QTest::newRow("below nothing") << json("{'profile':'basic','services':{'DiagTrack':{'start':-1}}}") << 1 << 2u;
-        QTest::newRow("a text") << json("{'profile':'basic','services':{'DiagTrack':{'start':'3'}}}") << 1 << 2u;
-        QTest::newRow("an array") << QByteArray("[1,2]") << 0 << 2u;
-        QTest::newRow("cut") << json("{'profile':'basic','ser") << 0 << 2u;
+        const ServiceResult refused = services.apply(ServiceProfileId::Basic);
+        QVERIFY(refused.ok);
+        QCOMPARE(refused.count, 0);
     }
 
     void foreignServiceFiles()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(int, profile);
-        QFETCH(quint32, diagTrack);
-        putSnapshot(servicesFile, bytes);
-        ServiceProfiles services;
-        QCOMPARE(static_cast<int>(services.profile()), profile);
-        std::ignore = services.restoreDefaults();
-        QCOMPARE(startOf(u"DiagTrack"_s), diagTrack);
+        // The profile that the program takes it for, and the service's start after a restore.
+        for (const auto& [bytes, profile, diagTrack] :
+             {std::tuple("{'profile':'basic','services':{'DiagTrack':{}}}", 1, 2u),
+              {"{'profile':'Basic','services':{'DiagTrack':{'start':3}}}", 0, 3u},
+              {"{'profile':'advanced','services':{'NoSuch':{'start':1}}}", 2, 2u},
+              {"{'profile':'basic','services':{'DiagTrack':{'start':1e300}}}", 1, 2u},
+              {"{'profile':'basic','services':{'DiagTrack':{'start':4294967296}}}", 1, 2u},
+              {"{'profile':'basic','services':{'DiagTrack':{'start':4294967295}}}", 1, 4294967295u},
+              {"{'profile':'basic','services':{'DiagTrack':{'start':-1}}}", 1, 2u},
+              {"{'profile':'basic','services':{'DiagTrack':{'start':'3'}}}", 1, 2u},
+              {"[1,2]", 0, 2u},
+              {"{'profile':'basic','ser", 0, 2u}}) {
+            m_machine.emplace();
+            putSnapshot(servicesFile, QByteArray(bytes).replace('\'', '"'));
+            ServiceProfiles services;
+            QCOMPARE(static_cast<int>(services.profile()), profile);
+            std::ignore = services.restoreDefaults();
+            QCOMPARE(startOf(u"DiagTrack"_s), diagTrack);
+        }
     }
 
     void appThereAndBack()
@@ -133,64 +110,35 @@ private Q_SLOTS:
         QCOMPARE(again.restore(u"game.exe"_s).message, u"Nothing to restore."_s);
     }
 
-    void appFailures_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("failing");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("no program") << u"C:\\Games\\game.dll"_s << QString() << u"Please choose an .exe file."_s;
-        QTest::newRow("a folder") << u"C:\\Games\\"_s << QString() << u"Please choose an .exe file."_s;
-        QTest::newRow("unreadable") << u"C:\\game.exe"_s << u"registry.openToRead"_s
-                                    << u"Could not access Image File Execution Options."_s;
-        QTest::newRow("unwritable") << u"C:\\game.exe"_s << u"registry.setValue"_s
-                                    << u"Failed to write the priority setting."_s;
-    }
-
     void appFailures()
     {
-        QFETCH(QString, path);
-        QFETCH(QString, failing);
-        QFETCH(QString, message);
-        if (!failing.isEmpty())
-            SimulatedPc::fail(failing, Win32Error::AccessDenied);
-        AppOptimizer apps;
-        const AppOptimizeResult result = apps.optimize(path);
-        QVERIFY(!result.ok);
-        QCOMPARE(result.message, message);
-        QVERIFY(apps.list().isEmpty());
-        QVERIFY(snapshot(appsFile).isEmpty());
+        for (const auto& [path, failing, message] :
+             {std::tuple(u"C:\\Games\\game.dll"_s, QString(), u"Please choose an .exe file."_s),
+              {u"C:\\Games\\"_s, QString(), u"Please choose an .exe file."_s},
+              {u"C:\\game.exe"_s, u"registry.openToRead"_s, u"Could not access Image File Execution Options."_s},
+              {u"C:\\game.exe"_s, u"registry.setValue"_s, u"Failed to write the priority setting."_s}}) {
+            SimulatedPc::clearFaults();
+            if (!failing.isEmpty())
+                SimulatedPc::fail(failing, Win32Error::AccessDenied);
+            AppOptimizer apps;
+            const AppOptimizeResult result = apps.optimize(path);
+            QVERIFY(!result.ok);
+            QCOMPARE(result.message, message);
+            QVERIFY(apps.list().isEmpty());
+            QVERIFY(snapshot(appsFile).isEmpty());
+        }
     }
 
     /// Whatever lies in the snapshot files: no crash, and what an optimiser then writes can be read again.
     void randomSnapshots()
     {
-        const quint32 seed = qEnvironmentVariableIsSet("TORVELANE_RANDOM_SEED")
-            ? qEnvironmentVariable("TORVELANE_RANDOM_SEED").toUInt()
-            : QRandomGenerator::global()->generate();
-        qInfo("TORVELANE_RANDOM_SEED=%u", seed);
-        QRandomGenerator random(seed);
-        const QList<QByteArray> pieces{"{",
-                                       "}",
-                                       "[",
-                                       "]",
-                                       ":",
-                                       ",",
-                                       "\"services\"",
-                                       "\"values\"",
-                                       "\"name\"",
-                                       "\"start\"",
-                                       "\"exists\"",
-                                       "true",
-                                       "null",
-                                       "-1",
-                                       "1e300",
-                                       "\"dword\"",
-                                       "\"regSubKey\"",
-                                       "\"x\"",
-                                       "\xff\xfe",
-                                       "\"original\"",
-                                       "\"profile\"",
-                                       "\"basic\""};
+        QRandomGenerator random(randomSeed());
+        const QByteArrayList pieces = QByteArray(R"({ } [ ] : , "services" "values" "name" "start" "exists" true null -1
+            1e300 "dword" "regSubKey" "x" )"
+                                                 "\xff\xfe"
+                                                 R"( "original" "profile" "basic")")
+                                          .simplified()
+                                          .split(' ');
         for (int round = 0; round < (fullRun() ? 3000 : 200); ++round) {
             QByteArray bytes = "{";
             for (int i = random.bounded(40); i > 0; --i)
