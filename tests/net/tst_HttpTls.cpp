@@ -15,9 +15,12 @@ bool greet(Exchange& exchange)
     return exchange.answer(503, "hello");
 }
 
-} // namespace
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED
+constexpr auto oldTls = QSsl::TlsV1_1;
+QT_WARNING_POP
 
-Q_DECLARE_METATYPE(torvelane::test::Identity)
+} // namespace
 
 class tst_HttpTls : public MachineSuite {
     Q_OBJECT
@@ -25,54 +28,40 @@ class tst_HttpTls : public MachineSuite {
 private Q_SLOTS:
     void initTestCase() { m_authority = std::make_unique<TestAuthority>(); }
 
-    void certificates_data()
-    {
-        QTest::addColumn<Identity>("identity");
-        QTest::addColumn<bool>("isTrusted");
-        QTest::addColumn<int>("code");
-
-        QTest::newRow("good") << Identity() << true << 0;
-        QTest::newRow("TLS 1.2") << Identity{.protocol = QSsl::TlsV1_2} << true << 0;
-        QTest::newRow("authority that isn't trusted") << Identity() << false << 12175;
-        QTest::newRow("expired") << Identity{.days = -1} << true << 12175;
-        QTest::newRow("self-signed") << Identity{.isSelfSigned = true} << true << 12175;
-        QTest::newRow("other host") << Identity{.host = u"elsewhere.example"_s} << true << 12175;
-        QT_WARNING_PUSH
-        QT_WARNING_DISABLE_DEPRECATED
-        QTest::newRow("TLS 1.1 only") << Identity{.protocol = QSsl::TlsV1_1} << true << 12175;
-        QT_WARNING_POP
-    }
-
     void certificates()
     {
-        QFETCH(Identity, identity);
-        QFETCH(bool, isTrusted);
-        QFETCH(int, code);
-        if (isTrusted)
-            m_authority->trust();
-        const LoopbackServer server(greet, m_authority->server(identity));
-        const LogCapture log;
-        QByteArray body;
-        const HttpResult result = winHttpGet(server.url(), 5000, &body, nullptr, {}, u"test"_s);
-        QCOMPARE(result.ok, code == 0);
-        QCOMPARE(result.status, code == 0 ? 503 : 0);
-        QCOMPARE(body, QByteArray(code == 0 ? "hello" : ""));
-        QCOMPARE(log.count(u"[WARN] test: Request failed for %1 (%2)"_s.arg(server.url()).arg(code)),
-                 code == 0 ? 0 : 1);
-        QCOMPARE(server.requests(), code == 0 ? 1 : 0);
+        const std::tuple<Identity, bool, int> cases[] = {
+            {Identity(), true, 0},
+            {{.protocol = QSsl::TlsV1_2}, true, 0},
+            {Identity(), false, 12175}, // an authority that isn't trusted
+            {{.days = -1}, true, 12175},
+            {{.isSelfSigned = true}, true, 12175},
+            {{.host = u"elsewhere.example"_s}, true, 12175},
+            {{.protocol = oldTls}, true, 12175},
+        };
+        for (const auto& [identity, isTrusted, code] : cases) {
+            m_machine.emplace();
+            if (isTrusted)
+                m_authority->trust();
+            const LoopbackServer server(greet, m_authority->server(identity));
+            QByteArray body;
+            const HttpResult result = winHttpGet(server.url(), 5000, &body, nullptr, {}, u"test"_s);
+            QCOMPARE(result.ok, code == 0);
+            QCOMPARE(result.status, code == 0 ? 503 : 0);
+            QCOMPARE(body, QByteArray(code == 0 ? "hello" : ""));
+            QCOMPARE(m_machine->log.count(u"[WARN] test: Request failed for %1 (%2)"_s.arg(server.url()).arg(code)),
+                     code == 0 ? 0 : 1);
+            QCOMPARE(server.requests(), code == 0 ? 1 : 0);
+        }
     }
 
-    // The server of the row above, to see that it would have answered a client that allows that.
+    // The last server of those above, to see that it would have answered a client that allows that.
     void oldServerWorks()
     {
-        QT_WARNING_PUSH
-        QT_WARNING_DISABLE_DEPRECATED
-        const auto old = QSsl::TlsV1_1;
-        QT_WARNING_POP
-        const LoopbackServer server(greet, m_authority->server({.protocol = old}));
+        const LoopbackServer server(greet, m_authority->server({.protocol = oldTls}));
         QSslSocket socket;
         QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-        configuration.setProtocol(old);
+        configuration.setProtocol(oldTls);
         configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
         configuration.setBackendConfigurationOption("CipherString", QByteArray("DEFAULT:@SECLEVEL=0"));
         socket.setSslConfiguration(configuration);

@@ -80,4 +80,10 @@ private:
     std::atomic_int m_requests = 0;
 };
 
+/// A port at which nobody listens.
+inline quint16 freePort()
+{
+    return LoopbackServer([](Exchange&) { return false; }).port();
+}
+
 } // namespace torvelane::test

@@ -22,160 +22,125 @@ class tst_UpdateChecks : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void feed_data()
+    void feed()
     {
-        QTest::addColumn<QByteArray>("document");
-        QTest::addColumn<QString>("version");
-        QTest::addColumn<QString>("archiveUrl");
-        QTest::addColumn<QString>("signatureUrl");
-        QTest::addColumn<qsizetype>("refused");
-
-        const auto row = [](const char* name, const QByteArray& document, const QString& version = {},
-                            const QString& archive = {}, const QString& signature = {}, qsizetype refused = 0) {
-            QTest::newRow(name) << document << version << archive << signature << refused;
-        };
         const auto withAssets = [](const QByteArray& assets) -> QByteArray {
             return "{\"tag_name\":\"v2\",\"assets\":" + assets + '}';
         };
-        row("nothing", "");
-        row("no JSON", "<html>502</html>");
-        row("array", "[1,2]");
-        row("tag of another type", R"({"tag_name":105,"assets":[]})");
-        row("V alone", R"({"tag_name":"V"})");
-        row("only one v goes", R"({"tag_name":"vV1"})", u"V1"_s);
-        row("unicode", R"({"tag_name":"v1.٣.0\n"})", u"1.٣.0\n"_s);
-        row("endless tag", "{\"tag_name\":\"" + QByteArray(257, '1') + "\"}");
-        row("assets of another type", withAssets(R"("none")"), u"2"_s);
-        row("odd assets", withAssets(R"([null,3,[],{"name":7},{"name":"Release.zip"}])"), u"2"_s, {}, {}, 1);
         const auto asset = [](const QByteArray& name, const QByteArray& url) -> QByteArray {
             return "{\"name\":\"" + name + "\",\"browser_download_url\":\"" + url + "\"},";
         };
         const auto with = [withAssets](const QByteArray& assets) { return withAssets('[' + assets.chopped(1) + ']'); };
-        row("other case",
-            with(asset("RELEASE.ZIP", "https://a/b") + asset("release.zip.MINISIG", "https://a/c")
-                 + asset("Release.zip.old", "https://a/d")),
-            u"2"_s, u"https://a/b"_s, u"https://a/c"_s);
-        row("not https", with(asset("Release.zip", "http://a/b") + asset("Release.zip.minisig", "file:///c")), u"2"_s,
-            {}, {}, 2);
-        row("https without a host", with(asset("Release.zip", "https:b")), u"2"_s, {}, {}, 1);
-    }
-
-    void feed()
-    {
-        QFETCH(QByteArray, document);
-        const Release release = parseRelease(document);
-        QTEST(release.version, "version");
-        QTEST(release.archiveUrl, "archiveUrl");
-        QTEST(release.signatureUrl, "signatureUrl");
-        QTEST(release.refused.size(), "refused");
-    }
-
-    void versions_data()
-    {
-        QTest::addColumn<QString>("published");
-        QTest::addColumn<bool>("isSame");
-        for (const QString& same : {u"1.0.4"_s, u"1.0.4.0"_s, u"1.0.4."_s, u"01.0.4"_s, u"1.0.4.x"_s, u"1..4"_s,
-                                    QString(u"1.0.4"_s + u".0"_s.repeated(37))})
-            QTest::newRow(qPrintable(same)) << same << true;
-        for (const QString& other : {u"1.0.3"_s, u"1.0.5-rc1"_s, u"1.0.40"_s, u"1.0"_s, u"4.0.1"_s, u"1.0.4.0.1"_s,
-                                     u"1.0.4294967300"_s, u"1.0.99999999999999999999"_s, u"٤"_s})
-            QTest::newRow(qPrintable(other)) << other << false;
+        const QString none;
+        // The document, its version, the addresses of archive and signature, and how many of them are refused.
+        const std::tuple<QByteArray, QString, QString, QString, qsizetype> cases[] = {
+            {"", none, none, none, 0},
+            {"<html>502</html>", none, none, none, 0},
+            {"[1,2]", none, none, none, 0},
+            {R"({"tag_name":105,"assets":[]})", none, none, none, 0},
+            {R"({"tag_name":"V"})", none, none, none, 0},
+            {R"({"tag_name":"vV1"})", u"V1"_s, none, none, 0},
+            {R"({"tag_name":"v1.٣.0\n"})", u"1.٣.0\n"_s, none, none, 0},
+            {"{\"tag_name\":\"" + QByteArray(257, '1') + "\"}", none, none, none, 0},
+            {withAssets(R"("none")"), u"2"_s, none, none, 0},
+            {withAssets(R"([null,3,[],{"name":7},{"name":"Release.zip"}])"), u"2"_s, none, none, 1},
+            {with(asset("RELEASE.ZIP", "https://a/b") + asset("release.zip.MINISIG", "https://a/c")
+                  + asset("Release.zip.old", "https://a/d")),
+             u"2"_s, u"https://a/b"_s, u"https://a/c"_s, 0},
+            {with(asset("Release.zip", "http://a/b") + asset("Release.zip.minisig", "file:///c")), u"2"_s, none, none,
+             2},
+            {with(asset("Release.zip", "https:b")), u"2"_s, none, none, 1},
+        };
+        for (const auto& [document, version, archiveUrl, signatureUrl, refused] : cases) {
+            const Release release = parseRelease(document);
+            QCOMPARE(release.version, version);
+            QCOMPARE(release.archiveUrl, archiveUrl);
+            QCOMPARE(release.signatureUrl, signatureUrl);
+            QCOMPARE(release.refused.size(), refused);
+        }
     }
 
     void versions()
     {
-        QFETCH(QString, published);
-        QTEST(isSameVersion(published, u"1.0.4"_s), "isSame");
-        QTEST(isSameVersion(u"1.0.4"_s, published), "isSame");
-    }
-
-    void entries_data()
-    {
-        QTest::addColumn<QString>("listing");
-        QTest::addColumn<QString>("unsafe");
-        QTest::addColumn<bool>("isOdd");
-
-        const auto unsafe = [](const QString& entry) {
-            QTest::addRow("unsafe %s", qPrintable(entry))
-                << QString(u"a\r\n"_s + entry + u"\r\nb\r\n"_s) << entry.trimmed() << true;
-        };
-        for (const QString& entry :
-             {u"a/../../b"_s, u".."_s, u"C:/x"_s, u"c:x"_s, u"/x"_s, u"\\x"_s, u"\\\\host\\share\\x"_s,
-              u"//host/share/x"_s, u"a\\..\\b"_s, u"  /x"_s, u"\\\\?\\C:\\x"_s})
-            unsafe(entry);
-        const auto odd = [](const QString& listing) {
-            QTest::addRow("odd %s", qPrintable(listing)) << listing << QString() << true;
-        };
-        for (const QString& entry :
-             {u"a/b."_s,         u"a /b"_s,      u"a/ b"_s,      u"..."_s,   u"./a"_s,  u"dir/file:stream"_s,
-              u"CON"_s,          u"a/nul.txt"_s, u"Com1 .dll"_s, u"aux/a"_s, u"lpt9"_s, u"a?b"_s,
-              u"a\\b"_s,         u"caf\u00e9"_s, u"a\ufffdb"_s,  u"a\tb"_s,  u"a\na"_s, u"A/x\na/y"_s,
-              u"a.dll\nA.DLL"_s, u"a\na/b"_s,    u"a/b\na"_s})
-            odd(entry);
-        for (const QString& fine :
-             {u"a..b/c\n"_s, u"d/\nd/e/\nd/e/f\nd/g\n"_s, u"d/e\nd/\n"_s, u"console/COM10\nnullify"_s})
-            QTest::addRow("fine %s", qPrintable(fine)) << fine << QString() << false;
+        const QStringList same{u"1.0.4"_s,
+                               u"1.0.4.0"_s,
+                               u"1.0.4."_s,
+                               u"01.0.4"_s,
+                               u"1.0.4.x"_s,
+                               u"1..4"_s,
+                               u"1.0.4"_s + u".0"_s.repeated(37)};
+        const QStringList others{u"1.0.3"_s, u"1.0.5-rc1"_s, u"1.0.40"_s,         u"1.0"_s,
+                                 u"4.0.1"_s, u"1.0.4.0.1"_s, u"1.0.4294967300"_s, u"1.0.99999999999999999999"_s,
+                                 u"٤"_s};
+        for (const QString& published : same + others) {
+            QVERIFY2(isSameVersion(published, u"1.0.4"_s) == same.contains(published), qPrintable(published));
+            QVERIFY2(isSameVersion(u"1.0.4"_s, published) == same.contains(published), qPrintable(published));
+        }
     }
 
     void entries()
     {
-        QFETCH(QString, listing);
-        const QStringList names = listedEntries(listing);
-        QTEST(firstUnsafeEntry(names), "unsafe");
-        if (firstUnsafeEntry(names).isEmpty())
-            QTEST(!firstOddEntry(names).isEmpty(), "isOdd");
-    }
-
-    void manyEntries()
-    {
-        QString listing;
+        for (const QString& unsafe :
+             {u"a/../../b"_s, u".."_s, u"C:/x"_s, u"c:x"_s, u"/x"_s, u"\\x"_s, u"\\\\host\\share\\x"_s,
+              u"//host/share/x"_s, u"a\\..\\b"_s, u"  /x"_s, u"\\\\?\\C:\\x"_s}) {
+            const QString listing = u"a\r\n"_s + unsafe + u"\r\nb\r\n"_s;
+            QCOMPARE(firstUnsafeEntry(listedEntries(listing)), unsafe.trimmed());
+        }
+        const QStringList odd{
+            u"a/b."_s,         u"a /b"_s,      u"a/ b"_s,      u"..."_s,   u"./a"_s,  u"dir/file:stream"_s,
+            u"CON"_s,          u"a/nul.txt"_s, u"Com1 .dll"_s, u"aux/a"_s, u"lpt9"_s, u"a?b"_s,
+            u"a\\b"_s,         u"caf\u00e9"_s, u"a\ufffdb"_s,  u"a\tb"_s,  u"a\na"_s, u"A/x\na/y"_s,
+            u"a.dll\nA.DLL"_s, u"a\na/b"_s,    u"a/b\na"_s};
+        const QStringList fine{u"a..b/c\n"_s, u"d/\nd/e/\nd/e/f\nd/g\n"_s, u"d/e\nd/\n"_s, u"console/COM10\nnullify"_s};
+        for (const QString& listing : odd + fine) {
+            QCOMPARE(firstUnsafeEntry(listedEntries(listing)), QString());
+            QVERIFY2(firstOddEntry(listedEntries(listing)).isEmpty() == fine.contains(listing), qPrintable(listing));
+        }
+        QString many;
         for (int i = 0; i < 100000; ++i)
-            listing += u"folder/%1.dll\n"_s.arg(i);
-        const QStringList names = listedEntries(listing);
-        QCOMPARE(names.size(), 100000);
-        QCOMPARE(firstOddEntry(names), QString());
-    }
-
-    void unpacked_data()
-    {
-        QTest::addColumn<QString>("extra");
-        QTest::addColumn<QString>("difference");
-        QTest::newRow("as listed") << u""_s << QString();
-        QTest::newRow("more") << u"top/x/more"_s << u"top/x/more isn't listed"_s;
-        QTest::newRow("a folder more") << u"else/"_s << u"else isn't listed"_s;
-        QTest::newRow("less") << u"-top/x/b"_s << u"top/x/b is missing"_s;
-        QTest::newRow("a folder in place of a file") << u"-top/x/b top/x/b/"_s << u"top/x/b isn't listed"_s;
-#ifndef Q_OS_WIN
-        QTest::newRow("other case") << u"-top/x/b top/x/B"_s << u"top/x/B isn't listed"_s;
-        QTest::newRow("symbolic link") << u"-top/x/b top/x/b@/etc/passwd"_s << u"top/x/b is a link"_s;
-        QTest::newRow("linked folder") << u"-top/x/b top/x/b@/etc"_s << u"top/x/b is a link"_s;
-        QTest::newRow("dangling link") << u"-top/x/b top/x/b@nowhere"_s << u"top/x/b is a link"_s;
-#endif
-        QTest::newRow("hard link") << u"-top/x/b top/x/b=outside"_s << u"top/x/b is a link"_s;
+            many += u"folder/%1.dll\n"_s.arg(i);
+        QCOMPARE(listedEntries(many).size(), 100000);
+        QCOMPARE(firstOddEntry(listedEntries(many)), QString());
     }
 
     void unpacked()
     {
-        QFETCH(QString, extra);
-        const QTemporaryDir dir;
-        const QString root = dir.filePath(u"extracted"_s);
-        put(dir.filePath(u"outside"_s));
-        for (const QString& path : {u"top/a"_s, u"top/x/b"_s})
-            put(root + u'/' + path);
-        for (const QString& step : extra.split(u' ', Qt::SkipEmptyParts)) {
-            const QString path = root + u'/' + step.section(u'@', 0, 0).section(u'=', 0, 0);
-            if (step.startsWith(u'-'))
-                QVERIFY(QFile::remove(root + u'/' + step.sliced(1)));
-            else if (step.endsWith(u'/'))
-                QVERIFY(QDir().mkpath(path));
-            else if (step.contains(u'@'))
-                QVERIFY(QFile::link(step.section(u'@', 1), path));
-            else if (step.contains(u'='))
-                std::filesystem::create_hard_link(dir.filePath(u"outside"_s).toStdWString(), path.toStdWString());
-            else
-                put(path);
+        // What is done to the folder of the listing: "-" removes, "@" and "=" link by name and for good, others are made.
+        const std::vector<std::pair<QString, QString>> cases{
+            {{}, {}},
+            {u"top/x/more"_s, u"top/x/more isn't listed"_s},
+            {u"else/"_s, u"else isn't listed"_s},
+            {u"-top/x/b"_s, u"top/x/b is missing"_s},
+            {u"-top/x/b top/x/b/"_s, u"top/x/b isn't listed"_s},
+#ifndef Q_OS_WIN
+            {u"-top/x/b top/x/B"_s, u"top/x/B isn't listed"_s},
+            {u"-top/x/b top/x/b@/etc/passwd"_s, u"top/x/b is a link"_s},
+            {u"-top/x/b top/x/b@/etc"_s, u"top/x/b is a link"_s},
+            {u"-top/x/b top/x/b@nowhere"_s, u"top/x/b is a link"_s},
+#endif
+            {u"-top/x/b top/x/b=outside"_s, u"top/x/b is a link"_s},
+        };
+        for (const auto& [steps, difference] : cases) {
+            const QTemporaryDir dir;
+            const QString root = dir.filePath(u"extracted"_s);
+            put(dir.filePath(u"outside"_s));
+            for (const QString& path : {u"top/a"_s, u"top/x/b"_s})
+                put(root + u'/' + path);
+            for (const QString& step : steps.split(u' ', Qt::SkipEmptyParts)) {
+                const QString path = root + u'/' + step.section(u'@', 0, 0).section(u'=', 0, 0);
+                if (step.startsWith(u'-'))
+                    QVERIFY(QFile::remove(root + u'/' + step.sliced(1)));
+                else if (step.endsWith(u'/'))
+                    QVERIFY(QDir().mkpath(path));
+                else if (step.contains(u'@'))
+                    QVERIFY(QFile::link(step.section(u'@', 1), path));
+                else if (step.contains(u'='))
+                    std::filesystem::create_hard_link(dir.filePath(u"outside"_s).toStdWString(), path.toStdWString());
+                else
+                    put(path);
+            }
+            QCOMPARE(unpackedDifference(root, {u"top/"_s, u"top/a"_s, u"top/x/b"_s}), difference);
         }
-        QTEST(unpackedDifference(root, {u"top/"_s, u"top/a"_s, u"top/x/b"_s}), "difference");
     }
 
     /// cmd.exe runs this as administrator: each character counts.
