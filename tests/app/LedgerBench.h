@@ -48,6 +48,12 @@ inline RegistryValue number(quint32 content)
     return {true, RegistryValueKind::Dword, content, {}, {}};
 }
 
+/// How a service starts.
+inline ValuePlace startOf(const QString& service)
+{
+    return {RegistryHive::LocalMachine, u"SYSTEM\\CurrentControlSet\\Services\\"_s + service, u"Start"_s};
+}
+
 /// What stood in the places that a test has filled.
 inline Values& initialValues()
 {
@@ -93,9 +99,7 @@ struct Program {
                             {}});
         }
         for (const QString& service : ServiceProfiles::servicesFor(ServiceProfileId::Advanced)) {
-            const ValuePlace place{RegistryHive::LocalMachine, u"SYSTEM\\CurrentControlSet\\Services\\"_s + service,
-                                   u"Start"_s};
-            places.emplace(place.key(), place);
+            places.emplace(startOf(service).key(), startOf(service));
         }
     }
 

@@ -85,64 +85,53 @@ class tst_DataDirectory : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void laterStartSetsAside_data()
-    {
-        QTest::addColumn<QString>("name");
-        for (const QString& name : {u"state.db"_s, u"state.db-wal"_s, u"state.db-journal"_s, u"token.bin"_s,
-                                    u"config.json"_s, u"network_opt.json"_s})
-            QTest::addRow("%s", qPrintable(name)) << name;
-    }
-
     void laterStartSetsAside()
     {
-        QFETCH(QString, name);
-        QCOMPARE(start(), QStringList());
-        QFile::remove(inDataDir(name));
-        plant(name);
-        const QStringList lines = start();
-        const QStringList names = DataDirectory::setAsideNames();
-        QCOMPARE(names.size(), 1);
-        QVERIFY(names[0].startsWith(name + u".set-aside-"_s));
-        QCOMPARE(lines, QStringList(u"[WARN] app: Another program made %1; set aside as %2"_s.arg(name, names[0])));
-        QFile aside(inDataDir(names[0]));
-        QVERIFY(aside.open(QIODevice::ReadOnly));
-        QCOMPARE(aside.readAll(), QByteArray("planted"));
-        QCOMPARE(start(), QStringList());
-        const QString status = QString::fromUtf8(Program(*m_machine, {u"status"_s}).readAllStandardOutput());
-        QVERIFY2(status.endsWith(u"\n  Set aside:      "_s + names[0] + u'\n'), qPrintable(status));
+        for (const QString& name : {u"state.db"_s, u"state.db-wal"_s, u"state.db-journal"_s, u"token.bin"_s,
+                                    u"config.json"_s, u"network_opt.json"_s}) {
+            m_machine.emplace();
+            QCOMPARE(start(), QStringList());
+            QFile::remove(inDataDir(name));
+            plant(name);
+            const QStringList lines = start();
+            const QStringList names = DataDirectory::setAsideNames();
+            QCOMPARE(names.size(), 1);
+            QVERIFY(names[0].startsWith(name + u".set-aside-"_s));
+            QCOMPARE(lines, QStringList(u"[WARN] app: Another program made %1; set aside as %2"_s.arg(name, names[0])));
+            QFile aside(inDataDir(names[0]));
+            QVERIFY(aside.open(QIODevice::ReadOnly));
+            QCOMPARE(aside.readAll(), QByteArray("planted"));
+            QCOMPARE(start(), QStringList());
+            const QString status = QString::fromUtf8(Program(*m_machine, {u"status"_s}).readAllStandardOutput());
+            QVERIFY2(status.endsWith(u"\n  Set aside:      "_s + names[0] + u'\n'), qPrintable(status));
+        }
     }
 
-    /// Renamed away and replaced, the directory brings no captured row into the registry.
-    void exchangedDirectory_data()
-    {
-        QTest::addColumn<bool>("isLink");
-        QTest::newRow("another directory") << false;
-        QTest::newRow("a link to one") << true;
-    }
-
+    /// Renamed away and replaced, by another directory or a link to one, it brings no captured row into the registry.
     void exchangedDirectory()
     {
-        QFETCH(bool, isLink);
-        QCOMPARE(start(), QStringList());
-        const MachineImage before = TestMachine::image();
-        const QString original = Paths::dataDir();
-        const QString away = m_machine->scratchFile(u"away"_s);
-        QVERIFY(QDir().rename(original, away));
-        const QString planted = isLink ? m_machine->scratchFile(u"planted"_s) : original;
-        QVERIFY(QDir().mkpath(planted));
-        if (isLink)
-            QVERIFY(QFile::link(planted, original));
-        makeForeign(planted);
-        QVERIFY(QFile::setPermissions(planted, QFile::permissions(planted) | QFile::ExeOwner | QFile::ExeOther));
-        plantStore();
+        for (const bool isLink : {false, true}) {
+            m_machine.emplace();
+            QCOMPARE(start(), QStringList());
+            const MachineImage before = TestMachine::image();
+            const QString original = Paths::dataDir();
+            QVERIFY(QDir().rename(original, m_machine->scratchFile(u"away"_s)));
+            const QString planted = isLink ? m_machine->scratchFile(u"planted"_s) : original;
+            QVERIFY(QDir().mkpath(planted));
+            if (isLink)
+                QVERIFY(QFile::link(planted, original));
+            makeForeign(planted);
+            QVERIFY(QFile::setPermissions(planted, QFile::permissions(planted) | QFile::ExeOwner | QFile::ExeOther));
+            plantStore();
 
-        QVERIFY(start().size() > 0);
-        QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
-        QVERIFY(!QFileInfo(original).isSymLink());
-        QCOMPARE(fileOwner(original), FileOwner::Privileged);
-        QVERIFY(DataDirectory::setAsideNames().size() > 0);
-        if (isLink)
-            QVERIFY(QFile::exists(QDir(planted).filePath(u"state.db"_s)));
+            QVERIFY(start().size() > 0);
+            QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
+            QVERIFY(!QFileInfo(original).isSymLink());
+            QCOMPARE(fileOwner(original), FileOwner::Privileged);
+            QVERIFY(DataDirectory::setAsideNames().size() > 0);
+            if (isLink)
+                QVERIFY(QFile::exists(QDir(planted).filePath(u"state.db"_s)));
+        }
     }
 
     /// What an earlier version has left holds originals, whoever owns it.

@@ -1,192 +1,69 @@
-#include "optimizers/AppOptimizer.h"
-#include "optimizers/GamingMode.h"
-#include "optimizers/HeldValues.h"
-#include "optimizers/OptimizerBench.h"
-#include "optimizers/ServiceProfiles.h"
+#include "app/LedgerBench.h"
 #include "support/simulated/Suite.h"
-#include "tweaks/StateStore.h"
-#include "tweaks/Sweeps.h"
-#include "tweaks/TweakEngine.h"
 
 #include <QRegularExpression>
 
-namespace {
-
-const QString servicesKey = u"SYSTEM\\CurrentControlSet\\Services\\"_s;
-constexpr int roundsUsually = 24;
-
-QString placeOf(RegistryHive hive, const QString& path, const QString& name)
-{
-    return RegistryTweak::restoreKey(hive, path, name);
-}
-
-/// Whatever can be switched on and off and writes values that another one writes as well.
-struct Switch {
-    QString name;                  ///< As the manual calls it.
-    QMap<QString, QString> places; ///< What it writes: the place, and the value's name in the manual.
-    std::function<void()> on;
-    std::function<void()> off;
-    bool isEntry = false;
-    bool isOn = false;
-};
-
-} // namespace
-
-/// Gaming Mode, the service profiles, the priority of apps and the catalogue's entries that write the same values, in
-/// random orders. TORVELANE_RANDOM_SEED repeats a run.
-class tst_Interleaving : public QObject {
+/// All that holds registry values in random orders while some of the writes fail, and what the manual says of it.
+class tst_Interleaving : public MachineSuite {
     Q_OBJECT
 
 private:
-    std::optional<TestMachine> m_machine;
-    std::optional<TweakCatalog> m_catalog;
-    std::optional<StateStore> m_store;
-    std::optional<HeldValues> m_held;
-    std::optional<ValueLedger> m_ledger;
-    std::optional<TweakEngine> m_engine;
-    QList<Switch> m_switches;
+    std::optional<Program> m_program;
     MachineImage m_before;
     QRandomGenerator m_random;
-
-    void addOptimizers()
-    {
-        Switch gaming{u"Gaming Mode"_s,
-                      {},
-                      [] { std::ignore = GamingMode::activate(); },
-                      [] { std::ignore = GamingMode::deactivate(); }};
-        gaming.on();
-        const QJsonArray entries = snapshot(u"gaming_mode.json"_s).value(u"entries"_s).toArray();
-        for (const QJsonValue& entry : entries) {
-            const QString name = entry[u"name"].toString();
-            gaming.places.insert(placeOf(parseHive(entry[u"hive"].toString(), nullptr), entry[u"key"].toString(), name),
-                                 name);
-        }
-        gaming.off();
-        m_switches.append(gaming);
-
-        for (const ServiceProfileId id : {ServiceProfileId::Basic, ServiceProfileId::Advanced}) {
-            Switch profile{u"service profile"_s,
-                           {},
-                           [id] { std::ignore = ServiceProfiles().apply(id); },
-                           [] { std::ignore = ServiceProfiles().restoreDefaults(); }};
-            for (const QString& service : ServiceProfiles::servicesFor(id))
-                profile.places.insert(placeOf(RegistryHive::LocalMachine, servicesKey + service, u"Start"_s), service);
-            m_switches.append(profile);
-        }
-    }
-
-    /// One for each program that an entry gives its priority.
-    void addApps(const QList<std::shared_ptr<RegistryTweak>>& tweaks)
-    {
-        for (const auto& tweak : tweaks) {
-            for (const RegistryOperation& operation : tweak->operations()) {
-                if (operation.name != "CpuPriorityClass"_L1)
-                    continue;
-                const QString app = operation.path.section(u'\\', -2, -2);
-                m_switches.append({u"app optimiser"_s,
-                                   {{placeOf(operation.hive, operation.path, operation.name), app}},
-                                   [app] { std::ignore = AppOptimizer().optimize(u"C:\\"_s + app); },
-                                   [app] { std::ignore = AppOptimizer().restore(app); }});
-            }
-        }
-    }
-
-    void addEntries(const QList<std::shared_ptr<RegistryTweak>>& tweaks)
-    {
-        QMap<QString, QString> ofOptimizers;
-        for (const Switch& each : std::as_const(m_switches))
-            ofOptimizers.insert(each.places);
-        for (const auto& tweak : tweaks) {
-            const QString id = tweak->id();
-            Switch entry{u"`%1`"_s.arg(id),
-                         {},
-                         [this, id] { std::ignore = m_engine->applyTweak(id, Tier::Pro, nullptr, false); },
-                         [this, id] { std::ignore = m_engine->revertTweak(id, nullptr, true); },
-                         true};
-            for (const RegistryOperation& operation : tweak->operations()) {
-                const QString place = placeOf(operation.hive, operation.path, operation.name);
-                if (ofOptimizers.contains(place))
-                    entry.places.insert(place, ofOptimizers.value(place));
-            }
-            if (!entry.places.isEmpty())
-                m_switches.append(entry);
-        }
-    }
 
     /// Every eighth round has power plans as well, which take time.
     static void arrangeTools(int round)
     {
         SimulatedPc::clearFaults();
         if (round % 8 != 0)
-            SimulatedPc::fail(u"processes.runTool"_s, platform::Win32Error::FileNotFound);
+            SimulatedPc::fail(u"processes.runTool"_s, Win32Error::FileNotFound);
     }
 
 private Q_SLOTS:
     void init()
     {
+        MachineSuite::init();
+        arrangeTools(1);
         m_random.seed(randomSeed());
-        m_machine.emplace();
-        SimulatedPc::fail(u"processes.runTool"_s, platform::Win32Error::FileNotFound);
-        m_catalog.emplace();
-        m_store.emplace();
-        const auto tweaks = registryTweaks(*m_catalog);
-        QVERIFY(m_store->open(Paths::stateDb()));
-        m_engine.emplace(&*m_catalog, &*m_store);
-        m_ledger.emplace();
-        m_held.emplace();
-        m_ledger->attach(&*m_held);
-        m_ledger->setOrderDrawer([this](const QString& holder) { return m_store->drawOrder(holder); });
-        m_engine->setLedger(&*m_ledger);
-        ValueLedger::setCurrent(&*m_ledger);
-        addOptimizers();
-        addApps(tweaks);
-        addEntries(tweaks);
+        m_program.emplace();
         m_before = TestMachine::image();
-        for (Switch& each : m_switches) {
-            each.on();
-            each.off();
-            QCOMPARE(differences(m_before, TestMachine::image()), QStringList());
-        }
     }
 
     void cleanup()
     {
-        m_switches.clear();
-        ValueLedger::setCurrent(nullptr);
-        m_engine.reset();
-        m_ledger.reset();
-        m_store.reset();
-        m_catalog.reset();
-        m_machine.reset();
+        m_program.reset();
+        MachineSuite::cleanup();
     }
 
     /// In any order, some of them several times and profiles over each other: everything comes back. In every other round
     /// some writes fail; but not when an optimiser puts back, since that forgets what it couldn't write.
     void anyOrder()
     {
-        for (int round = 0; round < (fullRun() ? 10 : 1) * roundsUsually && !QTest::currentTestFailed(); ++round) {
+        QList<Holder>& holders = m_program->holders;
+        for (int round = 0; round < (fullRun() ? 240 : 24); ++round) {
             arrangeTools(round);
+            QSet<QString> on;
             QStringList story;
-            const auto turn = [&](Switch& each) {
-                each.isOn = !each.isOn;
-                story.append((each.isOn ? u"+ "_s : u"- "_s) + each.name);
-                const bool mayFail = each.isEntry || (each.isOn && each.name == "Gaming Mode"_L1);
+            for (int i = 0; i < 12; ++i) {
+                const Holder& each = holders.at(m_random.bounded(holders.size()));
+                const bool isOff = on.remove(each.name);
+                if (!isOff)
+                    on.insert(each.name);
+                story.append((isOff ? u"- "_s : u"+ "_s) + each.name);
+                const bool mayFail = entries.contains(each.name) || (!isOff && each.name == u"Gaming Mode");
                 if (round % 2 == 1 && mayFail && m_random.bounded(2) == 0) {
                     story.last() += u", with a failure"_s;
-                    SimulatedPc::fail(u"registry"_s, platform::Win32Error::WriteFault,
+                    SimulatedPc::fail(u"registry"_s, Win32Error::WriteFault,
                                       {.n = m_random.bounded(1, 6), .once = true});
                 }
-                (each.isOn ? each.on : each.off)();
+                std::ignore = isOff ? each.off() : each.on();
                 arrangeTools(round);
-            };
-            for (int i = 0; i < 12; ++i)
-                turn(m_switches[m_random.bounded(m_switches.size())]);
-            // A revert that failed is tried once more.
-            std::shuffle(m_switches.begin(), m_switches.end(), m_random);
-            for (Switch& each : m_switches) {
-                each.off();
-                each.isOn = false;
             }
+            // A revert that failed is tried once more.
+            std::shuffle(holders.begin(), holders.end(), m_random);
+            for (const Holder& each : std::as_const(holders))
+                std::ignore = each.off();
             const QStringList lines = differences(m_before, TestMachine::image());
             QVERIFY2(lines.isEmpty(), qPrintable((story + lines).join(u'\n')));
         }
@@ -195,31 +72,39 @@ private Q_SLOTS:
     /// What an optimiser remembers while its file can't be written counts as well.
     void filesThatCannotBeWritten()
     {
-        const QString path = snapshotPath(u"services_profile.json"_s);
-        QVERIFY(QFile::remove(path));
-        QVERIFY(QDir().mkpath(path));
-        ServiceProfiles services;
-        QVERIFY(services.apply(ServiceProfileId::Basic).count > 0);
+        QVERIFY(QDir().mkpath(QDir(Paths::dataDir()).filePath(u"services_profile.json"_s)));
+        QVERIFY(m_program->services.apply(ServiceProfileId::Basic).count > 0);
         const QString id = u"torv.opt.disable-diagtrack"_s;
-        QVERIFY(m_engine->applyTweak(id, Tier::Pro, nullptr, false));
-        QVERIFY(services.restoreDefaults().count > 0);
-        QVERIFY(m_engine->revertTweak(id, nullptr, true));
+        QVERIFY(m_program->context.engine->applyTweak(id, Tier::Pro, nullptr, false));
+        QVERIFY(m_program->services.restoreDefaults().count > 0);
+        QVERIFY(m_program->context.engine->revertTweak(id, nullptr, true));
         QCOMPARE(differences(m_before, TestMachine::image()), QStringList());
     }
 
-    /// The manual names each value that two write, and nothing else.
+    /// The manual names each value that an optimiser and an entry write, and nothing else.
     void manualNamesThem()
     {
+        QMap<QString, QString> written; // by an optimiser: the place, and the first columns of its row
+        QVERIFY(GamingMode::activate().ok);
+        for (const ValueLedger::Held& held : m_program->context.ledger.heldValues())
+            written.insert(held.place.key(), u"| `%1` | Gaming Mode"_s.arg(held.place.name));
+        for (const auto profile : {ServiceProfileId::Basic, ServiceProfileId::Advanced}) {
+            for (const QString& service : ServiceProfiles::servicesFor(profile))
+                written.insert(startOf(service).key(), u"| `%1` | service profile"_s.arg(service));
+        }
         QStringList expected;
-        for (const Switch& optimizer : std::as_const(m_switches)) {
-            for (auto place = optimizer.places.begin(); place != optimizer.places.end(); ++place) {
-                for (const Switch& entry : std::as_const(m_switches)) {
-                    if (entry.name.startsWith(u'`') && !optimizer.name.startsWith(u'`')
-                        && entry.places.contains(place.key())) {
-                        expected.append(u"| `%1` | %2 | %3 |"_s.arg(place.value(), optimizer.name, entry.name));
-                    }
-                }
+        for (const TweakDefinition& definition : m_program->context.catalog.definitions()) {
+            const auto tweak =
+                std::dynamic_pointer_cast<RegistryTweak>(m_program->context.catalog.implementation(definition.id));
+            const qsizetype before = expected.size();
+            for (const RegistryOperation& operation : tweak ? tweak->operations() : QList<RegistryOperation>()) {
+                QString row = written.value(operation.place().key());
+                if (operation.name == u"CpuPriorityClass")
+                    row = u"| `%1` | app optimiser"_s.arg(operation.path.section(u'\\', -2, -2));
+                if (!row.isEmpty())
+                    expected.append(row + u" | `%1` |"_s.arg(definition.id));
             }
+            QVERIFY2(expected.size() == before || entries.contains(definition.id), qPrintable(definition.id));
         }
         expected.removeDuplicates();
         QFile manual(QStringLiteral(TORVELANE_MANUAL));
