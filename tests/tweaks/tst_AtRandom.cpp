@@ -6,17 +6,14 @@
 #include "tweaks/TweakEngine.h"
 
 #include <QDeadlineTimer>
-#include <QRandomGenerator>
 
 /// Any order and any input. TORVELANE_RANDOM_SEED repeats a run, TORVELANE_RANDOM_SECONDS lengthens it.
-class tst_AtRandom : public QObject {
+class tst_AtRandom : public MachineSuite {
     Q_OBJECT
 
 private:
-    const QString m_anySeed = QString::number(QRandomGenerator::system()->generate());
-    const quint32 m_seed = qEnvironmentVariable("TORVELANE_RANDOM_SEED", m_anySeed).toUInt();
+    const quint32 m_seed = randomSeed();
     QRandomGenerator m_random;
-    std::optional<ScratchMachine> m_machine;
 
     /// Random input from files that others can write: no crash, and no touch of anything but the named values, which are
     /// in the scratch key. As long as its share of the time lasts; some rounds also on a machine that is busy with other things.
@@ -123,13 +120,11 @@ private:
     QJsonObject capture() { return {{u"type"_s, mostly(u"registry"_s)}, {u"entries"_s, operations(u"binary"_s)}}; }
 
 private Q_SLOTS:
-    void initTestCase() { qInfo("TORVELANE_RANDOM_SEED=%u", m_seed); }
     void init()
     {
-        m_machine.emplace();
+        MachineSuite::init();
         m_random.seed(m_seed);
     }
-    void cleanup() { m_machine.reset(); }
 
     /// All registry entries together: applied in one random order and reverted in another, in every other round all at once.
     void anyOrder()

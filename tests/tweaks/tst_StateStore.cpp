@@ -28,11 +28,10 @@ QString pragmas()
 
 } // namespace
 
-class tst_StateStore : public QObject {
+class tst_StateStore : public MachineSuite {
     Q_OBJECT
 
 private:
-    std::optional<ScratchMachine> m_machine;
     std::optional<StateStore> m_store;
 
     void openAgain()
@@ -68,14 +67,14 @@ private Q_SLOTS:
     {
         // Qt's only sign of a connection used on a foreign thread is a warning.
         QTest::failOnWarning(QRegularExpression(u".*"_s));
-        m_machine.emplace();
+        MachineSuite::init();
         openAgain();
     }
 
     void cleanup()
     {
         m_store.reset();
-        m_machine.reset();
+        MachineSuite::cleanup();
     }
 
     /// Only an empty selection is filled with the applied tweaks.
@@ -92,36 +91,31 @@ private Q_SLOTS:
         QCOMPARE(stateSql(selected), QStringList(u"not applied"_s));
     }
 
-    void damagedFile_data()
-    {
-        QTest::addColumn<bool>("opens");
-        QTest::newRow("garbage") << false;
-        QTest::newRow("truncated") << false;
-        QTest::newRow("pages overwritten") << true;
-    }
-
     void damagedFile()
     {
-        QFETCH(bool, opens);
-        QVERIFY(m_store->beginApply(tweak, Tier::Free, captureOfAbsent));
-        m_store.reset();
-        QFile file(Paths::stateDb());
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QByteArray content = file.readAll();
         constexpr qsizetype pageSizeBytes = 4096; // SQLite's default
-        QCOMPARE_GE(content.size(), 3 * pageSizeBytes);
-        const QByteArrayView kind = QTest::currentDataTag();
-        if (kind == "garbage")
-            content.fill('\xa5');
-        else if (kind == "truncated")
-            content.truncate(content.size() / 2 + 100);
-        else // The header and the schema stay whole, the rows and their index don't.
-            content.replace(pageSizeBytes, 2 * pageSizeBytes, QByteArray(2 * pageSizeBytes, '\xa5'));
-        QVERIFY(file.resize(0) && file.seek(0) && file.write(content) == content.size());
-        file.close();
-        expectOnlyApplyToFail(opens);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), content);
+        for (const QString& kind : {u"garbage"_s, u"truncated"_s, u"pages overwritten"_s}) {
+            m_store.reset();
+            m_machine.emplace();
+            openAgain();
+            QVERIFY(m_store->beginApply(tweak, Tier::Free, captureOfAbsent));
+            m_store.reset();
+            QFile file(Paths::stateDb());
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QByteArray content = file.readAll();
+            QCOMPARE_GE(content.size(), 3 * pageSizeBytes);
+            if (kind == u"garbage")
+                content.fill('\xa5');
+            else if (kind == u"truncated")
+                content.truncate(content.size() / 2 + 100);
+            else // The header and the schema stay whole, the rows and their index don't.
+                content.replace(pageSizeBytes, 2 * pageSizeBytes, QByteArray(2 * pageSizeBytes, '\xa5'));
+            QVERIFY(file.resize(0) && file.seek(0) && file.write(content) == content.size());
+            file.close();
+            expectOnlyApplyToFail(kind == u"pages overwritten");
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QCOMPARE(file.readAll(), content);
+        }
     }
 
     /// With a row that waits to be put back.
