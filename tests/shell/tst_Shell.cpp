@@ -14,7 +14,6 @@
 
 #include <QLineEdit>
 #include <QPointer>
-#include <QPushButton>
 
 namespace {
 

@@ -2,19 +2,20 @@
 
 #include "account/AuthService.h"
 #include "app/AppContext.h"
-#include "support/ScratchMachine.h"
+#include "support/Suite.h"
 #include "tweaks/TweakEngine.h"
 #include "ui/controls/ToggleSwitch.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDialog>
 #include <QFutureWatcher>
+#include <QHelpEvent>
 #include <QLabel>
-#include <QTest>
+#include <QLocale>
+#include <QPushButton>
 #include <QTimer>
-
-#include <algorithm>
-#include <functional>
+#include <QToolTip>
 
 namespace torvelane::test {
 
@@ -110,6 +111,21 @@ inline void answerNextDialog(bool accept, QStringList* texts)
             texts->append(QString(label->text()).remove(QChar(0x200B))); // where long words may be broken
         dialog->done(accept ? QDialog::Accepted : QDialog::Rejected);
     });
+}
+
+/// What assistive technology hears as a control's value.
+inline QString valueOf(QWidget& widget)
+{
+    return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Value);
+}
+
+/// What the pointer shows over a place; empty for nothing.
+inline QString tooltipOf(QWidget& widget, const QPoint& at = {30, 25})
+{
+    QToolTip::hideText();
+    QHelpEvent event(QEvent::ToolTip, at, widget.mapToGlobal(at));
+    QApplication::sendEvent(&widget, &event);
+    return QToolTip::text().remove(QChar(0x200B)); // where long words may be broken
 }
 
 /// Whether a page still waits for the result of something.

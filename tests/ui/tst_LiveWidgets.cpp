@@ -1,4 +1,3 @@
-#include "support/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/controls/ListRow.h"
 #include "ui/controls/LiveChart.h"
@@ -6,11 +5,6 @@
 #include "ui/controls/StatTile.h"
 #include "ui/theme/Theme.h"
 
-#include <QAccessible>
-#include <QHelpEvent>
-#include <QLocale>
-#include <QPushButton>
-#include <QToolTip>
 #include <QVBoxLayout>
 
 namespace {
@@ -65,19 +59,6 @@ public:
     int count = 0;
 };
 
-QString valueOf(QWidget& widget)
-{
-    return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Value);
-}
-
-QString tooltipOf(QWidget& widget)
-{
-    QToolTip::hideText();
-    QHelpEvent event(QEvent::ToolTip, QPoint(30, 25), widget.mapToGlobal(QPoint(30, 25)));
-    QApplication::sendEvent(&widget, &event);
-    return QToolTip::text().remove(QChar(0x200B));
-}
-
 } // namespace
 
 /// The controls that show figures and lists.
@@ -91,15 +72,11 @@ private Q_SLOTS:
         applyTheme(*qApp);
     }
 
-    void gaugeScale()
+    void gaugeSaysItsFigureAndPhase()
     {
         for (const auto& [mbps, marks] :
              {std::pair(-5.0, 0.0), {0.5, 0.5}, {1.0, 1.0}, {7.5, 2.5}, {1000.0, 9.0}, {2000.0, 9.0}})
             QCOMPARE(SpeedGauge::fractionOf(mbps), marks / 9);
-    }
-
-    void gaugeSaysItsFigureAndPhase()
-    {
         SpeedGauge gauge;
         for (const auto& [mbps, text] :
              {std::pair(99.9, u"99.9 Mbps"_s), {100.0, u"100 Mbps"_s}, {2000.0, u"2000 Mbps"_s}}) {
@@ -116,36 +93,29 @@ private Q_SLOTS:
         QTRY_COMPARE(gauge.displayValue(), 20.0);
     }
 
-    void chartDraws_data()
-    {
-        QTest::addColumn<QList<int>>("values");
-        QTest::addColumn<QList<int>>("seen"); ///< At the left edge, thirty seconds ago, and two seconds ago.
-        QTest::newRow("nothing") << QList<int>{} << QList{-1, -1, -1};
-        QTest::newRow("one point") << QList{50} << QList{-1, -1, -1};
-        QTest::newRow("a short history") << QList<int>(11, 50) << QList{-1, -1, 50};
-        QTest::newRow("a whole minute") << QList<int>(61, 50) << QList{50, 50, 50};
-        QTest::newRow("the oldest goes") << QList<int>(30, 90) + QList<int>(61, 50) << QList{50, 50, 50};
-        QTest::newRow("above 100") << QList<int>(61, 250) << QList{100, 100, 100};
-        QTest::newRow("no figure") << QList<int>(61, -1) << QList{-1, -1, -1};
-        QTest::newRow("one figure") << QList<int>(30, -1) + QList<int>{50} + QList<int>(30, -1) << QList{-1, -1, -1};
-        QTest::newRow("on over a gap") << QList<int>(10, 50) + QList<int>(41, -1) + QList<int>(10, 50)
-                                       << QList{50, 50, 50};
-    }
-
     void chartDraws()
     {
-        QFETCH(const QList<int>, values);
-        QFETCH(const QList<int>, seen);
-        const ChartBench bench;
-        bench.push(values);
-        for (const auto& [x, expected] : {std::pair(1, seen.at(0)), {290, seen.at(1)}, {570, seen.at(2)}}) {
-            const int found = bench.at(x);
-            QVERIFY2(std::abs(found - expected) <= 1, qPrintable(u"%1 at %2"_s.arg(found).arg(x)));
+        // The curve at the left edge, thirty seconds ago, and two seconds ago.
+        const std::pair<QList<int>, QList<int>> cases[] = {
+            {{}, {-1, -1, -1}},
+            {{50}, {-1, -1, -1}},
+            {QList<int>(11, 50), {-1, -1, 50}},
+            {QList<int>(61, 50), {50, 50, 50}},
+            {QList<int>(30, 90) + QList<int>(61, 50), {50, 50, 50}}, // the oldest goes
+            {QList<int>(61, 250), {100, 100, 100}},
+            {QList<int>(61, -1), {-1, -1, -1}},
+            {QList<int>(30, -1) + QList<int>{50} + QList<int>(30, -1), {-1, -1, -1}},
+            {QList<int>(10, 50) + QList<int>(41, -1) + QList<int>(10, 50), {50, 50, 50}}, // on over a gap
+        };
+        for (const auto& [values, seen] : cases) {
+            const ChartBench bench;
+            bench.push(values);
+            for (const auto& [x, expected] : {std::pair(1, seen.at(0)), {290, seen.at(1)}, {570, seen.at(2)}}) {
+                const int found = bench.at(x);
+                QVERIFY2(std::abs(found - expected) <= 1, qPrintable(u"%1 at %2"_s.arg(found).arg(x)));
+            }
         }
-    }
-
-    void chartTakesWhatIsLeft()
-    {
+        // Of samples with more or fewer figures than series it takes what is left.
         const ChartBench bench;
         bench.chart->addSeries(Qt::green);
         bench.chart->pushSample({50, 40, 30});

@@ -1,4 +1,3 @@
-#include "support/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/controls/FocusRing.h"
 #include "ui/controls/ToggleSwitch.h"
@@ -9,13 +8,9 @@
 #include "ui/pages/TweakCard.h"
 #include "ui/theme/Theme.h"
 
-#include <QAccessible>
 #include <QGraphicsBlurEffect>
-#include <QLabel>
 #include <QLayout>
-#include <QPushButton>
 #include <QStackedWidget>
-#include <QToolTip>
 
 namespace {
 

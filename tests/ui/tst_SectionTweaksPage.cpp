@@ -6,11 +6,7 @@
 #include "ui/pages/TweakCard.h"
 #include "ui/theme/Theme.h"
 
-#include <QAccessible>
 #include <QDesktopServices>
-#include <QHelpEvent>
-#include <QPushButton>
-#include <QToolTip>
 
 namespace {
 
@@ -261,12 +257,7 @@ private Q_SLOTS:
         putRaw(u"a"_s, {platform::regDword, dwordBytes(5)});
         SectionTweaksPage later(bench.context, u"Explorer"_s, IconId::Folder, Tier::None);
         showActive(later);
-        const auto tooltip = [&later](const QString& id) {
-            auto* const card = named<TweakCard>(later, id);
-            QHelpEvent event(QEvent::ToolTip, QPoint(3, 3), card->mapToGlobal(QPoint(3, 3)));
-            QApplication::sendEvent(card, &event);
-            return QToolTip::text();
-        };
+        const auto tooltip = [&later](const QString& id) { return tooltipOf(*named<TweakCard>(later, id), {3, 3}); };
         const QString note = u"1 of 1 values were changed since, by Windows or another program."_s;
         QTRY_VERIFY(tooltip(u"a"_s).contains(note));
         QVERIFY(!tooltip(u"b"_s).contains(note));
@@ -284,11 +275,6 @@ private Q_SLOTS:
             {registryEntry("a", warning + R"(, "effect": "restart")"), registryEntry("b", pro + described)});
         bench.changeTier(Tier::Free);
         QTRY_VERIFY(bench.toggle(u"a"_s)->isVisible());
-        const auto tooltipAt = [](QWidget* card, const QPoint& point) {
-            QHelpEvent event(QEvent::ToolTip, point, card->mapToGlobal(point));
-            QApplication::sendEvent(card, &event);
-            return QToolTip::text();
-        };
         for (const auto& [id, seen] :
              {std::pair(u"a"_s, QStringList{u"a"_s, u"Loses <b>sleep</b>."_s, u"\u26a0 Warning"_s, u"a"_s}),
               {u"b"_s, {u"b"_s, QString::fromLatin1(longText), u"b, Pro"_s}}}) {
@@ -307,13 +293,13 @@ private Q_SLOTS:
         auto* const card = named<TweakCard>(bench.page, u"a"_s);
         const QPoint onTag = card->textArea(TweakCard::Text::Tag).center();
         QCOMPARE(card->childAt(onTag), nullptr);
-        QVERIFY2(tooltipAt(card, onTag).contains(u"Loses &lt;b&gt;sleep&lt;/b&gt;.\nAfter a restart."),
+        QVERIFY2(tooltipOf(*card, onTag).contains(u"Loses &lt;b&gt;sleep&lt;/b&gt;.\nAfter a restart."),
                  qPrintable(QToolTip::text()));
-        QVERIFY2(tooltipAt(card, QPoint(3, 3)).contains(u"Torvelane\\Test\\a = 1"), qPrintable(QToolTip::text()));
+        QVERIFY2(tooltipOf(*card, {3, 3}).contains(u"Torvelane\\Test\\a = 1"), qPrintable(QToolTip::text()));
         // Two lines are shown of it, and the rest is in the tooltip.
         auto* const shortened = named<TweakCard>(bench.page, u"b"_s);
         QCOMPARE(shortened->heightForWidth(200), shortened->heightForWidth(600));
-        QVERIFY(tooltipAt(shortened, QPoint(3, 3)).contains(QString::fromLatin1(longText)));
+        QVERIFY(tooltipOf(*shortened, {3, 3}).contains(QString::fromLatin1(longText)));
         QToolTip::hideText();
     }
 

@@ -1,5 +1,4 @@
 #include "platform/WindowFrame.h"
-#include "support/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/controls/AppDialog.h"
 #include "ui/controls/FocusRing.h"
@@ -12,12 +11,10 @@
 #include "ui/windows/HeroWindow.h"
 #include "ui/windows/SmoothScroller.h"
 
-#include <QAccessible>
 #include <QComboBox>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPropertyAnimation>
-#include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>

@@ -1,4 +1,3 @@
-#include "support/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/pages/ScrollColumn.h"
 #include "ui/pages/WorkPage.h"
