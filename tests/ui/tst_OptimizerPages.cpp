@@ -259,8 +259,9 @@ private Q_SLOTS:
     void cleansOne()
     {
         DebloatPage page;
-        showActive(page);
+        page.show();
         QVERIFY(shows(page, u"Scanning…"_s));
+        showActive(page);
         QVERIFY(!button(page, u"Clean all"_s)->isEnabled());
         QTRY_VERIFY(shows(page, u"Reclaimable: "_s));
         const QString size = figure(page, u"Prefetch"_s);
@@ -304,8 +305,9 @@ private Q_SLOTS:
     {
         const MachineImage before = TestMachine::image();
         NetworkPage page;
-        showActive(page);
+        page.show();
         QVERIFY(shows(page, u"Detecting adapters…"_s));
+        showActive(page);
         QTRY_VERIFY(shows(page, u"2 adapter(s) active"_s));
         QVERIFY(shows(page, u"Ethernet · Wi-Fi"_s));
         QVERIFY(!button(page, u"Restore"_s));
@@ -361,10 +363,11 @@ private Q_SLOTS:
         QVERIFY(SimulatedPc::setValue(points + u"/-"_s,
                                       QJsonObject{{u"SequenceNumber"_s, 20}, {u"CreationTime"_s, u"broken"_s}}));
         RestorePointsPage page;
-        showActive(page);
+        page.show();
         QVERIFY(shows(page, u"Loading restore points…"_s));
+        showActive(page);
         QTRY_COMPARE(page.findChildren<ListRow*>().size(), 4);
-        QVERIFY(shows(page, u"(unnamed restore point) | unknown date · sequence #20"_s));
+        QTRY_VERIFY(shows(page, u"(unnamed restore point) | unknown date · sequence #20"_s));
         const QDateTime physx(QDate(2024, 1, 9), QTime(18, 30, 12), Qt::UTC);
         QVERIFY(shows(page,
                       u"NVIDIA PhysX | %1 · sequence #22"_s.arg(

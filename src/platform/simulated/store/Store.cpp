@@ -13,6 +13,7 @@
 #include <QSqlError>
 #include <QStandardPaths>
 #include <QThread>
+#include <QThreadStorage>
 #include <QVariant>
 
 #include <algorithm>
@@ -63,10 +64,13 @@ Shared& shared()
     return instance;
 }
 
+/// Qt closes it before it says that the thread has ended. A thread_local would be closed after that: whoever waits for a
+/// worker and then leaves the program could take Qt's list of connections from under it. Never destroyed itself, since
+/// threads may outlive the static objects.
 std::unique_ptr<Store>& threadStore()
 {
-    thread_local std::unique_ptr<Store> store;
-    return store;
+    static auto* const stores = new QThreadStorage<std::unique_ptr<Store>>;
+    return stores->localData();
 }
 
 /// Once for each file, since every call of the program would come upon it again.
