@@ -42,31 +42,31 @@ void ValueLedger::setCurrent(ValueLedger* ledger)
 
 void ValueLedger::attach(HolderSource* source)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::scoped_lock locker(m_mutex);
     m_sources.append(source);
 }
 
 void ValueLedger::detach(HolderSource* source)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::scoped_lock locker(m_mutex);
     m_sources.removeOne(source);
 }
 
 void ValueLedger::setOrderDrawer(OrderDrawer drawer)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::scoped_lock locker(m_mutex);
     m_drawOrder = std::move(drawer);
 }
 
 void ValueLedger::setChangeListener(std::function<void()> listener)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::scoped_lock locker(m_mutex);
     m_changeListener = std::move(listener);
 }
 
 ValueLedger::Batch::~Batch()
 {
-    const QMutexLocker locker(&m_ledger.m_mutex);
+    const std::scoped_lock locker(m_ledger.m_mutex);
     if (m_ledger.m_changeListener)
         m_ledger.m_changeListener();
 }
@@ -125,7 +125,7 @@ QList<const ValueLedger::Hold*> ValueLedger::holdsOf(const QString& key) const
 
 QList<ValueLedger::Held> ValueLedger::heldValues()
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::scoped_lock locker(m_mutex);
     update();
     QList<Held> values;
     values.reserve(m_holds.size());
@@ -171,7 +171,7 @@ QHash<QString, ValueLedger::Drift> ValueLedger::drift(const QStringList& holders
 LedgerSession::LedgerSession(ValueLedger& ledger, QString holder)
     : m_ledger(ledger)
     , m_holder(std::move(holder))
-    , m_locker(&ledger.m_mutex)
+    , m_locker(ledger.m_mutex)
 {
     m_ledger.update();
 }

@@ -4,12 +4,11 @@
 
 #include <QHash>
 #include <QList>
-#include <QMutexLocker>
-#include <QRecursiveMutex>
 #include <QString>
 #include <QStringList>
 
 #include <functional>
+#include <mutex>
 #include <optional>
 
 namespace torvelane {
@@ -135,7 +134,7 @@ private:
     [[nodiscard]] qint64 orderOf(const QString& holder) const;
     [[nodiscard]] QList<const Hold*> holdsOf(const QString& key) const;
 
-    QRecursiveMutex m_mutex; ///< Guards all below; a session keeps it.
+    std::recursive_mutex m_mutex; ///< Guards all below; a session keeps it.
     QList<HolderSource*> m_sources;
     OrderDrawer m_drawOrder;
     std::function<void()> m_changeListener;
@@ -180,7 +179,7 @@ private:
 
     ValueLedger& m_ledger;
     QString m_holder;
-    QMutexLocker<QRecursiveMutex> m_locker;
+    std::unique_lock<std::recursive_mutex> m_locker;
 };
 
 /// A place as messages name it.

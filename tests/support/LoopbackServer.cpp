@@ -72,8 +72,7 @@ LoopbackServer::~LoopbackServer()
     m_thread.quit();
     m_thread.wait();
     const std::lock_guard lock(m_mutex);
-    for (const auto& thread : m_connectionThreads)
-        thread->wait();
+    m_connectionThreads.clear();
 }
 
 QString LoopbackServer::url(const QString& path) const
@@ -84,7 +83,7 @@ QString LoopbackServer::url(const QString& path) const
 void LoopbackServer::incomingConnection(qintptr descriptor)
 {
     const std::lock_guard lock(m_mutex);
-    m_connectionThreads.emplace_back(QThread::create([this, descriptor] { serve(descriptor); }))->start();
+    m_connectionThreads.emplace_back([this, descriptor] { serve(descriptor); });
 }
 
 void LoopbackServer::serve(qintptr descriptor)

@@ -8,9 +8,9 @@
 
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <optional>
+#include <thread>
 #include <vector>
 
 class QTcpSocket;
@@ -74,7 +74,7 @@ private:
     quint16 m_port = 0;
     QThread m_thread;   ///< Accepts.
     std::mutex m_mutex; ///< Of the list below.
-    std::vector<std::unique_ptr<QThread>> m_connectionThreads;
+    std::vector<std::jthread> m_connectionThreads;
     std::atomic_bool m_isEnding = false;
     std::atomic_int m_connections = 0;
     std::atomic_int m_requests = 0;
