@@ -282,6 +282,8 @@ private Q_SLOTS:
         QVERIFY(all.contains(u"\n\nStorage\n"_s));
         auto* const value = named<QLabel>(*scan.page, all.section(u'\n', 1, 1));
         QVERIFY(value);
+        QTest::mouseMove(value); // which lets it be selected
+        QTRY_VERIFY(value->textInteractionFlags() & Qt::TextSelectableByMouse);
         value->setSelection(0, 3);
         copy->trigger();
         QCOMPARE(QGuiApplication::clipboard()->text(), value->text().left(3));

@@ -34,7 +34,7 @@ QPixmap drawnLogo()
 
 } // namespace
 
-BrandZone::BrandZone(QWidget* parent) : QWidget(parent), m_logo(drawnLogo())
+BrandZone::BrandZone(QWidget* parent) : OutsideStyleSheet(parent), m_logo(drawnLogo())
 {
     setFixedHeight(zoneHeight);
 }

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QPixmap>
-#include <QWidget>
 
 namespace torvelane {
 
 /// The logo at the head of a window's side; the letters of the name without its picture.
-class BrandZone : public QWidget {
+class BrandZone : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:

@@ -1,35 +1,39 @@
 #include "ui/controls/GlassCard.h"
 
+#include "ui/controls/PaintedText.h"
 #include "ui/theme/Theme.h"
 
+#include <QPainter>
 #include <QPushButton>
 #include <QVBoxLayout>
 
 namespace torvelane {
 
 GlassCard::GlassCard(int spacing, QWidget* parent, const QMargins& margins)
-    : QFrame(parent)
+    : OutsideStyleSheet(parent)
     , m_column(new QVBoxLayout(this))
 {
-    setObjectName(QStringLiteral("GlassCard"));
+    setContentsMargins(1, 1, 1, 1); // its edge
     m_column->setContentsMargins(margins);
     m_column->setSpacing(spacing);
 }
 
-QLabel* makeTitle(const QString& text, int pixelSize, QWidget* parent)
+void GlassCard::paintEvent(QPaintEvent*)
 {
-    auto* const title = new QLabel(text, parent);
-    title->setObjectName(QStringLiteral("H2"));
-    title->setTextFormat(Qt::PlainText);
+    QPainter painter(this);
+    paintGlass(painter, rect());
+}
+
+TextLabel* makeTitle(const QString& text, int pixelSize, QWidget* parent)
+{
+    auto* const title = new TextLabel(QStringLiteral("H2"), text, parent);
     title->setFont(displayFont(pixelSize, QFont::Bold));
     return title;
 }
 
-QLabel* makeText(const char16_t* objectName, const QString& text, QWidget* parent)
+TextLabel* makeText(const char16_t* objectName, const QString& text, QWidget* parent)
 {
-    auto* const label = new QLabel(text, parent);
-    label->setObjectName(QString::fromUtf16(objectName));
-    label->setTextFormat(Qt::PlainText);
+    auto* const label = new TextLabel(QString::fromUtf16(objectName), text, parent);
     label->setWordWrap(true);
     return label;
 }

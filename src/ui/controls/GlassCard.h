@@ -1,7 +1,8 @@
 #pragma once
 
-#include <QFrame>
-#include <QLabel>
+#include "ui/controls/TextLabel.h"
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QMargins>
 
 class QPushButton;
@@ -10,7 +11,7 @@ class QVBoxLayout;
 namespace torvelane {
 
 /// A pane of glass with a column for what lies on it.
-class GlassCard : public QFrame {
+class GlassCard : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:
@@ -22,15 +23,18 @@ public:
 
     [[nodiscard]] QVBoxLayout* column() const { return m_column; }
 
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
 private:
     QVBoxLayout* m_column;
 };
 
 /// A title in the display font and bold.
-[[nodiscard]] QLabel* makeTitle(const QString& text, int pixelSize, QWidget* parent);
+[[nodiscard]] TextLabel* makeTitle(const QString& text, int pixelSize, QWidget* parent);
 
 /// A plain text that wraps, dressed as the style sheet says for this object name ("Muted", "Faint").
-[[nodiscard]] QLabel* makeText(const char16_t* objectName, const QString& text, QWidget* parent);
+[[nodiscard]] TextLabel* makeText(const char16_t* objectName, const QString& text, QWidget* parent);
 
 /// A button dressed as the style sheet says for this variant ("primary", "ghost").
 [[nodiscard]] QPushButton* makeButton(const char16_t* variant, const QString& text, int minimumHeight, QWidget* parent);

@@ -1,38 +1,46 @@
 #pragma once
 
+#include "ui/controls/AccessibleRole.h"
 #include "ui/theme/Icons.h"
+#include "ui/theme/OutsideStyleSheet.h"
 
-#include <QEvent>
-#include <QLabel>
+#include <QPainter>
+#include <QPixmap>
 
 namespace torvelane {
 
-/// A label with an icon, which is drawn when the label first gets its style: most of a window's icons are on pages that
-/// nobody has opened yet.
-class IconLabel : public QLabel {
+/// An icon, which is drawn when it is first painted: most of a window's icons are on pages that nobody has opened yet.
+class IconLabel : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:
     IconLabel(IconId icon, const QColor& color, int size, QWidget* parent)
-        : QLabel(parent)
+        : OutsideStyleSheet(parent)
         , m_icon(icon)
         , m_color(color)
         , m_size(size)
     {
+        setAccessibleRole(this, QAccessible::Graphic);
     }
 
+    [[nodiscard]] QSize sizeHint() const override { return {m_size, m_size}; }
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+
 protected:
-    bool event(QEvent* event) override
+    void paintEvent(QPaintEvent*) override
     {
-        if (event->type() == QEvent::Polish)
-            setPixmap(iconPixmap(m_icon, m_color, m_size));
-        return QLabel::event(event);
+        if (m_drawn.isNull())
+            m_drawn = iconPixmap(m_icon, m_color, m_size);
+        const QRect place =
+            QStyle::alignedRect(layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter, sizeHint(), rect());
+        QPainter(this).drawPixmap(place.topLeft(), m_drawn);
     }
 
 private:
     IconId m_icon;
     QColor m_color;
     int m_size;
+    QPixmap m_drawn;
 };
 
 } // namespace torvelane

@@ -1,14 +1,15 @@
 #pragma once
 
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QPixmap>
-#include <QWidget>
 
 namespace torvelane {
 
 class FrameTimer;
 
 /// A small badge with a light that sweeps across it, for rows of the highest tier. Costs nothing while hidden.
-class ProSparkle : public QWidget {
+class ProSparkle : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:

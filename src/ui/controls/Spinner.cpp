@@ -15,7 +15,10 @@ constexpr qint64 turnMs = 900;
 
 } // namespace
 
-Spinner::Spinner(int diameter, QWidget* parent) : QWidget(parent), m_diameter(diameter), m_timer(new FrameTimer(this))
+Spinner::Spinner(int diameter, QWidget* parent)
+    : OutsideStyleSheet(parent)
+    , m_diameter(diameter)
+    , m_timer(new FrameTimer(this))
 {
     setFixedSize(diameter, diameter);
     setAttribute(Qt::WA_TranslucentBackground);

@@ -1,14 +1,15 @@
 #pragma once
 
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QElapsedTimer>
-#include <QWidget>
 
 namespace torvelane {
 
 class FrameTimer;
 
 /// A turning arc that says that something is under way. Hidden until it is started; stands still in an inactive window.
-class Spinner : public QWidget {
+class Spinner : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:

@@ -65,16 +65,12 @@ void installAccessibility()
 
 } // namespace
 
-ToggleSwitch::ToggleSwitch(QWidget* parent)
-    : OutsideStyleSheet(parent)
-    , m_animation(new QPropertyAnimation(this, "knobPos", this))
+ToggleSwitch::ToggleSwitch(QWidget* parent) : OutsideStyleSheet(parent)
 {
     installAccessibility();
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::TabFocus);
     setFixedSize(sizeHint());
-    m_animation->setDuration(150);
-    m_animation->setEasingCurve(QEasingCurve::OutCubic);
 }
 
 QSize ToggleSwitch::sizeHint() const
@@ -86,9 +82,15 @@ void ToggleSwitch::setOn(bool on, bool animate)
 {
     const bool changed = m_on != on;
     m_on = on;
-    m_animation->stop();
+    if (m_animation)
+        m_animation->stop();
     const double target = on ? 1.0 : 0.0;
     if (animate && isVisible()) {
+        if (!m_animation) {
+            m_animation = new QPropertyAnimation(this, "knobPos", this);
+            m_animation->setDuration(150);
+            m_animation->setEasingCurve(QEasingCurve::OutCubic);
+        }
         m_animation->setStartValue(m_knobPos);
         m_animation->setEndValue(target);
         m_animation->start();

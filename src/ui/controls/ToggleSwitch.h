@@ -34,7 +34,7 @@ protected:
 private:
     bool m_on = false;
     double m_knobPos = 0.0;
-    QPropertyAnimation* m_animation;
+    QPropertyAnimation* m_animation = nullptr; ///< Null until it first moves.
 };
 
 } // namespace torvelane

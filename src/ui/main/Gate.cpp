@@ -13,7 +13,7 @@
 namespace torvelane {
 
 Gate::Gate(QWidget* page, Tier required, const QString& webBase, QWidget* parent)
-    : QWidget(parent)
+    : OutsideStyleSheet(parent)
     , m_page(page)
     , m_required(required)
     , m_userTier(required)
@@ -31,7 +31,7 @@ bool Gate::event(QEvent* event)
         m_stack->addWidget(m_page);
         refresh(false);
     }
-    return QWidget::event(event);
+    return OutsideStyleSheet::event(event);
 }
 
 void Gate::setUserTier(Tier tier)
@@ -55,7 +55,7 @@ void Gate::refresh(bool animate)
 
 void Gate::buildPanel()
 {
-    m_panel = new QWidget(this);
+    m_panel = new OutsideStyleSheet<QWidget>(this);
     auto* const column = new QVBoxLayout(m_panel);
     m_pill = makeTierPill(pillText(), m_webBase, IconId::Lock, 38, 16, m_panel);
     m_pill->setMinimumWidth(180);

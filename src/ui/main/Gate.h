@@ -1,8 +1,7 @@
 #pragma once
 
 #include "core/Tier.h"
-
-#include <QWidget>
+#include "ui/theme/OutsideStyleSheet.h"
 
 class QPushButton;
 class QStackedLayout;
@@ -11,7 +10,7 @@ namespace torvelane {
 
 /// A page that a tier may lock: it is then blurred and disabled, under a panel with a pill. Puts itself together when it
 /// is first shown or laid out, and the panel when it first locks; until then it costs next to nothing. GUI thread.
-class Gate : public QWidget {
+class Gate : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:

@@ -21,7 +21,7 @@ void layOut(QWidget& page)
 
 } // namespace
 
-PageStack::PageStack(QWidget* parent) : QStackedWidget(parent) { }
+PageStack::PageStack(QWidget* parent) : OutsideStyleSheet(parent) { }
 
 PageStack::~PageStack() = default;
 
@@ -56,7 +56,7 @@ void PageStack::showEvent(QShowEvent* event)
 {
     if (m_current >= 0)
         showCurrent();
-    QStackedWidget::showEvent(event);
+    OutsideStyleSheet::showEvent(event);
 }
 
 void PageStack::join(Page& page)

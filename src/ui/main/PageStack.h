@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/theme/OutsideStyleSheet.h"
+
 #include <QStackedWidget>
 
 #include <memory>
@@ -9,7 +11,7 @@ namespace torvelane {
 
 /// A stack of pages, of which those that nobody has opened yet cost next to nothing: they are whole, but they join the
 /// window, and with it its style and its layout, only when they are first shown or when somebody has the time. GUI thread.
-class PageStack : public QStackedWidget {
+class PageStack : public OutsideStyleSheet<QStackedWidget> {
     Q_OBJECT
 
 public:
@@ -37,6 +39,7 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void paintEvent(QPaintEvent*) override { } // It has no frame.
 
 private:
     struct Page {

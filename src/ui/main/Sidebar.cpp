@@ -5,32 +5,31 @@
 #include "ui/controls/AccessibleRole.h"
 #include "ui/controls/AvatarLabel.h"
 #include "ui/controls/BrandZone.h"
+#include "ui/controls/Divider.h"
 #include "ui/controls/ProSparkle.h"
+#include "ui/controls/QuietScrollArea.h"
+#include "ui/controls/TextLabel.h"
 #include "ui/controls/UsernameLabel.h"
 #include "ui/theme/Theme.h"
 
 #include <QButtonGroup>
-#include <QLabel>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPushButton>
-#include <QScrollArea>
 #include <QStyleOption>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace torvelane {
 
 namespace {
 
 constexpr int sidebarWidth = 280;
+constexpr int stripWidth = 32; ///< Of the backdrop, which is the same all across, and then has an edge.
+constexpr int edgeWidth = 4;
+constexpr QMargins headingMargins(6, 2, 6, 2);
 constexpr int rowIconSize = 20; ///< Drawn at this size; the button's icon size scales it down.
-
-QFrame* makeDivider(QWidget* parent)
-{
-    auto* const divider = new QFrame(parent);
-    divider->setObjectName(QStringLiteral("Divider"));
-    divider->setFixedHeight(1);
-    return divider;
-}
 
 UsernameLabel::Style nameStyle(Tier tier)
 {
@@ -57,11 +56,11 @@ Sidebar::Sidebar(const QList<NavGroup>& groups, QWidget* parent)
     column->setContentsMargins(14, 0, 14, 14);
     column->setSpacing(0);
     column->addWidget(new BrandZone(this));
-    column->addWidget(makeDivider(this));
+    column->addWidget(new Divider(this));
     column->addSpacing(18);
     column->addWidget(makeNavigation(), 1);
     column->addSpacing(10);
-    column->addWidget(makeDivider(this));
+    column->addWidget(new Divider(this));
     column->addSpacing(10);
     column->addWidget(makeAccountCard());
     m_buttons->setExclusive(true);
@@ -70,14 +69,8 @@ Sidebar::Sidebar(const QList<NavGroup>& groups, QWidget* parent)
 
 QWidget* Sidebar::makeNavigation()
 {
-    auto* const area = new QScrollArea(this);
-    area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
-    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    area->viewport()->setAutoFillBackground(false);
-    area->setStyleSheet(transparentScrollStyle());
-    area->setFocusPolicy(Qt::NoFocus);
-    auto* const content = new QWidget(area->viewport());
+    auto* const area = new QuietScrollArea(this);
+    auto* const content = new OutsideStyleSheet<QWidget>(area->viewport());
     content->setAutoFillBackground(false);
     setAccessibleRole(content, QAccessible::List);
     area->setWidget(content);
@@ -90,8 +83,8 @@ QWidget* Sidebar::makeNavigation()
         if (group.category != category && !group.category.isEmpty()) {
             if (index > 0)
                 column->addSpacing(10);
-            auto* const heading = new QLabel(group.category.toUpper(), content);
-            heading->setObjectName(QStringLiteral("NavCategory"));
+            auto* const heading = new TextLabel(QStringLiteral("NavCategory"), group.category.toUpper(), content);
+            heading->setContentsMargins(headingMargins);
             column->addWidget(heading);
         }
         category = group.category;
@@ -135,9 +128,7 @@ QWidget* Sidebar::makeAccountCard()
     names->setSpacing(0);
     m_userName = new UsernameLabel(card);
     m_userName->setFont(bodyFont(13, QFont::DemiBold));
-    m_email = new QLabel(card);
-    m_email->setObjectName(QStringLiteral("Faint"));
-    m_email->setTextFormat(Qt::PlainText);
+    m_email = new TextLabel(QStringLiteral("Faint"), QString(), card);
     names->addWidget(m_userName);
     names->addWidget(m_email);
     row->addLayout(names, 1);
@@ -166,19 +157,31 @@ bool Sidebar::event(QEvent* event)
 }
 
 /// As the style sheet says, but from a picture: else its gradient would be worked out for every star that twinkles behind.
-void Sidebar::paintEvent(QPaintEvent*)
+void Sidebar::paintEvent(QPaintEvent* event)
 {
     const qreal ratio = devicePixelRatioF();
-    if (const QSize wanted = (QSizeF(size()) * ratio).toSize(); m_backdrop.size() != wanted) {
+    const QSize drawn(stripWidth + edgeWidth, height());
+    if (const QSize wanted = (QSizeF(drawn) * ratio).toSize(); m_backdrop.size() != wanted) {
         m_backdrop = QPixmap(wanted);
         m_backdrop.setDevicePixelRatio(ratio);
         m_backdrop.fill(Qt::transparent);
         QPainter painter(&m_backdrop);
         QStyleOption option;
         option.initFrom(this);
+        option.rect = QRect(QPoint(0, 0), drawn);
         style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, this);
     }
-    QPainter(this).drawPixmap(0, 0, m_backdrop);
+    QPainter painter(this);
+    const auto draw = [&](int left, int from, int columns) {
+        const QRect target(left, 0, columns, height());
+        if (target.intersects(event->rect()))
+            painter.drawPixmap(target, m_backdrop,
+                               QRectF(from * ratio, 0, columns * ratio, m_backdrop.height()).toRect());
+    };
+    const int edge = width() - edgeWidth;
+    for (int left = 0; left < edge; left += stripWidth)
+        draw(left, 0, std::min(stripWidth, edge - left));
+    draw(edge, stripWidth, edgeWidth);
 }
 
 void Sidebar::setCurrentRow(int index)

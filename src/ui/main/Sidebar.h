@@ -8,13 +8,13 @@
 
 class QBoxLayout;
 class QButtonGroup;
-class QLabel;
 class QPushButton;
 class QVBoxLayout;
 
 namespace torvelane {
 
 class AvatarLabel;
+class TextLabel;
 class UsernameLabel;
 struct UserProfile;
 
@@ -51,7 +51,7 @@ private:
     QList<QPushButton*> m_rows;
     AvatarLabel* m_avatar = nullptr;
     UsernameLabel* m_userName = nullptr;
-    QLabel* m_email = nullptr;
+    TextLabel* m_email = nullptr;
     QPixmap m_backdrop;
 };
 

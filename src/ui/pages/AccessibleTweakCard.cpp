@@ -52,14 +52,7 @@ private:
 
 class AccessibleCard : public QAccessibleWidget {
 public:
-    explicit AccessibleCard(TweakCard* card) : QAccessibleWidget(card, QAccessible::Grouping), m_card(card)
-    {
-        for (const TweakCard::Text which :
-             {TweakCard::Text::Title, TweakCard::Text::Description, TweakCard::Text::Tag}) {
-            if (!card->text(which).isEmpty())
-                m_labels.append(QAccessible::registerAccessibleInterface(new PaintedLabel(card, which)));
-        }
-    }
+    explicit AccessibleCard(TweakCard* card) : QAccessibleWidget(card, QAccessible::Grouping), m_card(card) { }
 
     ~AccessibleCard() override
     {
@@ -79,7 +72,7 @@ public:
     QAccessibleInterface* child(int index) const override
     {
         if (index >= 0 && index < labelCount())
-            return QAccessible::accessibleInterface(m_labels.at(index));
+            return QAccessible::accessibleInterface(labels().at(index));
         return QAccessibleWidget::child(index - labelCount());
     }
 
@@ -94,10 +87,23 @@ public:
     }
 
 private:
-    int labelCount() const { return static_cast<int>(m_labels.size()); }
+    /// Made when somebody asks for them: a card's interface is there from its first name on, and mostly nobody listens.
+    const QList<QAccessible::Id>& labels() const
+    {
+        if (!m_labels.isEmpty())
+            return m_labels;
+        for (const TweakCard::Text which :
+             {TweakCard::Text::Title, TweakCard::Text::Description, TweakCard::Text::Tag}) {
+            if (!m_card->text(which).isEmpty())
+                m_labels.append(QAccessible::registerAccessibleInterface(new PaintedLabel(m_card, which)));
+        }
+        return m_labels;
+    }
+
+    int labelCount() const { return static_cast<int>(labels().size()); }
 
     TweakCard* m_card;
-    QList<QAccessible::Id> m_labels;
+    mutable QList<QAccessible::Id> m_labels;
 };
 
 QAccessibleInterface* makeAccessible(const QString&, QObject* object)

@@ -17,7 +17,7 @@ constexpr int rowSpacing = 10;
 } // namespace
 
 RowList::RowList(const char16_t* note, QWidget* neighbour, QWidget* parent)
-    : QWidget(parent)
+    : OutsideStyleSheet(parent)
     , m_neighbour(neighbour)
     , m_layout(new QVBoxLayout(this))
     , m_note(makeText(note, QString(), this))

@@ -1,17 +1,18 @@
 #pragma once
 
 #include "ui/controls/ListRow.h"
+#include "ui/theme/OutsideStyleSheet.h"
 
 #include <QList>
-#include <QWidget>
 
-class QLabel;
 class QVBoxLayout;
 
 namespace torvelane {
 
+class TextLabel;
+
 /// The entries of a page's list, or one sentence in their place. GUI thread.
-class RowList : public QWidget {
+class RowList : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:
@@ -28,7 +29,7 @@ public:
 private:
     QWidget* m_neighbour;
     QVBoxLayout* m_layout;
-    QLabel* m_note;
+    TextLabel* m_note;
     QList<ListRow*> m_rows;
 };
 

@@ -1,23 +1,14 @@
 #include "ui/pages/ScrollColumn.h"
 
-#include "ui/theme/OutsideStyleSheet.h"
+#include "ui/controls/QuietScrollArea.h"
 #include "ui/windows/HeroWindow.h"
 
 #include <QEvent>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QVBoxLayout>
 
 namespace torvelane {
 
 namespace {
-
-/// In the place of the horizontal bar, which a column never shows, but whose looks would be worked out all the same.
-class NoScrollBar : public OutsideStyleSheet<QScrollBar> {
-public:
-    using OutsideStyleSheet::OutsideStyleSheet;
-    [[nodiscard]] QSize sizeHint() const override { return {0, 0}; }
-};
 
 HeroWindow* heroWindowAround(const QWidget& widget)
 {
@@ -31,7 +22,7 @@ HeroWindow* heroWindowAround(const QWidget& widget)
 } // namespace
 
 ScrollColumn::ScrollColumn(QWidget* parent)
-    : QWidget(parent)
+    : OutsideStyleSheet(parent)
     , m_content(new OutsideStyleSheet<QWidget>(this))
     , m_column(new QVBoxLayout(m_content))
 {
@@ -46,14 +37,7 @@ void ScrollColumn::assemble()
         return;
     auto* const whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
-    m_area = new QScrollArea(this);
-    m_area->setFrameShape(QFrame::NoFrame);
-    m_area->setWidgetResizable(true);
-    m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_area->setHorizontalScrollBar(new NoScrollBar(Qt::Horizontal, m_area));
-    // No stop for the Tab key where nothing shows it. The keys that scroll come here from what is focused inside.
-    m_area->setFocusPolicy(Qt::NoFocus);
-    m_area->viewport()->setAutoFillBackground(false);
+    m_area = new QuietScrollArea(this);
     m_area->setWidget(m_content);
     m_content->setAutoFillBackground(false); // which the area has set
     whole->addWidget(m_area);
@@ -64,7 +48,7 @@ bool ScrollColumn::event(QEvent* event)
 {
     if (event->type() == QEvent::Polish)
         assemble();
-    return QWidget::event(event);
+    return OutsideStyleSheet::event(event);
 }
 
 int ScrollColumn::viewportWidth()
@@ -81,14 +65,14 @@ void ScrollColumn::carryBackdrop()
 
 void ScrollColumn::showEvent(QShowEvent* event)
 {
-    QWidget::showEvent(event);
+    OutsideStyleSheet::showEvent(event);
     refreshBackdrop();
 }
 
 /// The picture goes with the page: twenty pages would keep one each.
 void ScrollColumn::hideEvent(QHideEvent* event)
 {
-    QWidget::hideEvent(event);
+    OutsideStyleSheet::hideEvent(event);
     if (m_area && m_carriesBackdrop) {
         m_area->viewport()->setAutoFillBackground(false);
         m_area->viewport()->setPalette({});

@@ -1,16 +1,17 @@
 #pragma once
 
-#include <QWidget>
+#include "ui/theme/OutsideStyleSheet.h"
 
-class QScrollArea;
 class QVBoxLayout;
 
 namespace torvelane {
 
+class QuietScrollArea;
+
 /// A page's content: one column that scrolls where it doesn't fit, and lets the window's background through. The content
 /// is put into its scroll area when the page is first laid out in the window or shown: areas that nobody has seen yet
 /// would cost each start their scroll bars.
-class ScrollColumn : public QWidget {
+class ScrollColumn : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:
@@ -40,7 +41,7 @@ private:
 
     QWidget* m_content;
     QVBoxLayout* m_column;
-    QScrollArea* m_area = nullptr; ///< Null until assembled.
+    QuietScrollArea* m_area = nullptr; ///< Null until assembled.
     bool m_carriesBackdrop = false;
     bool m_backgroundHooked = false; ///< Done once, at the first show in a HeroWindow.
 };

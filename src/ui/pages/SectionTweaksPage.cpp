@@ -6,6 +6,7 @@
 #include "system/UndoFile.h"
 #include "tweaks/TierGate.h"
 #include "tweaks/TweakEngine.h"
+#include "ui/controls/TextLabel.h"
 #include "ui/controls/TierPill.h"
 #include "ui/controls/ToggleSwitch.h"
 #include "ui/pages/BatchQuestion.h"
@@ -15,7 +16,6 @@
 #include "ui/theme/Theme.h"
 
 #include <QGridLayout>
-#include <QLabel>
 #include <QPushButton>
 #include <QShowEvent>
 #include <QStyle>
@@ -87,7 +87,7 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
     connect(m_actionButton, &QPushButton::clicked, this, &SectionTweaksPage::applyAllRecommended);
     column->addWidget(m_actionButton, 0, Qt::AlignLeft);
 
-    auto* const tiles = new QWidget(m_scroll->content());
+    auto* const tiles = new OutsideStyleSheet<QWidget>(m_scroll->content());
     tiles->setLayout(m_grid);
     m_grid->setContentsMargins(0, 0, 0, 0);
     m_grid->setSpacing(gridSpacing);
@@ -95,14 +95,13 @@ SectionTweaksPage::SectionTweaksPage(AppContext& context, const QString& section
 
     buildCards();
     if (m_cards.isEmpty()) {
-        auto* const label = new QLabel(
+        auto* const label = new TextLabel(
+            QStringLiteral("Muted"),
             translate(
                 "SectionTweaksPage",
                 "No tweaks are defined for this section yet. Features that need a non-registry backend (power plans, "
                 "services, file cleanup) are added in their own phase — nothing here is faked."),
             m_scroll->content());
-        label->setObjectName(QStringLiteral("Muted"));
-        label->setTextFormat(Qt::PlainText);
         label->setWordWrap(true);
         column->addWidget(label);
     }
@@ -192,6 +191,7 @@ void SectionTweaksPage::buildCards()
         const auto work = m_work.constFind(tweak.id);
         m_cards.append(buildCard(tweak, work == m_work.cend() ? applied.contains(tweak.id) : work->desired));
         m_cardsById.insert(tweak.id, m_cards.last());
+        m_ids.append(tweak.id);
     }
     m_builtTier = m_context->tier;
 }
@@ -205,6 +205,7 @@ void SectionTweaksPage::rebuildCards()
     }
     m_cards.clear();
     m_cardsById.clear();
+    m_ids.clear();
     m_switches.clear();
     m_columns = 0;
     buildCards();
@@ -350,11 +351,9 @@ void SectionTweaksPage::applyAllRecommended()
 SectionTweaksPage::Division SectionTweaksPage::divide() const
 {
     Division division;
-    const QList<TweakDefinition> definitions = m_context->catalog.definitions();
-    for (const TweakDefinition& tweak : definitions) {
-        const ToggleSwitch* const toggle = m_switches.value(tweak.id);
-        if (toggle)
-            (toggle->isOn() ? division.applied : division.notApplied).append(tweak.id);
+    for (const QString& id : m_ids) {
+        if (const ToggleSwitch* const toggle = m_switches.value(id))
+            (toggle->isOn() ? division.applied : division.notApplied).append(id);
     }
     return division;
 }

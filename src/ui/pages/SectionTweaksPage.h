@@ -96,6 +96,7 @@ private:
     QGridLayout* m_grid = nullptr;
     QList<TweakCard*> m_cards;
     QHash<QString, TweakCard*> m_cardsById;
+    QStringList m_ids; ///< Of the cards, in their order.
     bool m_wasShown = false;
     QHash<QString, ToggleSwitch*> m_switches; ///< Only of cards that aren't locked.
     QHash<QString, Work> m_work;

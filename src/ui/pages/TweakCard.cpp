@@ -61,7 +61,6 @@ TweakCard::TweakCard(Content content, QWidget* parent) : OutsideStyleSheet(paren
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
-    setAccessibleName(m_content.title);
 }
 
 QString TweakCard::text(Text which) const
@@ -170,6 +169,9 @@ void TweakCard::resizeEvent(QResizeEvent* event)
 bool TweakCard::event(QEvent* event)
 {
     switch (event->type()) {
+    case QEvent::Polish:
+        setAccessibleName(m_content.title); // earlier, a start would pay for it
+        break;
     case QEvent::Enter:
         setHovered(true);
         break;

@@ -3,8 +3,8 @@
 #include "ui/theme/Icons.h"
 #include "ui/theme/OutsideStyleSheet.h"
 
-#include <QFrame>
 #include <QPixmapCache>
+#include <QWidget>
 
 #include <functional>
 
@@ -19,7 +19,7 @@ namespace torvelane {
 ///
 /// Fonts and colors are those that the style sheet gives to labels named TweakTitle, TweakDesc, WarnTag and OkTag. To
 /// assistive technology each text is a label, too. GUI thread.
-class TweakCard : public OutsideStyleSheet<QFrame> {
+class TweakCard : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:

@@ -7,20 +7,16 @@
 namespace torvelane {
 
 /// A `Base` that paints all of itself and stays out of the application's style sheet. The style keeps some 7 KB of worked-out
-/// rules for each widget that it has polished, and tiles and switches come by the hundred. Whoever asks the style about
-/// such a widget all the same gets the right answer. GUI thread.
+/// rules for each widget that it has polished, and a window has a thousand. Whoever asks the style about such a widget all
+/// the same gets the right answer. GUI thread.
 template <class Base>
 class OutsideStyleSheet : public Base {
 public:
     using Base::Base;
 
-    /// Has the style forget what it may have been asked about this widget. By its own accord it does so only for those
-    /// that it has polished, and would take the next widget at this address for this one.
-    ~OutsideStyleSheet() override
-    {
-        this->setAttribute(Qt::WA_StyleSheet);
-        this->style()->unpolish(this);
-    }
+    /// By its own accord the style forgets only the widgets that it has polished, and would take the next one at this
+    /// address for this one.
+    ~OutsideStyleSheet() override { forget(); }
 
 protected:
     /// The base class would have the style polish it. Its other work there is for fonts and colors that are set for a
@@ -30,7 +26,17 @@ protected:
         if (event->type() != QEvent::Polish)
             return Base::event(event);
         this->setAttribute(Qt::WA_WState_Polished);
+        if (this->testAttribute(Qt::WA_StyleSheet)) // Labels and scroll bars ask when they are made.
+            forget();
         return true;
+    }
+
+private:
+    /// Has the style forget what it may have been asked about this widget.
+    void forget()
+    {
+        this->setAttribute(Qt::WA_StyleSheet);
+        this->style()->unpolish(this);
     }
 };
 

@@ -106,7 +106,7 @@ QPushButton#NavItem:checked {
     background: qlineargradient(x1:0, y1:0, x2:1, y2:0, stop:0 rgba(95,106,233,0.20), stop:1 rgba(101,113,255,0.06));
 }
 QPushButton#NavItem:disabled { color: #4B5563; }
-QLabel#NavCategory { color: #9CA3AF; font-family: "%1"; font-size: 11px; font-weight: 700; padding: 2px 6px; }
+QLabel#NavCategory { color: #9CA3AF; font-family: "%1"; font-size: 11px; font-weight: 700; }
 
 QPushButton#SubTab {
     background: transparent; border: none; border-bottom: 2px solid transparent; border-radius: 0;
