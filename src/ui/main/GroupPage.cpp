@@ -1,7 +1,9 @@
 #include "ui/main/GroupPage.h"
 
 #include "ui/controls/AccessibleRole.h"
+#include "ui/controls/Divider.h"
 #include "ui/controls/IconLabel.h"
+#include "ui/controls/TextLabel.h"
 #include "ui/main/Gate.h"
 #include "ui/main/PageStack.h"
 #include "ui/pages/Page.h"
@@ -10,7 +12,6 @@
 #include <QButtonGroup>
 #include <QEvent>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -28,11 +29,9 @@ QLayout* makeHeader(IconId icon, const QString& title, const QString& subtitle, 
     row->addWidget(new IconLabel(icon, palette::ink, 26, parent), 0, Qt::AlignVCenter);
     auto* const texts = new QVBoxLayout;
     texts->setSpacing(2);
-    auto* const titleLabel = new QLabel(title, parent);
-    titleLabel->setObjectName(QStringLiteral("H1"));
+    auto* const titleLabel = new TextLabel(QStringLiteral("H1"), title, parent);
     titleLabel->setFont(displayFont(23, QFont::Bold));
-    auto* const subtitleLabel = new QLabel(subtitle, parent);
-    subtitleLabel->setObjectName(QStringLiteral("Subtitle"));
+    auto* const subtitleLabel = new TextLabel(QStringLiteral("Subtitle"), subtitle, parent);
     subtitleLabel->setWordWrap(true);
     texts->addWidget(titleLabel);
     texts->addWidget(subtitleLabel);
@@ -44,82 +43,71 @@ QLayout* makeHeader(IconId icon, const QString& title, const QString& subtitle, 
 
 GroupPage::GroupPage(IconId icon, const QString& title, const QString& subtitle, Tier required, const QString& webBase,
                      QWidget* parent)
-    : QWidget(parent)
+    : OutsideStyleSheet(parent)
+    , m_icon(icon)
+    , m_title(title)
+    , m_subtitle(subtitle)
     , m_required(required)
     , m_webBase(webBase)
     , m_tabGroup(new QButtonGroup(this))
-    , m_tabLayout(new QHBoxLayout)
+    , m_stack(new PageStack(this))
 {
-    auto* const outer = new QVBoxLayout(this);
-    outer->setContentsMargins(0, 0, 0, 0);
-    auto* const body = new QWidget(this);
-    outer->addWidget(body);
-    auto* const column = new QVBoxLayout(body);
-    column->setContentsMargins(8, 4, 8, 8);
-    column->setSpacing(0);
-
-    column->addLayout(makeHeader(icon, title, subtitle, body));
-    column->addSpacing(18);
-    auto* const divider = new QFrame(body);
-    divider->setObjectName(QStringLiteral("Divider"));
-    divider->setFixedHeight(1);
-    column->addWidget(divider);
-
-    m_tabBar = new QWidget(body);
-    m_tabBar->setLayout(m_tabLayout);
-    m_tabLayout->setContentsMargins(0, 12, 0, 0);
-    m_tabLayout->setSpacing(0);
-    m_tabLayout->addStretch();
-    column->addWidget(m_tabBar);
-    column->addSpacing(18);
-    m_stack = new PageStack(body);
-    column->addWidget(m_stack, 1);
-
-    setAccessibleRole(m_tabBar, QAccessible::PageTabList);
     m_tabGroup->setExclusive(true);
     connect(m_tabGroup, &QButtonGroup::idClicked, this, &GroupPage::selectSection);
 }
 
+void GroupPage::build()
+{
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(8, 4, 8, 8);
+    column->setSpacing(0);
+    column->addLayout(makeHeader(m_icon, m_title, m_subtitle, this));
+    column->addSpacing(18);
+    column->addWidget(new Divider(this));
+    m_tabBar = new OutsideStyleSheet<QWidget>(this);
+    setAccessibleRole(m_tabBar, QAccessible::PageTabList);
+    auto* const tabs = new QHBoxLayout(m_tabBar);
+    tabs->setContentsMargins(0, 12, 0, 0);
+    tabs->setSpacing(0);
+    for (Section& section : m_sections)
+        addTab(section);
+    tabs->addStretch();
+    column->addWidget(m_tabBar);
+    column->addSpacing(18);
+    column->addWidget(m_stack, 1);
+    m_stack->raise(); // for assistive technology behind the header, as it is seen
+    refreshTabs();
+}
+
+void GroupPage::addTab(Section& section)
+{
+    section.tab = new QPushButton(QStringLiteral("  ") + section.label, m_tabBar);
+    section.tab->setObjectName(QStringLiteral("SubTab"));
+    setAccessibleRole(section.tab, QAccessible::PageTab);
+    section.tab->setAccessibleName(section.label);
+    section.tab->setCheckable(true);
+    section.tab->setCursor(Qt::PointingHandCursor);
+    section.tab->setIconSize(QSize(tabIconSize, tabIconSize));
+    m_tabGroup->addButton(section.tab, m_tabBar->layout()->count());
+    m_tabBar->layout()->addWidget(section.tab);
+}
+
 void GroupPage::addSection(IconId icon, const QString& label, Page* page, Tier gate)
 {
-    Section section{.icon = icon, .page = page};
-    const int index = sectionCount();
+    Section section{.icon = icon, .label = label, .page = page};
     if (gate != Tier::None && !page->locksItself()) {
         section.gate = new Gate(page, gate, m_webBase);
         section.gate->setUserTier(m_userTier);
     }
     m_stack->addPage(section.gate ? static_cast<QWidget*>(section.gate) : page);
-
-    section.tab = new QPushButton(QStringLiteral("  ") + label, m_tabBar);
-    section.tab->setObjectName(QStringLiteral("SubTab"));
-    setAccessibleRole(section.tab, QAccessible::PageTab);
-    section.tab->setAccessibleName(label);
-    section.tab->setCheckable(true);
-    section.tab->setCursor(Qt::PointingHandCursor);
-    section.tab->setIcon(iconFor(icon, palette::muted, tabIconSize));
-    section.tab->setIconSize(QSize(tabIconSize, tabIconSize));
-    m_tabGroup->addButton(section.tab, index);
-    m_tabLayout->insertWidget(m_tabLayout->count() - 1, section.tab);
     m_sections.append(section);
-    refreshTabBar();
-    if (index == 0)
-        selectSection(0);
-}
-
-/// A single tab needs no bar. Decided when the page gets its style: shown before, the bar would get its own out of the
-/// window.
-void GroupPage::refreshTabBar()
-{
-    if (testAttribute(Qt::WA_WState_Polished))
-        m_tabBar->setVisible(sectionCount() > 1);
 }
 
 bool GroupPage::event(QEvent* event)
 {
-    const bool handled = QWidget::event(event);
-    if (event->type() == QEvent::Polish)
-        refreshTabBar();
-    return handled;
+    if (event->type() == QEvent::Polish && !m_tabBar)
+        build();
+    return OutsideStyleSheet::event(event);
 }
 
 void GroupPage::selectSection(int index)
@@ -127,21 +115,25 @@ void GroupPage::selectSection(int index)
     if (index < 0 || index >= sectionCount())
         return;
     const int before = m_stack->currentPage();
-    const bool first = !m_tabGroup->checkedButton();
-    m_sections.at(index).tab->setChecked(true);
     m_stack->setCurrentPage(index);
-    refreshTabIcons();
+    refreshTabs();
     // The new page at once and not one turn of the event loop later; its fade starts from the next frame.
     window()->repaint();
-    if (index != before && !first)
+    if (index != before)
         fadeInWidget(m_stack->currentWidget(), pageFadeMs);
 }
 
-void GroupPage::refreshTabIcons()
+/// A single tab needs no bar.
+void GroupPage::refreshTabs()
 {
-    for (const Section& section : std::as_const(m_sections)) {
-        const QColor color = section.tab->isChecked() ? palette::accent : palette::muted;
-        section.tab->setIcon(iconFor(section.icon, color, tabIconSize));
+    if (!m_tabBar)
+        return;
+    m_tabBar->setVisible(sectionCount() > 1);
+    for (int i = 0; i < sectionCount(); ++i) {
+        const Section& section = m_sections.at(i);
+        const bool isCurrent = i == m_stack->currentPage();
+        section.tab->setChecked(isCurrent);
+        section.tab->setIcon(iconFor(section.icon, isCurrent ? palette::accent : palette::muted, tabIconSize));
     }
 }
 

@@ -2,12 +2,11 @@
 
 #include "core/Tier.h"
 #include "ui/theme/Icons.h"
+#include "ui/theme/OutsideStyleSheet.h"
 
 #include <QList>
-#include <QWidget>
 
 class QButtonGroup;
-class QHBoxLayout;
 class QPushButton;
 
 namespace torvelane {
@@ -17,8 +16,8 @@ class Page;
 class PageStack;
 
 /// The content of one sidebar row: a header, a row of underlined tabs, and a stack of section pages, each locked or
-/// open by the user's tier. GUI thread.
-class GroupPage : public QWidget {
+/// open by the user's tier. Header and tabs are made when it joins the window. GUI thread.
+class GroupPage : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:
@@ -50,20 +49,24 @@ protected:
 private:
     struct Section {
         IconId icon;
-        QPushButton* tab = nullptr;
+        QString label;
+        QPushButton* tab = nullptr; ///< Null until the group joins the window.
         Page* page = nullptr;
         Gate* gate = nullptr; ///< Around the page, if it has one.
     };
 
-    void refreshTabBar();
-    void refreshTabIcons();
+    void build();
+    void addTab(Section& section);
+    void refreshTabs();
 
+    IconId m_icon;
+    QString m_title;
+    QString m_subtitle;
     Tier m_required;
     QString m_webBase;
     Tier m_userTier = Tier::None;
     QButtonGroup* m_tabGroup;
-    QWidget* m_tabBar = nullptr;
-    QHBoxLayout* m_tabLayout;
+    QWidget* m_tabBar = nullptr; ///< Null until the group joins the window, like the tabs.
     PageStack* m_stack = nullptr;
     QList<Section> m_sections;
 };

@@ -4,11 +4,10 @@
 #include "core/Deployment.h"
 #include "core/Translate.h"
 #include "ui/controls/FocusRing.h"
+#include "ui/controls/GlassCard.h"
 #include "ui/theme/Icons.h"
 #include "ui/theme/Theme.h"
 
-#include <QFrame>
-#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -36,32 +35,24 @@ QString identityLine(const UserProfile& profile)
 
 } // namespace
 
-AccountPage::AccountPage(const UserProfile& profile, QWidget* parent) : Page(parent)
+AccountPage::AccountPage(const UserProfile& profile, QWidget* parent) : Page(parent), m_identity(identityLine(profile))
+{
+}
+
+void AccountPage::build()
 {
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->setSpacing(16);
 
-    auto* const card = new QFrame;
-    card->setObjectName(QStringLiteral("GlassCard"));
-    auto* const column = new QVBoxLayout(card);
-    column->setContentsMargins(28, 26, 28, 26);
-    column->setSpacing(10);
-    auto* const title = new QLabel(translate("MainWindow", "Account"));
-    title->setFont(displayFont(18, QFont::Bold));
-    title->setStyleSheet(QStringLiteral("color:#FFFFFF;"));
-    auto* const identity = new QLabel(identityLine(profile));
-    identity->setObjectName(QStringLiteral("Muted"));
-    identity->setTextFormat(Qt::PlainText);
-    identity->setWordWrap(true);
-    auto* const version = new QLabel(QStringLiteral("Torvelane %1").arg(deployment::version));
-    version->setObjectName(QStringLiteral("Faint"));
-    column->addWidget(title);
-    column->addWidget(identity);
-    column->addWidget(version);
+    auto* const card = new GlassCard(10, this, {28, 26, 28, 26});
+    card->column()->addWidget(makeTitle(translate("MainWindow", "Account"), 18, card));
+    card->column()->addWidget(makeText(u"Muted", m_identity, card));
+    card->column()->addWidget(
+        new TextLabel(QStringLiteral("Faint"), QStringLiteral("Torvelane %1").arg(deployment::version), card));
     outer->addWidget(card);
 
-    auto* const signOut = new QPushButton(QStringLiteral("  ") + translate("MainWindow", "Sign out"));
+    auto* const signOut = new QPushButton(QStringLiteral("  ") + translate("MainWindow", "Sign out"), this);
     signOut->setAccessibleName(translate("MainWindow", "Sign out"));
     signOut->setCursor(Qt::PointingHandCursor);
     signOut->setMinimumHeight(44);

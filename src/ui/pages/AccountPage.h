@@ -15,6 +15,12 @@ public:
 
 Q_SIGNALS:
     void signOutRequested();
+
+protected:
+    void build() override;
+
+private:
+    QString m_identity;
 };
 
 } // namespace torvelane

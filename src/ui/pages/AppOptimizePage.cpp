@@ -5,7 +5,6 @@
 #include "ui/pages/RowList.h"
 
 #include <QDir>
-#include <QEvent>
 #include <QFileDialog>
 #include <QPointer>
 #include <QPushButton>
@@ -21,7 +20,9 @@ constexpr int chooseHeight = 42;
 
 } // namespace
 
-AppOptimizePage::AppOptimizePage(QWidget* parent) : WorkPage(parent)
+AppOptimizePage::AppOptimizePage(QWidget* parent) : WorkPage(parent) { }
+
+void AppOptimizePage::build()
 {
     column()->addWidget(
         makeText(u"Faint",
@@ -38,14 +39,7 @@ AppOptimizePage::AppOptimizePage(QWidget* parent) : WorkPage(parent)
     column()->addWidget(m_list);
     column()->addStretch();
     carryBackdrop();
-}
-
-/// The rows wait until the page joins the window: a hundred of them are more than a start should pay for.
-bool AppOptimizePage::event(QEvent* event)
-{
-    if (event->type() == QEvent::Polish)
-        rebuildList();
-    return WorkPage::event(event);
+    rebuildList();
 }
 
 void AppOptimizePage::chooseProgram()

@@ -18,7 +18,7 @@ public:
     explicit AppOptimizePage(QWidget* parent = nullptr);
 
 protected:
-    bool event(QEvent* event) override;
+    void build() override;
 
 private:
     void chooseProgram();
@@ -26,8 +26,8 @@ private:
     void rebuildList();
 
     AppOptimizer m_optimizer;
-    QPushButton* m_choose;
-    RowList* m_list;
+    QPushButton* m_choose = nullptr;
+    RowList* m_list = nullptr;
 };
 
 } // namespace torvelane

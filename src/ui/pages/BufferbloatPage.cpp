@@ -37,6 +37,10 @@ BufferbloatPage::BufferbloatPage(QWidget* parent)
     : WorkPage(parent)
     , m_optimizer(std::make_shared<BufferbloatOptimizer>())
 {
+}
+
+void BufferbloatPage::build()
+{
     column()->addWidget(makeText(
         u"Faint",
         translate(

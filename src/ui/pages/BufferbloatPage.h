@@ -17,6 +17,7 @@ public:
     explicit BufferbloatPage(QWidget* parent = nullptr);
 
 protected:
+    void build() override;
     void refreshControls() override;
 
 private:

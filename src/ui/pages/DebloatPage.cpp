@@ -45,8 +45,11 @@ QString joined(const QString& freed, const QString& text)
 
 } // namespace
 
-DebloatPage::DebloatPage(QWidget* parent) : WorkPage(parent), m_categories(DebloatCleaner::categories())
+DebloatPage::DebloatPage(QWidget* parent) : WorkPage(parent) { }
+
+void DebloatPage::build()
 {
+    m_categories = DebloatCleaner::categories();
     column()->addWidget(
         makeText(u"Faint",
                  translate("DebloatPage",

@@ -21,6 +21,7 @@ public:
     explicit DebloatPage(QWidget* parent = nullptr);
 
 protected:
+    void build() override;
     void refreshControls() override;
     void showEvent(QShowEvent* event) override;
 
@@ -39,7 +40,7 @@ private:
     QHash<QString, ListRow*> m_rows;
     Sizes m_sizes; ///< As they were when somebody last looked.
     QList<QPushButton*> m_buttons;
-    QProgressBar* m_progress;
+    QProgressBar* m_progress = nullptr;
     bool m_scanned = false;
 };
 

@@ -29,11 +29,15 @@ struct Outcome {
 
 GamingModePage::GamingModePage(QWidget* parent) : WorkPage(parent), m_watch(new LoadWatch(this))
 {
+    connect(m_watch, &LoadWatch::sampled, this, &GamingModePage::showSample);
+}
+
+void GamingModePage::build()
+{
     column()->addWidget(makeModeCard(content()));
     addStatusRow(column());
     column()->addWidget(makeLoadCard(content()));
     column()->addStretch();
-    connect(m_watch, &LoadWatch::sampled, this, &GamingModePage::showSample);
     showActive(false);
     read(job([] { return GamingMode::isActive(); }), [this](bool active) { showActive(active); });
 }
@@ -47,8 +51,7 @@ QWidget* GamingModePage::makeModeCard(QWidget* parent)
     card->column()->addLayout(head);
     head->addWidget(makeTitle(title, titlePixelSize, card));
     head->addStretch();
-    m_state = new QLabel(card);
-    m_state->setObjectName(QStringLiteral("Muted"));
+    m_state = new TextLabel(QStringLiteral("Muted"), QString(), card);
     head->addWidget(m_state);
     m_switch = new ToggleSwitch(card);
     m_switch->setAccessibleName(title);

@@ -7,6 +7,7 @@ namespace torvelane {
 class ElidedLabel;
 class LoadWatch;
 class StatTile;
+class TextLabel;
 class ToggleSwitch;
 struct LoadSample;
 
@@ -19,6 +20,7 @@ public:
     explicit GamingModePage(QWidget* parent = nullptr);
 
 protected:
+    void build() override;
     void refreshControls() override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
@@ -33,7 +35,7 @@ private:
     void adaptWatch();
 
     ToggleSwitch* m_switch = nullptr;
-    QLabel* m_state = nullptr;
+    TextLabel* m_state = nullptr;
     StatTile* m_cpu = nullptr;
     StatTile* m_gpu = nullptr;
     StatTile* m_memory = nullptr;

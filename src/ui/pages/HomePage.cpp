@@ -101,10 +101,9 @@ QWidget* HomePage::makeChartCard(QWidget* parent)
     for (const auto& [caption, color] : {std::pair(translate("HomePage", "CPU"), palette::accent),
                                          {translate("HomePage", "GPU"), palette::accentDeep},
                                          {translate("HomePage", "RAM"), palette::muted}}) {
-        auto* const legend = new QLabel(QStringLiteral("● ") + caption, card);
-        legend->setObjectName(QStringLiteral("Faint"));
+        auto* const legend = new TextLabel(QStringLiteral("Faint"), QStringLiteral("● ") + caption, card);
         legend->setAccessibleName(caption);
-        legend->setStyleSheet(QStringLiteral("color: %1;").arg(color.name()));
+        legend->setColor(color);
         head->addWidget(legend);
         m_chart->addSeries(color);
     }
@@ -130,10 +129,11 @@ QWidget* HomePage::makeQuickstartCard(QWidget* parent)
     return card;
 }
 
-void HomePage::showEvent(QShowEvent* event)
+/// The first sample waits until all of the window has been painted.
+void HomePage::paintEvent(QPaintEvent*)
 {
-    Page::showEvent(event);
-    m_watch->start();
+    if (!std::exchange(m_wasPainted, true))
+        QMetaObject::invokeMethod(m_watch, &LoadWatch::start, Qt::QueuedConnection);
 }
 
 /// A chart that begins empty looks dead: the minute before the first sample is a random walk back from the readings of

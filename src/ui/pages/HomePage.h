@@ -20,7 +20,7 @@ public:
     explicit HomePage(QWidget* parent = nullptr);
 
 protected:
-    void showEvent(QShowEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     QLayout* makeTiles(QWidget* parent);
@@ -36,6 +36,7 @@ private:
     StatTile* m_game = nullptr;
     LiveChart* m_chart = nullptr;
     LoadWatch* m_watch;
+    bool m_wasPainted = false;
     bool m_isSeeded = false;
 };
 

@@ -41,7 +41,9 @@ QString nameOf(const NetAdapter& adapter)
 
 } // namespace
 
-NetworkPage::NetworkPage(QWidget* parent) : WorkPage(parent), m_optimizer(std::make_shared<NetworkOptimizer>())
+NetworkPage::NetworkPage(QWidget* parent) : WorkPage(parent), m_optimizer(std::make_shared<NetworkOptimizer>()) { }
+
+void NetworkPage::build()
 {
     column()->addWidget(makeTitle(translate("NetworkPage", "Network optimization"), titleSize, content()));
     column()->addWidget(
@@ -71,10 +73,10 @@ void NetworkPage::buildCard()
     texts->setSpacing(textSpacing);
     row->addLayout(texts, 1);
     auto* const title = makeText(u"", translate("NetworkPage", "All network adapters"), m_card);
-    title->setStyleSheet(QStringLiteral("font-weight:600;"));
+    title->setFont(bodyFont(14, QFont::DemiBold));
     m_names = makeText(u"Muted", QString(), m_card);
     m_state = makeText(u"Faint", QString(), m_card);
-    for (QLabel* const label : {title, m_names, m_state})
+    for (TextLabel* const label : {title, m_names, m_state})
         texts->addWidget(label);
     auto* const buttons = new QHBoxLayout;
     buttons->setSpacing(buttonSpacing);

@@ -5,13 +5,13 @@
 
 #include <optional>
 
-class QLabel;
 class QPushButton;
 
 namespace torvelane {
 
 class GlassCard;
 class NetworkOptimizer;
+class TextLabel;
 
 /// The settings of all network adapters at once, and the way back. Looks for adapters when it is first shown and after
 /// each change.
@@ -22,6 +22,7 @@ public:
     explicit NetworkPage(QWidget* parent = nullptr);
 
 protected:
+    void build() override;
     void refreshControls() override;
     void showEvent(QShowEvent* event) override;
 
@@ -34,12 +35,12 @@ private:
 
     std::shared_ptr<NetworkOptimizer> m_optimizer;
     std::optional<QList<NetAdapter>> m_adapters; ///< Nothing until the first look has ended.
-    QLabel* m_note;                              ///< In place of the card.
-    GlassCard* m_card;
-    QLabel* m_names;
-    QLabel* m_state;
-    QPushButton* m_restore;
-    QPushButton* m_optimize;
+    TextLabel* m_note = nullptr;                 ///< In place of the card.
+    GlassCard* m_card = nullptr;
+    TextLabel* m_names = nullptr;
+    TextLabel* m_state = nullptr;
+    QPushButton* m_restore = nullptr;
+    QPushButton* m_optimize = nullptr;
     bool m_lendsFocus = false; ///< The keyboard was on the card when it was hidden.
     QPointer<QWidget> m_focusMeanwhile;
 };

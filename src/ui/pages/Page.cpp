@@ -2,11 +2,21 @@
 
 #include "ui/controls/AppDialog.h"
 
+#include <QEvent>
 #include <QPointer>
+
+#include <utility>
 
 namespace torvelane {
 
 void Page::onTierChanged(Tier) { }
+
+bool Page::event(QEvent* event)
+{
+    if (event->type() == QEvent::Polish && !std::exchange(m_isBuilt, true))
+        build();
+    return OutsideStyleSheet::event(event);
+}
 
 bool Page::confirm(const QString& title, const QString& text, const QString& acceptText, const QString& cancelText,
                    bool destructive)

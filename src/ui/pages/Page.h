@@ -1,10 +1,10 @@
 #pragma once
 
 #include "core/Tier.h"
+#include "ui/theme/OutsideStyleSheet.h"
 
 #include <QFutureWatcher>
 #include <QPromise>
-#include <QWidget>
 #include <QtConcurrent>
 
 #include <atomic>
@@ -16,11 +16,11 @@ namespace torvelane {
 
 /// What a container knows of a page, whatever it shows. The container owns it; it lives on the GUI thread, for as long as
 /// the session.
-class Page : public QWidget {
+class Page : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
 public:
-    using QWidget::QWidget;
+    using OutsideStyleSheet::OutsideStyleSheet;
 
     /// Whether the page shows by itself what the user's tier doesn't cover. Any other page is locked as a whole.
     [[nodiscard]] virtual bool locksItself() const { return false; }
@@ -37,6 +37,12 @@ Q_SIGNALS:
     void navigateRequested(const QString& sectionKey);
 
 protected:
+    /// Makes the content: once, when the page joins the window or is first shown. What nobody has come to yet costs a start
+    /// nothing. Until then the page is empty, and only its container calls it.
+    virtual void build() { }
+
+    bool event(QEvent* event) override;
+
     /// AppDialog::confirm over the page's window. False also if the page was deleted while the question stood: touch
     /// nothing of the page then.
     [[nodiscard]] bool confirm(const QString& title, const QString& text, const QString& acceptText,
@@ -59,6 +65,7 @@ protected:
 private:
     [[nodiscard]] bool isRetired() const;
 
+    bool m_isBuilt = false;
     std::shared_ptr<std::atomic_bool> m_dropped = std::make_shared<std::atomic_bool>(false); ///< Shared with workers.
 };
 

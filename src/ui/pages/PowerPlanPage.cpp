@@ -64,7 +64,9 @@ void PowerPlanPage::work(const QString& status, Change change)
     });
 }
 
-PowerPlanPage::PowerPlanPage(QWidget* parent) : WorkPage(parent)
+PowerPlanPage::PowerPlanPage(QWidget* parent) : WorkPage(parent) { }
+
+void PowerPlanPage::build()
 {
     m_best = makeButton(u"primary", translate("PowerPlanPage", "Apply best performance plan"), bestHeight, content());
     connect(m_best, &QPushButton::clicked, this, [this] {

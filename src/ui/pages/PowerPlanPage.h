@@ -15,6 +15,7 @@ public:
     explicit PowerPlanPage(QWidget* parent = nullptr);
 
 protected:
+    void build() override;
     void refreshControls() override;
     void showEvent(QShowEvent* event) override;
 
@@ -22,9 +23,9 @@ private:
     template <typename Change>
     void work(const QString& status, Change change);
 
-    QPushButton* m_best;
-    QPushButton* m_cpu;
-    QPushButton* m_disk;
+    QPushButton* m_best = nullptr;
+    QPushButton* m_cpu = nullptr;
+    QPushButton* m_disk = nullptr;
 };
 
 } // namespace torvelane

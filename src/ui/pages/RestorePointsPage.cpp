@@ -59,7 +59,9 @@ struct RestorePointsPage::Wording {
     QString advice; ///< After a failure.
 };
 
-RestorePointsPage::RestorePointsPage(QWidget* parent) : WorkPage(parent)
+RestorePointsPage::RestorePointsPage(QWidget* parent) : WorkPage(parent) { }
+
+void RestorePointsPage::build()
 {
     column()->addWidget(makeText(
         u"Faint",

@@ -19,6 +19,7 @@ public:
     explicit RestorePointsPage(QWidget* parent = nullptr);
 
 protected:
+    void build() override;
     void refreshControls() override;
     void showEvent(QShowEvent* event) override;
 

@@ -1,6 +1,7 @@
 #include "ui/pages/ScanPage.h"
 
 #include "core/Translate.h"
+#include "ui/controls/Divider.h"
 #include "ui/controls/GlassCard.h"
 #include "ui/controls/IconLabel.h"
 #include "ui/theme/Theme.h"
@@ -61,7 +62,7 @@ QLayout* makeGroup(const HardwareGroup& group, QWidget* card)
         label->setWordWrap(false);
         label->setMinimumWidth(labelWidth);
         auto* const value = makeText(u"", row.value, card);
-        value->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        value->setSelectable();
         value->setContextMenuPolicy(Qt::NoContextMenu); // The page has one, which holds more.
         value->setAccessibleName(QStringLiteral("%1: %2").arg(row.label, row.value));
         grid->addWidget(label, line, 0, Qt::AlignLeft | Qt::AlignTop);
@@ -86,10 +87,7 @@ QWidget* makeSectionCard(const HardwareSection& section, QWidget* parent)
     for (const HardwareGroup& group : section.groups) {
         if (!std::exchange(isFirst, false)) {
             column->addSpacing(12);
-            auto* const divider = new QFrame(card);
-            divider->setObjectName(QStringLiteral("Divider"));
-            divider->setFixedHeight(1);
-            column->addWidget(divider);
+            column->addWidget(new Divider(card));
         }
         column->addLayout(makeGroup(group, card));
     }
@@ -128,15 +126,15 @@ QString selectedText(const QWidget& page)
 
 } // namespace
 
-ScanPage::ScanPage(QWidget* parent)
-    : WorkPage(parent)
-    , m_rescan(makeButton(u"ghost", QStringLiteral("  ") + translate("ScanPage", "Rescan"), 0, this))
-    , m_copy(new QAction(this))
+ScanPage::ScanPage(QWidget* parent) : WorkPage(parent) { }
+
+void ScanPage::build()
 {
     auto* const head = new QHBoxLayout;
     head->setContentsMargins(2, 0, 2, 0);
     outer()->insertLayout(0, head);
     addStatusRow(head);
+    m_rescan = makeButton(u"ghost", QStringLiteral("  ") + translate("ScanPage", "Rescan"), 0, this);
     m_rescan->setAccessibleName(translate("ScanPage", "Rescan"));
     m_rescan->setIcon(iconFor(IconId::Gauge, palette::ink, buttonIconSize));
     m_rescan->setIconSize(QSize(buttonIconSize, buttonIconSize));
@@ -145,16 +143,11 @@ ScanPage::ScanPage(QWidget* parent)
     connect(m_rescan, &QPushButton::clicked, this, &ScanPage::startScan);
 
     // A value with the focus takes the keys for its own selection.
-    m_copy->setShortcut(QKeySequence::Copy);
-    addAction(m_copy);
-    connect(m_copy, &QAction::triggered, this, &ScanPage::copySelection);
-}
-
-bool ScanPage::event(QEvent* event)
-{
-    if (event->type() == QEvent::Polish && !std::exchange(m_hasBegun, true))
-        startScan();
-    return WorkPage::event(event);
+    auto* const copy = new QAction(this);
+    copy->setShortcut(QKeySequence::Copy);
+    addAction(copy);
+    connect(copy, &QAction::triggered, this, &ScanPage::copySelection);
+    startScan();
 }
 
 void ScanPage::refreshControls()

@@ -3,7 +3,6 @@
 #include "measure/HardwareScanner.h"
 #include "ui/pages/WorkPage.h"
 
-class QAction;
 class QPushButton;
 
 namespace torvelane {
@@ -17,7 +16,7 @@ public:
     explicit ScanPage(QWidget* parent = nullptr);
 
 protected:
-    bool event(QEvent* event) override;
+    void build() override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void refreshControls() override;
 
@@ -27,11 +26,9 @@ private:
     void copySelection();
     void copyAll();
 
-    QPushButton* m_rescan;
-    QAction* m_copy;
+    QPushButton* m_rescan = nullptr;
     QList<QWidget*> m_cards;
     QString m_text; ///< Of all cards.
-    bool m_hasBegun = false;
 };
 
 } // namespace torvelane

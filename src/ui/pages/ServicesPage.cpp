@@ -33,7 +33,9 @@ QString questionFor(ServiceProfileId id)
 
 } // namespace
 
-ServicesPage::ServicesPage(QWidget* parent) : WorkPage(parent), m_profiles(std::make_shared<ServiceProfiles>())
+ServicesPage::ServicesPage(QWidget* parent) : WorkPage(parent), m_profiles(std::make_shared<ServiceProfiles>()) { }
+
+void ServicesPage::build()
 {
     column()->addWidget(
         makeText(u"Faint",

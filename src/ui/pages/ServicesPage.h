@@ -17,6 +17,7 @@ public:
     explicit ServicesPage(QWidget* parent = nullptr);
 
 protected:
+    void build() override;
     void refreshControls() override;
 
 private:
@@ -33,7 +34,7 @@ private:
 
     std::shared_ptr<ServiceProfiles> m_profiles;
     QList<Profile> m_cards;
-    QPushButton* m_restore;
+    QPushButton* m_restore = nullptr;
 };
 
 } // namespace torvelane

@@ -8,7 +8,6 @@
 #include "ui/theme/TextBreaks.h"
 #include "ui/theme/Theme.h"
 
-#include <QLabel>
 #include <QVBoxLayout>
 
 namespace torvelane {
@@ -51,10 +50,7 @@ void WorkPage::addStatusRow(QBoxLayout* layout)
     rows->addLayout(row);
     QWidget* const parent = row->parentWidget();
     m_spinner = new Spinner(spinnerDiameter, parent);
-    m_status = new QLabel(parent);
-    m_status->setObjectName(QStringLiteral("Muted"));
-    m_status->setTextFormat(Qt::PlainText);
-    m_status->setWordWrap(true);
+    m_status = makeText(u"Muted", QString(), parent);
     setAccessibleRole(m_status, QAccessible::StatusBar);
     row->addWidget(m_spinner, 0, Qt::AlignVCenter);
     row->addWidget(m_status, 1);

@@ -5,13 +5,13 @@
 #include <QPointer>
 
 class QBoxLayout;
-class QLabel;
 class QVBoxLayout;
 
 namespace torvelane {
 
 class ScrollColumn;
 class Spinner;
+class TextLabel;
 
 /// Whether a worker may hold a copy: nothing that points at what somebody else owns, and nothing of the GUI thread.
 template <typename Value>
@@ -61,7 +61,7 @@ protected:
     [[nodiscard]] QVBoxLayout* outer() const { return m_outer; }
 
     /// Appends a spinner, the status ("Ready") and a stretch as one row, and below it the place of the advice. Once in a
-    /// page's constructor.
+    /// page's build().
     void addStatusRow(QBoxLayout* layout);
 
     /// An empty text stands for "Ready". Assistive technology hears of the last one when the event loop runs again.
@@ -103,8 +103,8 @@ private:
     QVBoxLayout* m_outer;
     ScrollColumn* m_scroll;
     Spinner* m_spinner = nullptr;
-    QLabel* m_status = nullptr;
-    QLabel* m_advice = nullptr;
+    TextLabel* m_status = nullptr;
+    TextLabel* m_advice = nullptr;
     QPointer<QWidget> m_focusBefore; ///< Had the keyboard when the work began; null if that wasn't on this page.
     QPointer<QWidget> m_focusMeanwhile;
     bool m_busy = false; ///< The only guard against double work; the GUI thread's.
