@@ -702,6 +702,10 @@ Appliquer les %1 réglages ?</translation>
         <translation>Réessayez. En cas de nouvel échec, lancez Torvelane en tant qu’administrateur.</translation>
     </message>
     <message>
+        <source>%1 keeps its high priority. To take it away, start the Registry Editor as administrator and delete CpuPriorityClass below Image File Execution Options\%1\PerfOptions.</source>
+        <translation>%1 garde sa priorité élevée. Pour la lui retirer, lancez l’Éditeur du Registre en tant qu’administrateur et supprimez CpuPriorityClass sous Image File Execution Options\%1\PerfOptions.</translation>
+    </message>
+    <message>
         <source>No apps optimized yet.</source>
         <translation>Aucune application optimisée pour le moment.</translation>
     </message>

@@ -1,6 +1,7 @@
 #include "measure/SystemMetricsSampler.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace torvelane {
 
@@ -53,7 +54,7 @@ int SystemMetricsSampler::gpuPercent()
         return -1;
     double sum = 0.0;
     for (const platform::CounterItem& item : *items) {
-        if (item.status == 0)
+        if (item.status == 0 && std::isfinite(item.value))
             sum += item.value;
     }
     return rounded(sum);

@@ -284,6 +284,11 @@ private Q_SLOTS:
         QVERIFY(value);
         QTest::mouseMove(value); // which lets it be selected
         QTRY_VERIFY(value->textInteractionFlags() & Qt::TextSelectableByMouse);
+        // A value that was clicked, without anything selected, leaves the keys to the page.
+        QGuiApplication::clipboard()->clear();
+        QTest::mouseClick(value, Qt::LeftButton);
+        QTest::keySequence(value, QKeySequence::Copy);
+        QCOMPARE(QGuiApplication::clipboard()->text(), all);
         value->setSelection(0, 3);
         copy->trigger();
         QCOMPARE(QGuiApplication::clipboard()->text(), value->text().left(3));

@@ -62,6 +62,20 @@ void AppOptimizePage::show(const AppOptimizeResult& result)
     rebuildList();
 }
 
+void AppOptimizePage::restore(const QString& name)
+{
+    const AppOptimizeResult result = m_optimizer.restore(name);
+    show(result);
+    const auto apps = m_optimizer.list();
+    const bool isForgotten = std::ranges::none_of(apps, [&name](const auto& app) { return app.first == name; });
+    // Another try would find nothing to restore.
+    if (!result.ok && isForgotten)
+        setAdvice(translate("AppOptimizePage",
+                            "%1 keeps its high priority. To take it away, start the Registry Editor as administrator and "
+                            "delete CpuPriorityClass below Image File Execution Options\\%1\\PerfOptions.")
+                      .arg(name));
+}
+
 void AppOptimizePage::rebuildList()
 {
     m_list->showNote(translate("AppOptimizePage", "No apps optimized yet."));
@@ -72,7 +86,7 @@ void AppOptimizePage::rebuildList()
     for (const auto& [name, path] : std::as_const(apps)) {
         ListRow* const row = m_list->addRow(name, path, GlassCard::narrow);
         const QPushButton* const back = row->addButton(translate("AppOptimizePage", "Restore"));
-        connect(back, &QPushButton::clicked, this, [this, name = name] { show(m_optimizer.restore(name)); });
+        connect(back, &QPushButton::clicked, this, [this, name = name] { restore(name); });
     }
 }
 

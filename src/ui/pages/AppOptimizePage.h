@@ -23,6 +23,7 @@ protected:
 private:
     void chooseProgram();
     void show(const AppOptimizeResult& result);
+    void restore(const QString& name);
     void rebuildList();
 
     AppOptimizer m_optimizer;
