@@ -70,10 +70,11 @@ void AppOptimizePage::restore(const QString& name)
     const bool isForgotten = std::ranges::none_of(apps, [&name](const auto& app) { return app.first == name; });
     // Another try would find nothing to restore.
     if (!result.ok && isForgotten)
-        setAdvice(translate("AppOptimizePage",
-                            "%1 keeps its high priority. To take it away, start the Registry Editor as administrator and "
-                            "delete CpuPriorityClass below Image File Execution Options\\%1\\PerfOptions.")
-                      .arg(name));
+        setAdvice(
+            translate("AppOptimizePage",
+                      "%1 keeps its high priority. To take it away, start the Registry Editor as administrator and "
+                      "delete CpuPriorityClass below Image File Execution Options\\%1\\PerfOptions.")
+                .arg(name));
 }
 
 void AppOptimizePage::rebuildList()
