@@ -1,18 +1,16 @@
 // Loading the shipped catalogue: how long it takes, and how much of the heap stays in use while it is loaded.
 
+#include "Bench.h"
 #include "tweaks/TweakCatalog.h"
 
-#include <QCoreApplication>
-
-#include <benchmark/benchmark.h>
-
-#include <cstdio>
-#include <cstdlib>
 #include <malloc.h>
 
 namespace {
 
 using torvelane::TweakCatalog;
+using torvelane::bench::require;
+
+const QString file = QStringLiteral(":/tweaks.json");
 
 /// All that is allocated, in large blocks of their own as well.
 std::size_t heapInUseBytes()
@@ -21,18 +19,12 @@ std::size_t heapInUseBytes()
     return info.uordblks + info.hblkhd;
 }
 
-void load(TweakCatalog& catalog)
-{
-    if (!catalog.load(QStringLiteral(":/tweaks.json")))
-        std::abort();
-}
-
 void loadCatalogue(benchmark::State& state)
 {
     // The first load also pays for Qt's work once in a process.
     {
         TweakCatalog catalog;
-        load(catalog);
+        require(catalog.load(file));
     }
     double keptBytes = 0;
     for (auto _ : state) {
@@ -41,7 +33,7 @@ void loadCatalogue(benchmark::State& state)
             const std::size_t before = heapInUseBytes();
             TweakCatalog catalog;
             state.ResumeTiming();
-            load(catalog);
+            require(catalog.load(file));
             state.PauseTiming();
             keptBytes = static_cast<double>(heapInUseBytes() - before);
         }
@@ -57,11 +49,5 @@ BENCHMARK(loadCatalogue)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
 {
-    const QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    // Each load writes a log line to standard error.
-    if (!std::freopen("/dev/null", "w", stderr))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return torvelane::bench::run(argc, argv);
 }

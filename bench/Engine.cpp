@@ -3,20 +3,11 @@
 // reading, writing and the log. The tweaks' own work on the registry is also timed by itself, since the simulated
 // registry is slower than the real one.
 
-#include "Pair.h"
-#include "core/Log.h"
-#include "core/Paths.h"
-#include "platform/SharedLogFile.h"
-#include "platform/simulated/SimulatedPc.h"
+#include "Bench.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TweakCatalog.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QCoreApplication>
-#include <QTemporaryDir>
-
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -24,28 +15,18 @@ namespace {
 
 using namespace torvelane;
 using bench::Pair;
+using bench::require;
 using bench::timeOf;
 
 constexpr qsizetype tweakCount = 100;
 constexpr int rounds = 15;
 constexpr double goal = 1.3;
 
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
-/// A store, a simulated PC and a log in a fresh folder beside the program, which lies on a disk where a temporary folder
-/// may not.
+/// The engine on a store of its own, and the tweaks.
 class Fixture {
 public:
-    Fixture() : m_dir(QCoreApplication::applicationDirPath() + QStringLiteral("/bench-XXXXXX"))
+    Fixture()
     {
-        require(m_dir.isValid());
-        platform::SimulatedPc::setMachineFile(m_dir.filePath(QStringLiteral("machine.db")));
-        Paths::setDataDirOverride(m_dir.path());
-        initLogging(LogLevel::Info, platform::openSharedLogFile);
         require(m_store.open(Paths::stateDb()) && m_catalog.load(QStringLiteral(":/tweaks.json")));
         const QList<TweakDefinition> definitions = m_catalog.definitions();
         for (const TweakDefinition& definition : definitions) {
@@ -54,10 +35,6 @@ public:
         }
         require(m_tweaks.size() == tweakCount);
     }
-
-    ~Fixture() { closeLogging(); }
-    Fixture(const Fixture&) = delete;
-    Fixture& operator=(const Fixture&) = delete;
 
     /// All tweaks once forward and once back, tweak by tweak in turn with their bare commits.
     void round()
@@ -131,7 +108,7 @@ private:
             times.engine += timeOf(engine);
     }
 
-    QTemporaryDir m_dir;
+    bench::Machine m_machine;
     StateStore m_store;
     TweakCatalog m_catalog;
     TweakEngine m_engine{&m_catalog, &m_store};
@@ -170,11 +147,5 @@ BENCHMARK_CAPTURE(engine, revert_100_tweaks, &Fixture::revert)
 
 int main(int argc, char** argv)
 {
-    const QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    // The log goes to its file as in the program, but the lines on standard error would drown the results.
-    if (!std::freopen("/dev/null", "w", stderr))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return bench::run(argc, argv);
 }

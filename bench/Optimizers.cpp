@@ -2,31 +2,22 @@
 // against find(1), the search for a game against the bare list of processes and their paths, and switching Gaming Mode on
 // against its bare registry writes and the commit of its file. Tools are not started: how long they take is theirs.
 
-#include "Pair.h"
+#include "Bench.h"
 #include "core/JsonFile.h"
-#include "core/Log.h"
-#include "core/Paths.h"
 #include "measure/SystemMetricsSampler.h"
 #include "optimizers/DebloatCleaner.h"
 #include "optimizers/GameDetector.h"
 #include "optimizers/GamingMode.h"
 #include "platform/Hardening.h"
 #include "platform/Processes.h"
-#include "platform/SharedLogFile.h"
-#include "platform/simulated/SimulatedPc.h"
 #include "platform/simulated/files/Drive.h"
 #include "system/RegistryAccess.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -34,32 +25,12 @@ namespace {
 
 using namespace torvelane;
 using bench::Pair;
+using bench::require;
 using bench::timeOf;
 
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
-/// A simulated PC, a data directory and a log in a fresh folder beside the program, which lies on a disk where a
-/// temporary folder may not.
-class Fixture {
-public:
-    Fixture() : m_dir(QCoreApplication::applicationDirPath() + QStringLiteral("/bench-XXXXXX"))
-    {
-        require(m_dir.isValid());
-        platform::SimulatedPc::setMachineFile(m_dir.filePath(QStringLiteral("machine.db")));
-        platform::prepareProcess();
-        Paths::setDataDirOverride(m_dir.path());
-        initLogging(LogLevel::Info, platform::openSharedLogFile);
-    }
-    ~Fixture() { closeLogging(); }
-    Fixture(const Fixture&) = delete;
-    Fixture& operator=(const Fixture&) = delete;
-
-private:
-    QTemporaryDir m_dir;
+/// A machine on which the process is prepared as the program's is.
+struct Fixture : bench::Machine {
+    Fixture() { platform::prepareProcess(); }
 };
 
 /// Takes turns: which of the two is first changes every round.
@@ -196,11 +167,5 @@ BENCHMARK(gamingModeOn)->UseManualTime()->Iterations(30)->Unit(benchmark::kMilli
 
 int main(int argc, char** argv)
 {
-    const QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    // The log goes to its file as in the program, but the lines on standard error would drown the results.
-    if (!std::freopen("/dev/null", "w", stderr))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return bench::run(argc, argv);
 }

@@ -1,17 +1,11 @@
 // `Torvelane list`, a whole process from start to end, against a program that makes a QApplication and ends. Both are
 // started in turn with their files warm, without output and on the platform plug-in that a verb chooses.
 
-#include "Pair.h"
-#include "core/Paths.h"
-#include "platform/simulated/SimulatedPc.h"
+#include "Bench.h"
 #include "tweaks/StateStore.h"
 #include "tweaks/TweakCatalog.h"
 
-#include <QCoreApplication>
-#include <QTemporaryDir>
-
 #include <array>
-#include <cstdlib>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
@@ -23,17 +17,12 @@ namespace {
 
 using namespace torvelane;
 using bench::Pair;
+using bench::require;
 using bench::timeOf;
 
 constexpr int starts = 100;
 constexpr int warmUpStarts = 5;
 constexpr double goal = 1.3;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 /// The cost of one whole process. The processor's time hardly depends on what else the machine does.
 struct Cost {

@@ -2,7 +2,7 @@
 // that do next to nothing; and how long the longest frame takes. On the offscreen platform, where a flush of the window
 // goes nowhere.
 
-#include "Pair.h"
+#include "Bench.h"
 #include "account/AuthService.h"
 #include "app/AppContext.h"
 #include "platform/simulated/SimulatedPc.h"
@@ -42,6 +42,7 @@ namespace {
 
 using namespace torvelane;
 using bench::Pair;
+using bench::require;
 
 constexpr int starts = 20;
 constexpr int warmUpStarts = 2;
@@ -52,12 +53,6 @@ constexpr QSize windowSize(1080, 700);
 constexpr int manyCards = 90;
 
 int cpuSeconds = 10;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 /// A program with its standard input and output on pipes, ended by closing the first. Through the system itself: what
 /// QProcess adds would be part of each time and flatter the ratios.
