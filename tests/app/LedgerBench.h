@@ -39,8 +39,8 @@ struct Holder {
     QString name;
     std::function<bool()> on;
     std::function<bool()> off;
-    QString instead; ///< Of those with the same text only one can be on.
-    Values wishes;
+    QString instead = {}; ///< Of those with the same text only one can be on.
+    Values wishes = {};
 };
 
 inline RegistryValue number(quint32 content)
@@ -73,30 +73,19 @@ struct Program {
                 qFatal("No such entry: %s", qPrintable(id));
             for (const RegistryOperation& operation : tweak->operations())
                 places.emplace(operation.place().key(), operation.place());
-            holders.append({id,
-                            [this, id] { return context.engine->applyTweak(id, Tier::Pro, &error, false); },
-                            [this, id] { return context.engine->revertTweak(id, &error, true); },
-                            {},
-                            {}});
+            holders.append({id, [this, id] { return context.engine->applyTweak(id, Tier::Pro, &error, false); },
+                            [this, id] { return context.engine->revertTweak(id, &error, true); }});
         }
-        holders.append({u"Gaming Mode"_s,
-                        [] { return GamingMode::activate().ok; },
-                        [] { return GamingMode::deactivate().ok; },
-                        {},
-                        {}});
+        holders.append(
+            {u"Gaming Mode"_s, [] { return GamingMode::activate().ok; }, [] { return GamingMode::deactivate().ok; }});
         for (const auto profile : {ServiceProfileId::Basic, ServiceProfileId::Advanced}) {
             holders.append({profile == ServiceProfileId::Basic ? u"Basic"_s : u"Advanced"_s,
                             [this, profile] { return services.apply(profile).ok; },
-                            [this] { return services.restoreDefaults().ok; },
-                            u"services"_s,
-                            {}});
+                            [this] { return services.restoreDefaults().ok; }, u"services"_s});
         }
         for (const QString& name : programs) {
-            holders.append({name,
-                            [this, name] { return apps.optimize(u"C:\\Games\\"_s + name).ok; },
-                            [this, name] { return apps.restore(name).ok; },
-                            {},
-                            {}});
+            holders.append({name, [this, name] { return apps.optimize(u"C:\\Games\\"_s + name).ok; },
+                            [this, name] { return apps.restore(name).ok; }});
         }
         for (const QString& service : ServiceProfiles::servicesFor(ServiceProfileId::Advanced)) {
             places.emplace(startOf(service).key(), startOf(service));

@@ -21,11 +21,11 @@ struct Scenario {
     QString name;
     std::function<void()> apply;
     std::function<void()> restore;
+    int leastEnds; ///< So that a sweep that swept nothing fails.
     /// What of the machine stays changed if the program is ended while it applies and the named snapshot isn't there
     /// yet: the start of the lines of its image.
-    QString lost;
-    QString lostWithout;
-    int leastEnds; ///< So that a sweep that swept nothing fails.
+    QString lost = {};
+    QString lostWithout = {};
     /// How many values a refused write can cost while applying: those that the profile before had changed.
     int lostByRefusal = 0;
 };
@@ -38,24 +38,12 @@ const QList<Scenario>& scenarios()
     static const QString highPerformance = u"8c5e7fda-e8bf-4a96-9a85-a6e23a8c635c"_s;
     static const QString app = u"C:\\Games\\Racer.exe"_s;
     static const QList<Scenario> all{
-        {u"network"_s,
-         [] { std::ignore = NetworkOptimizer().applyAll(listNetAdapters()); },
-         [] { std::ignore = NetworkOptimizer().restoreAll(); },
-         {},
-         {},
-         36},
-        {u"bufferbloat"_s,
-         [] { std::ignore = BufferbloatOptimizer().applyAll(listNetAdapters()); },
-         [] { std::ignore = BufferbloatOptimizer().restoreAll(); },
-         {},
-         {},
-         10},
-        {u"services"_s,
-         [] { std::ignore = ServiceProfiles().apply(ServiceProfileId::Basic); },
-         [] { std::ignore = ServiceProfiles().restoreDefaults(); },
-         {},
-         {},
-         22},
+        {u"network"_s, [] { std::ignore = NetworkOptimizer().applyAll(listNetAdapters()); },
+         [] { std::ignore = NetworkOptimizer().restoreAll(); }, 36},
+        {u"bufferbloat"_s, [] { std::ignore = BufferbloatOptimizer().applyAll(listNetAdapters()); },
+         [] { std::ignore = BufferbloatOptimizer().restoreAll(); }, 10},
+        {u"services"_s, [] { std::ignore = ServiceProfiles().apply(ServiceProfileId::Basic); },
+         [] { std::ignore = ServiceProfiles().restoreDefaults(); }, 22},
         {u"services, one profile over the other"_s,
          [] {
              ServiceProfiles services;
@@ -63,23 +51,19 @@ const QList<Scenario>& scenarios()
              std::ignore = services.apply(ServiceProfileId::Advanced);
          },
          [] { std::ignore = ServiceProfiles().restoreDefaults(); },
-         {},
-         {},
          70,
+         {},
+         {},
          9},
-        {u"app"_s,
-         [] { std::ignore = AppOptimizer().optimize(app); },
-         [] { std::ignore = AppOptimizer().restore(u"racer.exe"_s); },
-         {},
-         {},
-         6},
+        {u"app"_s, [] { std::ignore = AppOptimizer().optimize(app); },
+         [] { std::ignore = AppOptimizer().restore(u"racer.exe"_s); }, 6},
         // Both bundles write their file when all of their settings are changed.
         {u"processor"_s, [] { std::ignore = PowerPlanManager::applyMaxCpu(); },
-         [] { std::ignore = PowerPlanManager::restoreCpu(); }, cpuIndices.arg(balanced), u"cpu_perf.json"_s, 20},
+         [] { std::ignore = PowerPlanManager::restoreCpu(); }, 20, cpuIndices.arg(balanced), u"cpu_perf.json"_s},
         {u"disk"_s, [] { std::ignore = PowerPlanManager::applyMaxDisk(); },
-         [] { std::ignore = PowerPlanManager::restoreDisk(); }, diskIndices.arg(balanced), u"disk_perf.json"_s, 18},
+         [] { std::ignore = PowerPlanManager::restoreDisk(); }, 18, diskIndices.arg(balanced), u"disk_perf.json"_s},
         {u"gaming mode"_s, [] { std::ignore = GamingMode::activate(); }, [] { std::ignore = GamingMode::deactivate(); },
-         cpuIndices.arg(highPerformance), u"cpu_perf.json"_s, 66},
+         66, cpuIndices.arg(highPerformance), u"cpu_perf.json"_s},
     };
     return all;
 }

@@ -1,13 +1,12 @@
 #include "account/AuthService.h"
 #include "app/AppContext.h"
 #include "core/Log.h"
+#include "support/simulated/FullDisk.h"
 #include "support/simulated/Suite.h"
 #include "tweaks/TweakEngine.h"
 
 #include <QScopeGuard>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,16 +14,6 @@ namespace {
 
 const QString id = u"selftest.toggle"_s;
 const QString persistFailure = u"selftest.toggle: Could not persist original value (state store)"_s;
-
-/// Has every write fail that would end behind `freeBytes` of its file, as on a full disk, until it is lifted.
-void fillDisk(rlim_t freeBytes)
-{
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit{};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = std::min(freeBytes, limit.rlim_max);
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-}
 
 /// The files of the program.
 QStringList files()
@@ -45,16 +34,20 @@ QList<QByteArray> contents()
 } // namespace
 
 /// Disks that refuse to be written. The registry lies on another one here and goes on working.
-class tst_DiskFaults : public QObject {
+class tst_DiskFaults : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { fillDisk(RLIM_INFINITY); }
+    void cleanup()
+    {
+        fillDisk(RLIM_INFINITY);
+        MachineSuite::cleanup();
+    }
 
     void unwritable()
     {
         for (const auto& [dirMode, fileMode] : {std::pair<mode_t, mode_t>(0777, 0444), {0555, 0666}}) {
-            const TestMachine machine;
+            m_machine.emplace();
             {
                 AppContext context;
                 QVERIFY(context.init() && context.save() && context.auth->restoreSession());
@@ -64,9 +57,9 @@ private Q_SLOTS:
             closeLogging();
             for (const QString& path : files())
                 QCOMPARE(::chmod(qPrintable(path), fileMode), 0);
-            for (const QString& path : {machine.scratchFile(u"."_s), machine.scratchFile(u"config"_s)})
+            for (const QString& path : {m_machine->scratchFile(u"."_s), m_machine->scratchFile(u"config"_s)})
                 QCOMPARE(::chmod(qPrintable(path), 0755), 0);
-            QCOMPARE(::chmod(qPrintable(machine.dataDir()), dirMode), 0);
+            QCOMPARE(::chmod(qPrintable(m_machine->dataDir()), dirMode), 0);
             {
                 // Root may do what it likes with other people's files.
                 constexpr uid_t nobody = 65534;
@@ -81,13 +74,12 @@ private Q_SLOTS:
             }
             QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
             QCOMPARE(contents(), kept);
-            QCOMPARE(::chmod(qPrintable(machine.dataDir()), 0755), 0);
+            QCOMPARE(::chmod(qPrintable(m_machine->dataDir()), 0755), 0);
         }
     }
 
     void fullForSmallFiles()
     {
-        const TestMachine machine;
         AppContext context;
         QVERIFY(context.init() && context.save() && context.auth->restoreSession());
         const QList<QByteArray> kept = contents();
@@ -114,7 +106,7 @@ private Q_SLOTS:
         for (int i = 0; i < 8; ++i) {
             const bool revert = i >= 4;
             const int commit = i % 4 + 1;
-            const TestMachine machine;
+            m_machine.emplace();
             const MachineImage before = TestMachine::image();
             const auto isAsBefore = [&before] { return differences(before, TestMachine::image()).isEmpty(); };
             {

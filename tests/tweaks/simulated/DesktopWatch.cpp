@@ -15,30 +15,24 @@ int announced(const QString& what)
         calls, QStringList(what), [](const platform::CallRecord& record) { return record.call.arguments; }));
 }
 
-int colorsAnnounced()
-{
-    return announced(QStringLiteral("colors"));
-}
-
-int iconsAnnounced()
-{
-    return announced(QStringLiteral("icons"));
-}
-
 } // namespace
 
-DesktopWatch::DesktopWatch() : m_colors(colorsAnnounced()), m_icons(iconsAnnounced()) { }
+DesktopWatch::DesktopWatch()
+{
+    m_colors = -colors();
+    m_icons = -announced(QStringLiteral("icons"));
+}
 
 DesktopWatch::~DesktopWatch() = default;
 
 int DesktopWatch::colors() const
 {
-    return colorsAnnounced() - m_colors;
+    return announced(QStringLiteral("colors")) + m_colors;
 }
 
 std::optional<int> DesktopWatch::icons() const
 {
-    return iconsAnnounced() - m_icons;
+    return announced(QStringLiteral("icons")) + m_icons;
 }
 
 } // namespace torvelane::test
