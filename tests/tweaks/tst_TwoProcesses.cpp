@@ -106,16 +106,6 @@ private Q_SLOTS:
         QVERIFY(program.engine.revertTweak(id, nullptr, true));
         QCOMPARE(scratchImage(), m_before);
     }
-
-    void itsCrashIsRecovered()
-    {
-        m_other->crash();
-        Program program;
-        QVERIFY(scratchImage() != m_before);
-        program.engine.recoverInterrupted();
-        QCOMPARE(state(), u"reverted"_s);
-        QCOMPARE(scratchImage(), m_before);
-    }
 };
 
 int main(int argc, char** argv)

@@ -1,11 +1,8 @@
-#include "optimizers/AppOptimizer.h"
 #include "optimizers/BufferbloatOptimizer.h"
 #include "optimizers/DebloatCleaner.h"
 #include "optimizers/GameDetector.h"
-#include "optimizers/GamingMode.h"
 #include "optimizers/NetworkOptimizer.h"
 #include "optimizers/PowerPlanManager.h"
-#include "optimizers/ServiceProfiles.h"
 #include "support/Suite.h"
 #include "support/windows/Native.h"
 #include "system/WmiSession.h"
@@ -13,7 +10,6 @@
 namespace {
 
 constexpr auto hklm = platform::RootKey::LocalMachine;
-const QString services = u"SYSTEM\\CurrentControlSet\\Services\\"_s;
 
 NetAdapter scratchAdapter()
 {
@@ -35,7 +31,8 @@ bool makeFile(const QString& path, qsizetype sizeBytes)
 
 } // namespace
 
-/// The optimisers through the real registry, processes and folders. Under Wine there is no powercfg.exe and no device.
+/// Adapters, games and cleaning through the real registry, processes and folders; what holds other values is in
+/// tst_Ledger. Under Wine there is no powercfg.exe and no device.
 class tst_RealOptimizers : public MachineSuite {
     Q_OBJECT
 
@@ -107,53 +104,6 @@ private Q_SLOTS:
         QString error;
         QVERIFY(!restartAdapter(scratchAdapter(), &error));
         QCOMPARE(error, u"Could not restart adapter (changes apply after a reboot)"_s);
-    }
-
-    void priorityOfAProgram()
-    {
-        const QString options =
-            u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Image File Execution Options\\Torvelane Test.exe"_s;
-        const auto priority = [&options] { return machineValue(options + u"\\PerfOptions"_s, u"CpuPriorityClass"_s); };
-        QVERIFY(AppOptimizer().optimize(u"C:\\Any\\Torvelane Test.exe"_s).ok);
-        QCOMPARE(priority().number, 3u);
-        QVERIFY(AppOptimizer().restore(u"torvelane test.exe"_s).ok);
-        QVERIFY(!priority().exists);
-        RegDeleteTreeW(HKEY_LOCAL_MACHINE, native(options));
-    }
-
-    void serviceProfile()
-    {
-        const QString present = services + u"MapsBroker"_s;
-        const QString spelt = services + u"RetailDemo"_s;
-        const bool here = machineValue(present, u"Start"_s).exists || machineValue(spelt, u"Start"_s).exists;
-        if (!here) {
-            putRaw(u"Start"_s, {4, dwordBytes(2)}, present, hklm);
-            putRaw(u"Start"_s, {4, dwordBytes(4)}, spelt, hklm);
-        }
-        const MachineImage before = TestMachine::image();
-        const ServiceResult applied = ServiceProfiles().apply(ServiceProfileId::Advanced);
-        QVERIFY(applied.count > 0);
-        QCOMPARE(machineValue(present, u"Start"_s).number, 4u);
-        QCOMPARE(differences(before, TestMachine::image()).size(), 2 * applied.count);
-        QCOMPARE(ServiceProfiles().restoreDefaults().count, applied.count);
-        const QStringList left = differences(before, TestMachine::image());
-        if (!here) {
-            RegDeleteTreeW(HKEY_LOCAL_MACHINE, native(present));
-            RegDeleteTreeW(HKEY_LOCAL_MACHINE, native(spelt));
-        }
-        QCOMPARE(left, QStringList());
-    }
-
-    void gamingMode()
-    {
-        const MachineImage before = TestMachine::image();
-        const GamingResult on = GamingMode::activate();
-        QVERIFY2(on.ok, qPrintable(on.message));
-        QCOMPARE(on.count, 20);
-        QVERIFY(GamingMode::isActive());
-        QCOMPARE(GamingMode::deactivate().count, 20);
-        QVERIFY(!GamingMode::isActive());
-        QCOMPARE(differences(before, TestMachine::image()), QStringList());
     }
 
     void noPowercfg()
