@@ -1,52 +1,26 @@
 #include "app/LedgerBench.h"
 #include "core/JsonFile.h"
-#include "core/Paths.h"
 #include "platform/Hardening.h"
-#include "support/LogCapture.h"
+#include "support/Child.h"
 #include "support/MachineWatch.h"
-#include "support/TestMachine.h"
 #include "system/UndoFile.h"
 #include "tweaks/StateSql.h"
 
-#include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QRandomGenerator>
-#include <QTest>
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <utility>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 
 namespace {
 
 /// Switches this and that, at random, in a process that stops for good at the given event, if it comes to it.
 int runChild(const QStringList& arguments)
 {
-    Paths::setDataDirOverride(arguments.at(2));
     platform::prepareProcess();
-    QRandomGenerator random(arguments.at(3).toUInt());
-    const int stopAt = arguments.at(4).toInt();
+    QRandomGenerator random(arguments.at(0).toUInt());
+    const auto event = stopAtEvent(arguments.at(1).toInt());
     Program program;
-    int events = 0;
-    const auto event = [&] {
-        if (++events != stopAt)
-            return;
-        std::puts("stopped");
-        std::fflush(stdout);
-        while (std::fgetc(stdin) != EOF) { }
-        std::_Exit(3);
-    };
-    watchMachine(event);
+    watchMachine([&event] { event(); });
     program.context.store.setCommitObserver([&event](bool, const char*) { event(); });
     JsonFile::setCommitObserver([&event](bool) { event(); });
     for (int step = 0; step < 12; ++step) {
@@ -63,26 +37,16 @@ int runChild(const QStringList& arguments)
 
 /// All that holds registry values, switched on and off in any order. TORVELANE_RANDOM_SEED repeats a run,
 /// TORVELANE_RANDOM_SECONDS lengthens it.
-class tst_Ledger : public QObject {
+class tst_Ledger : public MachineSuite {
     Q_OBJECT
 
 private:
-    const QString m_anySeed = QString::number(QRandomGenerator::system()->generate());
-    const quint32 m_seed = qEnvironmentVariable("TORVELANE_RANDOM_SEED", m_anySeed).toUInt();
+    const quint32 m_seed = randomSeed();
     QRandomGenerator m_random;
     QList<ValueLedger::Held> m_gamingValues;
-    std::optional<TestMachine> m_machine;
     std::optional<Program> m_program;
 
     int below(qsizetype limit) { return static_cast<int>(m_random.bounded(static_cast<int>(limit))); }
-
-    void start()
-    {
-        m_program.reset();
-        m_machine.reset();
-        m_machine.emplace();
-        startProgram();
-    }
 
     void startProgram()
     {
@@ -136,11 +100,11 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase() { qInfo("TORVELANE_RANDOM_SEED=%u", m_seed); }
     void init()
     {
+        MachineSuite::init();
         m_random.seed(m_seed);
-        start();
+        startProgram();
     }
     /// Some machines outlive the test.
     void cleanup()
@@ -151,7 +115,7 @@ private Q_SLOTS:
             QVERIFY(writeValue(parseHive(place.at(0), nullptr), place.at(1), place.at(2), value));
         }
         m_program.reset();
-        m_machine.reset();
+        MachineSuite::cleanup();
     }
 
     /// At every step each value is the wish of its last holder; with everything off, the machine is as it was.
@@ -203,24 +167,15 @@ private Q_SLOTS:
         int ended = 0;
         for (int round = 0; round < 2 || (ended == 0 && round < 40) || !end.hasExpired(); ++round) {
             m_program.reset();
-            std::array<QProcess, 2> children;
-            for (QProcess& child : children) {
-                const int stopAt = &child == &children.front() ? 1 + below(machineCanBeWatched ? 150 : 25) : 0;
-                child.setEnvironment(QProcess::systemEnvironment() + m_machine->childEnvironment());
-                child.setStandardErrorFile(QProcess::nullDevice());
-                child.start(QCoreApplication::applicationFilePath(),
-                            {u"--child"_s, m_machine->dataDir(), QString::number(m_random.generate()),
-                             QString::number(stopAt)});
-            }
-            constexpr int longMs = 60000;
-            while (!children.front().canReadLine() && children.front().waitForReadyRead(longMs)) { }
-            if (children.front().canReadLine()) {
-                children.front().kill();
+            const QString stopAt = QString::number(1 + below(machineCanBeWatched ? 150 : 25));
+            Child ending(*m_machine, {QString::number(m_random.generate()), stopAt});
+            Child other(*m_machine, {QString::number(m_random.generate()), u"0"_s});
+            if (ending.hasStopped()) {
+                ending.crash();
                 ++ended;
             }
-            for (QProcess& child : children)
-                QVERIFY(child.state() == QProcess::NotRunning || child.waitForFinished(longMs));
-            QCOMPARE(children.back().exitCode(), 0);
+            QVERIFY(ending.state() == QProcess::NotRunning || ending.waitForFinished(Child::longMs));
+            QVERIFY(other.hasSucceeded());
             startProgram();
             if (round % 2 == 0)
                 continue;
@@ -234,35 +189,26 @@ private Q_SLOTS:
 
     /// What a version without a ledger has captured of another one's value can't be told from an original. It restores as
     /// it always did: in the reverse order everything comes back, in another one the other's value stays.
-    void snapshotsOfTheVersionBefore_data()
-    {
-        QTest::addColumn<bool>("isReverse");
-        QTest::newRow("reverse order") << true;
-        QTest::newRow("another order") << false;
-    }
-
     void snapshotsOfTheVersionBefore()
     {
-        QFETCH(bool, isReverse);
         const QString id = u"opt.max-system-responsiveness"_s;
         const ValuePlace place{RegistryHive::LocalMachine,
                                u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Multimedia\\SystemProfile"_s,
                                u"SystemResponsiveness"_s};
-        const auto present = [&place] {
-            RegistryValue value;
-            return readValue(place.hive, place.path, place.name, value) ? value : RegistryValue();
-        };
-        m_program->arrange([](const ValuePlace&) { return number(20); });
-        QVERIFY(GamingMode::activate().ok);
-        QVERIFY(m_program->context.engine->applyTweak(id, Tier::Pro, &m_program->error, false));
-        stateSql(u"UPDATE tweak_state SET apply_sequence=NULL, capture=replace(capture, '\"number\":20', "
-                 "'\"number\":0')"_s);
-        stateSql(u"DELETE FROM holder_order"_s);
+        const auto present = [&place] { return machineValue(place.path, place.name); };
         const auto entryOff = [&] { return m_program->context.engine->revertTweak(id, &m_program->error, true); };
-        QVERIFY(isReverse ? entryOff() : GamingMode::deactivate().ok);
-        QCOMPARE(present(), number(isReverse ? 0 : 10));
-        QVERIFY(isReverse ? GamingMode::deactivate().ok : entryOff());
-        QCOMPARE(present(), number(isReverse ? 20 : 0));
+        for (const bool isReverse : {true, false}) {
+            m_program->arrange([](const ValuePlace&) { return number(20); });
+            QVERIFY(GamingMode::activate().ok);
+            QVERIFY(m_program->context.engine->applyTweak(id, Tier::Pro, &m_program->error, false));
+            stateSql(u"UPDATE tweak_state SET apply_sequence=NULL, capture=replace(capture, '\"number\":20', "
+                     "'\"number\":0')"_s);
+            stateSql(u"DELETE FROM holder_order"_s);
+            QVERIFY(isReverse ? entryOff() : GamingMode::deactivate().ok);
+            QCOMPARE(present(), number(isReverse ? 0 : 10));
+            QVERIFY(isReverse ? GamingMode::deactivate().ok : entryOff());
+            QCOMPARE(present(), number(isReverse ? 20 : 0));
+        }
     }
 
     /// A snapshot that is none holds nothing, and says so.
@@ -400,11 +346,7 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    if (const QStringList arguments = QCoreApplication::arguments(); arguments.value(1) == u"--child")
-        return runChild(arguments);
-    tst_Ledger suite;
-    return QTest::qExec(&suite, argc, argv);
+    return runSuite<tst_Ledger>(argc, argv, runChild);
 }
 
 #include "tst_Ledger.moc"
