@@ -1,45 +1,21 @@
 #include "UpdateBench.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/LogCapture.h"
-#include "support/LoopbackServer.h"
-#include "support/TestMachine.h"
+#include "support/simulated/FullDisk.h"
+#include "support/simulated/Suite.h"
 #include "update/AutoUpdater.h"
 #include "update/UpdateScript.h"
 #include "update/UpdateSplash.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QFile>
-#include <QHash>
-#include <QMutex>
-#include <QProcess>
-#include <QTest>
 #include <QTimer>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
 using platform::CallMoment;
-using platform::SimulatedPc;
-using platform::Win32Error;
 
 namespace {
 
 constexpr uid_t nobody = 65534;
-
-/// Has every write fail that would end behind `bytes` of its file.
-void limitFiles(rlim_t bytes)
-{
-    rlimit limit{};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = std::min(bytes, limit.rlim_max);
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-}
 
 using Spoil = void (*)(Bench&);
 
@@ -256,7 +232,6 @@ private Q_SLOTS:
     /// No room for the archive, for the signature, or for the script: no file may grow any more once it has been made.
     void fullDisk()
     {
-        std::signal(SIGXFSZ, SIG_IGN);
         for (int file = 1; file <= 3; ++file) {
             Bench bench;
             const QStringList before = installationOf(bench);
@@ -264,11 +239,11 @@ private Q_SLOTS:
             SimulatedPc::setObserver([&made, file](CallMoment moment, const platform::Call& call) {
                 made += moment == CallMoment::After && call.name == u"files.createFile"_s;
                 if (made == file)
-                    limitFiles(10);
+                    fillDisk(10);
             });
             const bool tookOver = bench.update();
             SimulatedPc::setObserver({});
-            limitFiles(RLIM_INFINITY);
+            fillDisk(RLIM_INFINITY);
             QCOMPARE(made, file);
             QVERIFY(!tookOver);
             QVERIFY(SimulatedPc::calls(u"processes.startBatchFile"_s).isEmpty());
