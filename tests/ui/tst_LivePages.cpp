@@ -1,6 +1,4 @@
-#include "platform/HResult.h"
-#include "platform/simulated/SimulatedPc.h"
-#include "support/TestMachine.h"
+#include "support/simulated/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/controls/LiveChart.h"
 #include "ui/controls/StatTile.h"
@@ -11,20 +9,10 @@
 #include "ui/pages/ScanPage.h"
 #include "ui/theme/Theme.h"
 
-#include <QAccessible>
 #include <QAction>
 #include <QClipboard>
-#include <QDir>
-#include <QJsonObject>
-#include <QLocale>
-#include <QPushButton>
 #include <QSignalSpy>
 #include <QThreadPool>
-
-using namespace Qt::StringLiterals;
-using namespace torvelane;
-using namespace torvelane::test;
-using platform::SimulatedPc;
 
 namespace {
 
@@ -34,11 +22,6 @@ void runGame(const QString& folder)
                           QJsonObject{{u"id"_s, 9000},
                                       {u"executable"_s, u"run.exe"_s},
                                       {u"path"_s, u"D:\\steamapps\\common\\%1\\run.exe"_s.arg(folder)}});
-}
-
-QString valueOf(QWidget* widget)
-{
-    return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Value);
 }
 
 /// A page in a window of its own, which it leaves behind when it goes.
@@ -102,14 +85,14 @@ private Q_SLOTS:
             return lit > 0;
         };
         QTRY_VERIFY(hasCurveAt(3));
-        QTRY_COMPARE(valueOf(home.tile(u"Game"_s)), u"Half A Life"_s);
-        QCOMPARE(valueOf(home.tile(u"GPU"_s)), u"—"_s);
-        QVERIFY(valueOf(home.tile(u"RAM"_s)).endsWith(u'%'));
-        QCOMPARE(valueOf(chart),
-                 u"CPU %1, GPU —, RAM %2"_s.arg(valueOf(home.tile(u"CPU"_s)), valueOf(home.tile(u"RAM"_s))));
+        QTRY_COMPARE(valueOf(*home.tile(u"Game"_s)), u"Half A Life"_s);
+        QCOMPARE(valueOf(*home.tile(u"GPU"_s)), u"—"_s);
+        QVERIFY(valueOf(*home.tile(u"RAM"_s)).endsWith(u'%'));
+        QCOMPARE(valueOf(*chart),
+                 u"CPU %1, GPU —, RAM %2"_s.arg(valueOf(*home.tile(u"CPU"_s)), valueOf(*home.tile(u"RAM"_s))));
         home.window.hide();
         SimulatedPc::setValue(u"processes/running"_s, QJsonArray());
-        QTRY_COMPARE_WITH_TIMEOUT(valueOf(home.tile(u"Game"_s)), u"None"_s, 8000);
+        QTRY_COMPARE_WITH_TIMEOUT(valueOf(*home.tile(u"Game"_s)), u"None"_s, 8000);
     }
 
     void homeLeadsToOtherPages()

@@ -1,11 +1,8 @@
 #include "optimizers/DebloatCleaner.h"
 #include "optimizers/PowerPlanManager.h"
-#include "platform/HResult.h"
-#include "platform/Win32Error.h"
-#include "platform/simulated/SimulatedPc.h"
 #include "platform/simulated/files/Drive.h"
 #include "restore/RestorePoint.h"
-#include "system/RegistryAccess.h"
+#include "support/simulated/Suite.h"
 #include "ui/WindowBench.h"
 #include "ui/controls/ListRow.h"
 #include "ui/pages/AppOptimizePage.h"
@@ -15,18 +12,11 @@
 #include "ui/pages/RestorePointsPage.h"
 #include "ui/pages/ServicesPage.h"
 
-#include <QDir>
-#include <QJsonArray>
-#include <QJsonObject>
 #include <QLineEdit>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QThreadPool>
 
-using namespace Qt::StringLiterals;
-using namespace torvelane;
 using namespace torvelane::platform;
-using namespace torvelane::test;
 
 namespace {
 
@@ -96,51 +86,43 @@ bool isUnchanged(const MachineImage& before)
 } // namespace
 
 /// The pages that drive one optimiser each, on the simulated PC.
-class tst_OptimizerPages : public QObject {
+class tst_OptimizerPages : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_machine = std::make_unique<ScratchMachine>(); }
-
     void cleanup()
     {
         QThreadPool::globalInstance()->waitForDone();
-        m_machine.reset();
-    }
-
-    void services_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("basic") << u"Basic"_s;
-        QTest::newRow("advanced") << u"Advanced"_s;
+        MachineSuite::cleanup();
     }
 
     void services()
     {
-        QFETCH(QString, name);
-        const MachineImage before = TestMachine::image();
-        {
+        for (const QString& name : {u"Basic"_s, u"Advanced"_s}) {
+            const MachineImage before = TestMachine::image();
+            {
+                ServicesPage page;
+                showActive(page);
+                QVERIFY(!button(page, u"Restore default services"_s)->isEnabled());
+                QCOMPARE(answer(false, page, u"Apply, "_s + name).first(), u"Services"_s);
+                QVERIFY(shows(page, u"Ready"_s));
+                QVERIFY(isUnchanged(before));
+                answer(true, page, u"Apply, "_s + name);
+                QVERIFY(shows(page, u"Applying…"_s));
+                QVERIFY(!button(page, u"Apply, Basic"_s)->isEnabled());
+                QVERIFY(!button(page, u"Apply, Advanced"_s)->isEnabled());
+                QTRY_VERIFY(shows(page, name + u" profile applied"_s));
+                QVERIFY(!isUnchanged(before));
+            }
+            // As after a restart.
             ServicesPage page;
             showActive(page);
-            QVERIFY(!button(page, u"Restore default services"_s)->isEnabled());
-            QCOMPARE(answer(false, page, u"Apply, "_s + name).first(), u"Services"_s);
-            QVERIFY(shows(page, u"Ready"_s));
+            QVERIFY(button(page, u"Active, "_s + name));
+            answer(true, page, u"Restore default services"_s);
+            QTRY_VERIFY(shows(page, u"Default services restored"_s));
             QVERIFY(isUnchanged(before));
-            answer(true, page, u"Apply, "_s + name);
-            QVERIFY(shows(page, u"Applying…"_s));
-            QVERIFY(!button(page, u"Apply, Basic"_s)->isEnabled());
-            QVERIFY(!button(page, u"Apply, Advanced"_s)->isEnabled());
-            QTRY_VERIFY(shows(page, name + u" profile applied"_s));
-            QVERIFY(!isUnchanged(before));
+            QVERIFY(!button(page, u"Restore default services"_s)->isEnabled());
         }
-        // As after a restart.
-        ServicesPage page;
-        showActive(page);
-        QVERIFY(button(page, u"Active, "_s + name));
-        answer(true, page, u"Restore default services"_s);
-        QTRY_VERIFY(shows(page, u"Default services restored"_s));
-        QVERIFY(isUnchanged(before));
-        QVERIFY(!button(page, u"Restore default services"_s)->isEnabled());
     }
 
     void servicesThatStay()
@@ -228,32 +210,25 @@ private Q_SLOTS:
         QCOMPARE(differences(before, TestMachine::image()).size(), 1);
     }
 
-    void sizes_data()
-    {
-        const auto grouped = [](int number) { return QLocale::system().toString(number); };
-        QTest::addColumn<qint64>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("none") << qint64(0) << u"0 B"_s;
-        QTest::newRow("just bytes") << qint64(1023) << grouped(1023) + u" B"_s;
-        QTest::newRow("KB") << qint64(1024) << u"1 KB"_s;
-        QTest::newRow("just KB") << qint64(1048575) << grouped(1024) + u" KB"_s;
-        QTest::newRow("MB") << qint64(1048576) << u"1.0 MB"_s;
-        QTest::newRow("GB") << qint64(1073741824) << u"1.00 GB"_s;
-    }
-
     void sizes()
     {
-        QFETCH(qint64, bytes);
-        QFETCH(QString, text);
         for (const CleanCategory& category : DebloatCleaner::categories())
             std::ignore = DebloatCleaner::clean(category);
         QFile file(simulated::hostPath(u"C:\\Windows\\Prefetch\\X.pf"_s));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(file.resize(bytes));
-        DebloatPage page;
-        showActive(page);
-        QTRY_VERIFY(shows(page, u"Reclaimable: "_s + text));
-        QCOMPARE(figure(page, u"Prefetch"_s), text);
+        const auto grouped = [](int number) { return QLocale::system().toString(number); };
+        for (const auto& [bytes, text] : {std::pair(0, u"0 B"_s),
+                                          {1023, grouped(1023) + u" B"_s},
+                                          {1024, u"1 KB"_s},
+                                          {1048575, grouped(1024) + u" KB"_s},
+                                          {1048576, u"1.0 MB"_s},
+                                          {1073741824, u"1.00 GB"_s}}) {
+            QVERIFY(file.resize(bytes));
+            DebloatPage page;
+            showActive(page);
+            QTRY_VERIFY(shows(page, u"Reclaimable: "_s + text));
+            QCOMPARE(figure(page, u"Prefetch"_s), text);
+        }
     }
 
     void cleansOne()
@@ -477,8 +452,6 @@ private:
             qFatal("Protection could not be switched");
         QCOMPARE(RestorePoint::isProtectionEnabled(), on);
     }
-
-    std::unique_ptr<ScratchMachine> m_machine;
 };
 
 QTEST_MAIN(tst_OptimizerPages)
