@@ -10,6 +10,7 @@
 
 #include <QGraphicsBlurEffect>
 #include <QLayout>
+#include <QScrollArea>
 #include <QStackedWidget>
 
 namespace {
@@ -116,6 +117,16 @@ private Q_SLOTS:
         }
         QVERIFY(stops.contains(named<ToggleSwitch>(bench.window, u"a"_s)));
         QVERIFY(stops.size() < 100);
+    }
+
+    void nothingCoversTheBackdrop()
+    {
+        MainBench bench;
+        bench.window.navigateTo(u"Explorer"_s);
+        const auto areas = bench.window.findChildren<QScrollArea*>();
+        QVERIFY(areas.size() >= 2);
+        for (const QScrollArea* const area : areas)
+            QVERIFY(!area->widget()->autoFillBackground());
     }
 
     void rowsAndTabsSayWhatTheyAre()

@@ -50,6 +50,13 @@ QuietScrollArea::QuietScrollArea(QWidget* parent) : OutsideStyleSheet(parent)
         bar->parentWidget()->installEventFilter(this);
 }
 
+/// The base class would have it painted over what lies behind.
+void QuietScrollArea::setWidget(QWidget* widget)
+{
+    OutsideStyleSheet::setWidget(widget);
+    widget->setAutoFillBackground(false);
+}
+
 /// Nothing of it is painted: it has no frame.
 bool QuietScrollArea::event(QEvent* event)
 {

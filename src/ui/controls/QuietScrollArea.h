@@ -14,6 +14,8 @@ class QuietScrollArea : public OutsideStyleSheet<QScrollArea> {
 public:
     explicit QuietScrollArea(QWidget* parent);
 
+    void setWidget(QWidget* widget); ///< Owned from then on.
+
 protected:
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;

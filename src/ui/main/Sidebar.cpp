@@ -71,7 +71,6 @@ QWidget* Sidebar::makeNavigation()
 {
     auto* const area = new QuietScrollArea(this);
     auto* const content = new OutsideStyleSheet<QWidget>(area->viewport());
-    content->setAutoFillBackground(false);
     setAccessibleRole(content, QAccessible::List);
     area->setWidget(content);
     auto* const column = new QVBoxLayout(content);

@@ -39,7 +39,6 @@ void ScrollColumn::assemble()
     whole->setContentsMargins(0, 0, 0, 0);
     m_area = new QuietScrollArea(this);
     m_area->setWidget(m_content);
-    m_content->setAutoFillBackground(false); // which the area has set
     whole->addWidget(m_area);
     whole->activate();
 }
