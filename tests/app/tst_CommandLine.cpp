@@ -4,13 +4,13 @@ const QString freeTweak = u"explorer.show-hidden-files"_s;
 const QString proTweak = u"opt.disable-network-throttling"_s;
 
 /// The finished program as scripts and support use it: a process, its text and its exit code.
-class tst_CommandLine : public QObject {
+class tst_CommandLine : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
     void init()
     {
-        m_machine.emplace();
+        MachineSuite::init();
         m_before = TestMachine::image();
     }
 
@@ -18,6 +18,7 @@ private Q_SLOTS:
     {
         run(u"restore-all"_s);
         QCOMPARE(differences(m_before, TestMachine::image()).join(u'\n'), QString());
+        MachineSuite::cleanup();
     }
 
     void applyRevertRestore()
@@ -109,7 +110,6 @@ private:
         return QString::fromUtf8(program.readAllStandardOutput()).remove(u'\r') + QString::number(program.exitCode());
     }
 
-    std::optional<TestMachine> m_machine;
     MachineImage m_before;
 };
 

@@ -44,7 +44,7 @@ inline quint32 randomSeed()
 
 } // namespace torvelane::test
 
-/// What every suite begins with. Included by suites alone, which is why it may open namespaces.
+/// What every suite begins with. Included by suites and their benches alone, which is why it may open namespaces.
 using namespace Qt::StringLiterals;
 using namespace torvelane;
 using namespace torvelane::test;
