@@ -64,7 +64,10 @@ void addSignatures()
     row("empty signature", invalid, [](Bench& b) { b.answers[u"/Release.zip.minisig"_s].content.clear(); });
     row("no minisign", invalid, [](Bench& b) { QFile::remove(b.inInstallation(u"minisign.exe"_s)); });
     row("minisign hangs", invalid,
-        [](Bench& b) { put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nexec sleep 60", executable); });
+        [](Bench& b) {
+            b.toolTimeoutMs = 1500;
+            put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nexec sleep 60", executable);
+        });
     row("minisign crashes", invalid,
         [](Bench& b) { put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nkill -9 $$", executable); });
 }
@@ -79,14 +82,20 @@ void addArchives()
     row("no UTF-8", unsafe, [](Bench& b) {
         b.offer(zip({u"Torvelane.exe=x"_s, u"qqq=x"_s}).replace("qqq", "\xff\xfe\x81"));
     });
-    row("listing hangs", unsafe, [](Bench&) { SimulatedPc::hang(u"tools.tar"_s, 60000, {.part = u"-tf"_s}); });
+    row("listing hangs", unsafe, [](Bench& b) {
+        b.toolTimeoutMs = 1500;
+        SimulatedPc::hang(u"tools.tar"_s, 60000, {.part = u"-tf"_s});
+    });
     const QString failed = u"[ERROR] update: Extraction failed"_s;
     row("damaged", failed, [](Bench& b) {
         QByteArray archive = zip({u"Torvelane.exe="_s + u"0123456789abcdef"_s.repeated(9)});
         archive[archive.indexOf("exe") + 6] = '\x55';
         b.offer(archive);
     });
-    row("unpacking hangs", failed, [](Bench&) { SimulatedPc::hang(u"tools.tar"_s, 60000, {.part = u"-xf"_s}); });
+    row("unpacking hangs", failed, [](Bench& b) {
+        b.toolTimeoutMs = 1500;
+        SimulatedPc::hang(u"tools.tar"_s, 60000, {.part = u"-xf"_s});
+    });
     const QString differs = u"[ERROR] update: Unpacked files differ from the archive's listing — refusing to install"_s;
     row("symbolic link", differs, [](Bench& b) { b.offer(zip({u"Torvelane.exe=x"_s, u"x.dll@/etc/passwd"_s})); });
     row("hard link", differs, [](Bench& b) {
@@ -210,6 +219,7 @@ private Q_SLOTS:
         SimulatedPc::clearFaults();
         if (reason.contains(u"launch"_s) || reason.contains(u"Extr"_s) || reason.contains(u"Unpacked"_s)) {
             QFile::remove(bench.script());
+            bench.toolTimeoutMs = amplyMs;
             bench.offer(zip(goodEntries));
             QVERIFY2(bench.update(), qPrintable(log.lines().join(u'\n')));
         }
