@@ -8,7 +8,7 @@
 #include "platform/simulated/SimulatedPc.h"
 #include "ui/main/MainWindow.h"
 #include "ui/main/Navigation.h"
-#include "ui/pages/SectionTweaksPage.h"
+#include "ui/pages/Page.h"
 #include "ui/theme/Theme.h"
 #include "ui/windows/ChromeWindow.h"
 #include "ui/windows/SmoothScroller.h"
@@ -389,15 +389,13 @@ QByteArray longSection()
     return R"({"tweaks": [)" + entries.join(',') + "]}";
 }
 
-/// From the first of the cards to the last, by one notch of the wheel after the other.
-void scrolledCards(benchmark::State& state)
+/// From the top of the visible page to its end, by one notch of the wheel after the other.
+void scroll(const MainWindow& window, benchmark::State& state)
 {
     constexpr int notchEveryMs = 50;
-    const ShownWindow shown(longSection());
-    shown.window->navigateTo(QStringLiteral("Explorer"));
     longestTurnMs(settleMs);
     QScrollArea* area = nullptr;
-    for (auto* const page : shown.window->findChildren<SectionTweaksPage*>()) {
+    for (auto* const page : window.findChildren<Page*>()) {
         if (page->isVisible())
             area = page->findChild<QScrollArea*>();
     }
@@ -418,7 +416,31 @@ void scrolledCards(benchmark::State& state)
         state.counters["goal_ms"] = frameGoalMs;
     }
 }
+
+void scrolledCards(benchmark::State& state)
+{
+    const ShownWindow shown(longSection());
+    shown.window->navigateTo(QStringLiteral("Explorer"));
+    scroll(*shown.window, state);
+}
 BENCHMARK(scrolledCards)->Iterations(1);
+
+/// The restore points of a machine that has many; each row has two buttons.
+void scrolledRows(benchmark::State& state)
+{
+    constexpr int points = 200;
+    const ShownWindow shown;
+    QJsonArray stored;
+    for (int i = 1; i <= points; ++i)
+        stored.append(QJsonObject{{QStringLiteral("SequenceNumber"), i},
+                                  {QStringLiteral("Description"), QStringLiteral("Restore point %1").arg(i)},
+                                  {QStringLiteral("CreationTime"), QStringLiteral("20240105081202.902114-000")}});
+    require(platform::SimulatedPc::setValue(QStringLiteral("wmi/namespaces/ROOT\\DEFAULT/SystemRestore"), stored));
+    shown.window->navigateTo(QStringLiteral("Restore Points"));
+    longestTurnMs(settleMs * 5); // until they are listed
+    scroll(*shown.window, state);
+}
+BENCHMARK(scrolledRows)->Iterations(1);
 
 } // namespace
 

@@ -31,6 +31,15 @@ constexpr int edgeWidth = 4;
 constexpr QMargins headingMargins(6, 2, 6, 2);
 constexpr int rowIconSize = 20; ///< Drawn at this size; the button's icon size scales it down.
 
+/// Of a fixed size: asked what it would like to have, a button without a text measures four letters, in a font that nothing
+/// else is written in.
+class GearButton : public QPushButton {
+public:
+    explicit GearButton(QWidget* parent) : QPushButton(parent) { setFixedSize(GearButton::sizeHint()); }
+    [[nodiscard]] QSize sizeHint() const override { return {34, 34}; }
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+};
+
 UsernameLabel::Style nameStyle(Tier tier)
 {
     switch (tier) {
@@ -132,9 +141,8 @@ QWidget* Sidebar::makeAccountCard()
     names->addWidget(m_email);
     row->addLayout(names, 1);
 
-    auto* const gear = new QPushButton(card);
+    auto* const gear = new GearButton(card);
     gear->setObjectName(QStringLiteral("WinBtn"));
-    gear->setFixedSize(34, 34);
     gear->setIcon(iconFor(IconId::Settings, palette::muted, 18));
     gear->setIconSize(QSize(18, 18));
     gear->setCursor(Qt::PointingHandCursor);

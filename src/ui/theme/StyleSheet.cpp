@@ -36,7 +36,6 @@ QFrame#GlassCard, QFrame#Sidebar {
     border: 1px solid rgba(255,255,255,0.10); border-radius: 8px;
 }
 QFrame#Sidebar { border: none; border-right: 1px solid rgba(255,255,255,0.10); border-radius: 0; }
-QFrame#Divider { background: rgba(255,255,255,0.10); border: none; }
 
 QLabel#TweakTitle { font-family: "%1"; font-size: 14px; font-weight: 600; color: #FFFFFF; }
 QLabel#TweakDesc { font-family: "%1"; font-size: 12px; color: #9CA3AF; }
