@@ -28,7 +28,7 @@ namespace {
 constexpr int sidebarWidth = 280;
 constexpr int stripWidth = 32; ///< Of the backdrop, which is the same all across, and then has an edge.
 constexpr int edgeWidth = 4;
-constexpr QMargins headingMargins(6, 2, 6, 2);
+constexpr QMargins headingMargins(8, 2, 8, 2);
 constexpr int rowIconSize = 20; ///< Drawn at this size; the button's icon size scales it down.
 
 /// Of a fixed size: asked what it would like to have, a button without a text measures four letters, in a font that nothing
