@@ -3,7 +3,7 @@
 
 Start is the time until the window is on the screen and no longer of one color. Memory is the anonymous part of the
 process, ten seconds later: by then all pages have joined. Wants DISPLAY, a Wine prefix (WINEPREFIX) whose wineserver
-runs, and the programs xdotool and import (ImageMagick).
+runs, and the programs xdotool, import and convert (ImageMagick).
 
     window_under_wine.py wine-run bench_bare_window.exe Torvelane.exe [rounds]
 """
@@ -20,14 +20,15 @@ SETTLED_S = 10
 LIMIT_S = 60
 
 
-def output(*command):
-    return subprocess.run(command, capture_output=True).stdout
+def output(*command, given=None):
+    return subprocess.run(command, input=given, capture_output=True).stdout
 
 
 def painted_window(title):
     """The id of a visible window with this title that shows more than one color; None as long as there is none."""
     for window in output("xdotool", "search", "--onlyvisible", "--name", title).decode().split():
-        colors = output("import", "-silent", "-window", window, "-resize", "25%", "-unique-colors", "txt:-")
+        picture = output("import", "-silent", "-window", window, "png:-")
+        colors = output("convert", "png:-", "-resize", "25%", "-unique-colors", "txt:-", given=picture)
         if colors.count(b"\n") > 3:
             return window
     return None
@@ -42,7 +43,7 @@ def windows_process(program):
                 first = file.read().split(b"\0")[0].decode(errors="replace")
         except OSError:
             continue
-        if re.search(rf"[\\/]{re.escape(name)}$", first) and first[1:2] == ":":
+        if re.search(rf"(^|[\\/]){re.escape(name)}$", first.rstrip()):
             return int(entry)
     return None
 
