@@ -63,11 +63,10 @@ void addSignatures()
         [](Bench& b) { b.answers[u"/Release.zip.minisig"_s].content.replace("file:signed", "file:Signed"); });
     row("empty signature", invalid, [](Bench& b) { b.answers[u"/Release.zip.minisig"_s].content.clear(); });
     row("no minisign", invalid, [](Bench& b) { QFile::remove(b.inInstallation(u"minisign.exe"_s)); });
-    row("minisign hangs", invalid,
-        [](Bench& b) {
-            b.toolTimeoutMs = 1500;
-            put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nexec sleep 60", executable);
-        });
+    row("minisign hangs", invalid, [](Bench& b) {
+        b.toolTimeoutMs = 1500;
+        put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nexec sleep 60", executable);
+    });
     row("minisign crashes", invalid,
         [](Bench& b) { put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nkill -9 $$", executable); });
 }
