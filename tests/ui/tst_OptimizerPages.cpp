@@ -14,6 +14,8 @@
 
 #include <QLineEdit>
 #include <QProgressBar>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QThreadPool>
 
 using namespace torvelane::platform;
@@ -256,8 +258,13 @@ private Q_SLOTS:
         QTRY_VERIFY(shows(page, u"Reclaimable: "_s));
         const QString stuck = figure(page, u"Recycle Bin"_s);
         SimulatedPc::fail(u"recycleBin.empty"_s, refusal);
+        page.resize(700, 300);
+        const QScrollBar* const bar = page.findChild<QScrollArea*>()->verticalScrollBar();
+        QTRY_VERIFY(bar->maximum() > 0);
         press(page, u"Clean all"_s);
         QTRY_VERIFY(shows(page, u"items) · Reclaimable: "_s + stuck));
+        QCOMPARE(bar->value(), 0); // The keyboard went nowhere while all rows were disabled.
+        QCOMPARE(page.window()->focusWidget(), button(page, u"Clean all"_s));
         QVERIFY(shows(page, u"Nothing could be removed here: Recycle Bin."_s));
         const auto* const progress = page.findChild<QProgressBar*>();
         QCOMPARE(progress->value(), progress->maximum());

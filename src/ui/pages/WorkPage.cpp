@@ -107,8 +107,27 @@ void WorkPage::beginWork(const QString& status)
     setAdvice(QString());
     QWidget* const focused = window()->focusWidget();
     m_focusBefore = focused && isAncestorOf(focused) ? focused : nullptr;
+    // A control that is disabled with the keyboard on it would pass it on, from one to the next as these follow, and the
+    // page would scroll to the last.
+    if (m_focusBefore)
+        m_focusBefore->clearFocus();
     refreshControls();
+    if (m_focusBefore && m_focusBefore->isEnabled())
+        m_focusBefore->setFocus();
     m_focusMeanwhile = window()->focusWidget();
+}
+
+/// The first in the page's order, from `start` on, that takes the keyboard now; null if there is none.
+QWidget* WorkPage::firstToUse(QWidget* start) const
+{
+    QWidget* candidate = start;
+    do {
+        if (isAncestorOf(candidate) && candidate->isEnabled() && candidate->isVisible()
+            && (candidate->focusPolicy() & Qt::TabFocus))
+            return candidate;
+        candidate = candidate->nextInFocusChain();
+    } while (candidate != start);
+    return nullptr;
 }
 
 void WorkPage::endWork()
@@ -117,9 +136,11 @@ void WorkPage::endWork()
     m_spinner->stop();
     setStatus(QString());
     refreshControls();
-    // A control that is disabled passes the keyboard on: it gets it back, unless the user has taken it elsewhere.
-    if (m_focusBefore && m_focusBefore->isEnabled() && window()->focusWidget() == m_focusMeanwhile)
-        m_focusBefore->setFocus();
+    // The keyboard goes back to where it was, or to what follows there, unless the user has taken it elsewhere.
+    if (m_focusBefore && window()->focusWidget() == m_focusMeanwhile) {
+        if (QWidget* const target = firstToUse(m_focusBefore))
+            target->setFocus();
+    }
 }
 
 void WorkPage::finishWork()

@@ -97,6 +97,7 @@ protected:
 private:
     void beginWork(const QString& status);
     void endWork();
+    [[nodiscard]] QWidget* firstToUse(QWidget* start) const;
     void announceSoon();
     void announceStatus();
 
