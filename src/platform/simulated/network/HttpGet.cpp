@@ -101,8 +101,11 @@ QSslConfiguration machineTlsConfiguration()
         },
         Calls::Recorded::No);
     // A list of one's own ends the loading of the system's on demand.
-    if (!authorities.isEmpty())
-        configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + authorities);
+    if (!authorities.isEmpty()) {
+        // Read from some 150 files each time that anybody asks.
+        static const QList<QSslCertificate> ofTheHost = QSslConfiguration::systemCaCertificates();
+        configuration.setCaCertificates(ofTheHost + authorities);
+    }
     return configuration;
 }
 
