@@ -40,3 +40,9 @@ find_program(TORVELANE_CCACHE ccache)
 if(TORVELANE_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${TORVELANE_CCACHE}")
 endif()
+
+if(TORVELANE_SANITIZE STREQUAL "thread")
+  # For every program. As an object: from an archive nobody would ask for what Qt has as well.
+  add_library(torvelane_visible_qt OBJECT "${PROJECT_SOURCE_DIR}/tools/sanitizers/VisibleQt.cpp")
+  target_link_libraries(torvelane_visible_qt PRIVATE Qt6::Core)
+endif()
