@@ -8,24 +8,15 @@ namespace {
 
 const QString userSid = u"S-1-5-21-1004336348-1177238915-682003330-1001"_s;
 
-/// The calls of the machine whose answer is another one: tools and commands within a line included.
-QStringList callsNotAnswering(qint64 answer)
+/// The calls of the machine that failed: tools and commands within a line included.
+QStringList failedCalls()
 {
     QStringList lines;
     for (const CallRecord& record : SimulatedPc::calls()) {
-        if (record.answer != answer)
+        if (record.answer != 0)
             lines.append(record.call.name + u' ' + record.call.argumentLine());
     }
     return lines;
-}
-
-/// The commands of the catalogue that were run, one by one where a line holds several.
-QStringList commandsRun()
-{
-    QStringList commands;
-    for (const CallRecord& record : SimulatedPc::calls(u"tools.cmd"_s))
-        commands.append(record.call.arguments.at(1).split(u" & "_s));
-    return commands;
 }
 
 } // namespace
@@ -66,28 +57,13 @@ private Q_SLOTS:
                 QVERIFY(tweak->apply().ok);
                 const bool changes = differences(before, TestMachine::image()) != QStringList();
                 QVERIFY(tweak->revert({}).ok);
-                QCOMPARE(callsNotAnswering(0), QStringList());
+                QCOMPARE(failedCalls(), QStringList());
                 // What the tools keep comes back; only the switches of devices have no record of their own.
                 if (changes && !id.startsWith(u"torv.action.disable-"_s))
                     QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
             }
         }
-        QCOMPARE_GE(commandsRun().size(), 25);
-    }
-
-    void misspeltCommandsFail()
-    {
-        for (const QString& id : std::as_const(m_ids))
-            std::ignore = m_catalog.implementation(id)->apply();
-        const QStringList commands = commandsRun();
-        QCOMPARE_GE(commands.size(), 12);
-        for (QString command : commands) {
-            command.remove(1, 1);
-            SimulatedPc::clearCalls();
-            QVERIFY(runShellCommand(command, nullptr));
-            QCOMPARE(callsNotAnswering(9009), QStringList());
-            QVERIFY(m_machine->log.contains(u"[WARN] cmdtweak: '%1' exited with 9009"_s.arg(command)));
-        }
+        QCOMPARE_GE(SimulatedPc::calls(u"tools.cmd"_s).size(), 20);
     }
 };
 

