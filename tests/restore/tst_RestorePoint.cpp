@@ -1,9 +1,8 @@
 #include "app/AppContext.h"
+#include "restore/CimDateTime.h"
 #include "restore/RestorePoint.h"
 #include "support/simulated/Suite.h"
 #include "tweaks/TweakEngine.h"
-
-#include <QTranslator>
 
 using namespace torvelane::platform;
 
@@ -14,24 +13,19 @@ const QString policyKey = u"SOFTWARE\\Policies\\Microsoft\\Windows NT\\SystemRes
 const QString vssKey = u"SYSTEM\\CurrentControlSet\\Services\\VSS"_s;
 const QString points = u"wmi/namespaces/ROOT\\DEFAULT/SystemRestore"_s;
 const QString copies = u"wmi/namespaces/ROOT\\CIMV2/Win32_ShadowCopy"_s;
-constexpr HResult refusal{static_cast<qint32>(0x8000ffff)};
-
 const QString frequency = u"SystemRestorePointCreationFrequency"_s;
+constexpr HResult refusal{static_cast<qint32>(0x8000ffff)};
+const QDateTime noon(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
 
-void setNumber(const QString& path, const QString& name, int content)
+void setNumber(const QString& path, const QString& name, quint32 content)
 {
-    QVERIFY(writeDword(RegistryHive::LocalMachine, path, name, static_cast<quint32>(content)));
+    QVERIFY(writeDword(RegistryHive::LocalMachine, path, name, content));
 }
 
 /// Whether the program has lifted Windows' limit of one point a day, for good.
 bool limitIsLifted()
 {
     return machineValue(key, frequency) == RegistryValue{true, RegistryValueKind::Dword, 0, {}, {}};
-}
-
-QJsonArray rowsOf(const QString& path)
-{
-    return SimulatedPc::value(path).toArray();
 }
 
 /// The simulated tools' runs, as command lines.
@@ -45,12 +39,10 @@ QStringList toolRuns()
     return lines;
 }
 
-QJsonObject shadowCopy(const QString& id, const QString& installed)
+QJsonObject shadowCopy(const QString& id, const QString& installed, bool isClientAccessible = true)
 {
-    return {{u"ClientAccessible"_s, true}, {u"ID"_s, id}, {u"InstallDate"_s, installed}};
+    return {{u"ClientAccessible"_s, isClientAccessible}, {u"ID"_s, id}, {u"InstallDate"_s, installed}};
 }
-
-const QDateTime noon(QDate(2024, 3, 1), QTime(12, 0), Qt::UTC);
 
 } // namespace
 
@@ -65,17 +57,12 @@ private Q_SLOTS:
         QString error;
         for (const QString& name : {u"Été"_s, u"second"_s})
             QVERIFY2(RestorePoint::createWithFallback(name, &error), qPrintable(error));
-        QCOMPARE(error, QString());
-        QCOMPARE(m_machine->log.lines(),
-                 QStringList({u"[INFO] restore: System Restore Point created: Été"_s,
-                              u"[INFO] restore: System Restore Point created: second"_s}));
         const QList<RestorePointInfo> list = RestorePoint::listPoints(&error);
         QCOMPARE(list.size(), 5);
         QCOMPARE(list[0].description, u"second"_s);
         QCOMPARE(list[1].description, u"Été"_s);
         QCOMPARE(list[1].sequenceNumber, 24u);
         QCOMPARE(list[1].restorePointType, 12u);
-        QCOMPARE(list[1].eventType, 100u);
         QVERIFY(qAbs(list[1].creationTime.secsTo(QDateTime::currentDateTimeUtc())) < 60);
         QVERIFY(toolRuns().isEmpty());
         QVERIFY(limitIsLifted());
@@ -85,30 +72,26 @@ private Q_SLOTS:
     {
         // With the number of attempts: the second one is that of the fallback.
         const std::tuple<QString, HResult, QString, int> cases[] = {
-            {u"connectServer"_s, refusal,
-             u"System Restore WMI unavailable: ConnectServer(ROOT\\DEFAULT) failed (0x8000ffff)"_s, 1},
             {u"connectServer"_s, HResult::ServiceDisabled,
              u"System Restore WMI unavailable: ConnectServer(ROOT\\DEFAULT) failed (0x80070422)"_s, 1},
-            {u"connectServer"_s, HResult::Ok, u"System Restore WMI service is null"_s, 1},
             {u"getObject"_s, refusal, u"System Protection appears disabled (GetObject 0x8000ffff)"_s, 1},
-            {u"getObject"_s, HResult::Ok, u"System Protection appears disabled (GetObject 0x0)"_s, 1},
             {u"getObject"_s, HResult::ServiceDisabled, u"System Protection appears disabled (GetObject 0x80070422)"_s,
              2},
             {u"getMethod"_s, HResult::ServiceDisabled, u"CreateRestorePoint method unavailable"_s, 1},
-            {u"getMethod"_s, HResult::Ok, u"CreateRestorePoint method unavailable"_s, 1},
-            {u"spawnInstance"_s, refusal, u"ExecMethod failed (0x8000ffff)"_s, 1},
             {u"spawnInstance"_s, HResult::Ok, u"ExecMethod failed (0x0)"_s, 1},
             {u"execMethod"_s, refusal, u"ExecMethod failed (0x8000ffff)"_s, 1},
-            {u"execMethod"_s, HResult::Ok, u"ExecMethod failed (0x0)"_s, 1},
             {u"execMethod"_s, HResult::ServiceDisabled, u"ExecMethod failed (0x80070422)"_s, 2},
             {u"getReturnValue"_s, HResult::ServiceDisabled, u"unknown error"_s, 1},
+            {QString(), HResult::Ok, u"CreateRestorePoint returned 1058"_s, 1},
         };
         for (const auto& [call, code, reason, attempts] : cases) {
             m_machine.emplace();
             setNumber(key, frequency, 1440);
-            if (call == u"connectServer" && code == HResult::Ok)
-                SimulatedPc::fail(u"wmi.setProxyBlanket"_s, HResult::Ok);
-            SimulatedPc::fail(u"wmi."_s + call, code);
+            if (call.isEmpty())
+                SimulatedPc::setValue(u"wmi/returnValues"_s,
+                                      QJsonObject{{u"SystemRestore.CreateRestorePoint"_s, 1058}});
+            else
+                SimulatedPc::fail(u"wmi."_s + call, code);
             QString error;
             QVERIFY(!RestorePoint::createWithFallback(u"name"_s, &error));
             QCOMPARE(error, u"Restore point not created: "_s + reason);
@@ -117,19 +100,6 @@ private Q_SLOTS:
             QCOMPARE(toolRuns().isEmpty(), attempts == 1);
             QVERIFY(limitIsLifted());
         }
-    }
-
-    void returnedNumber()
-    {
-        SimulatedPc::setValue(
-            u"wmi/returnValues"_s,
-            QJsonObject{{u"SystemRestore.CreateRestorePoint"_s, 1058}, {u"SystemRestore.Restore"_s, -5}});
-        QString error;
-        QVERIFY(!RestorePoint::createWithFallback(u"name"_s, &error));
-        QCOMPARE(error, u"Restore point not created: CreateRestorePoint returned 1058"_s);
-        QVERIFY(!RestorePoint::restoreTo(21, true, &error));
-        QCOMPARE(error, u"Restore not initiated: Restore returned -5"_s);
-        QVERIFY(toolRuns().isEmpty());
     }
 
     /// Everything that may keep System Protection off, as a policy, a disabled service and switched off altogether.
@@ -147,10 +117,6 @@ private Q_SLOTS:
         const QStringList lift{u"sc config VSS start= demand"_s, u"sc start VSS"_s};
         const QString enable = u"powershell -NoProfile -NonInteractive -Command Enable-ComputerRestore -Drive 'C:\\'"_s;
         QCOMPARE(toolRuns(), QStringList(lift + lift << enable));
-        QCOMPARE(m_machine->log.lines(),
-                 QStringList({u"[INFO] restore: System Restore disabled — lifting blockers and retrying"_s,
-                              u"[INFO] restore: System Protection enabled on C:\\"_s,
-                              u"[INFO] restore: System Restore Point created after enabling protection: name"_s}));
         QCOMPARE(machineValue(policyKey, u"DisableSR"_s).number, 0u);
         QCOMPARE(machineValue(policyKey, u"DisableConfig"_s).number, 0u);
         QCOMPARE(machineValue(key, u"DisableSR"_s).number, 0u);
@@ -161,86 +127,60 @@ private Q_SLOTS:
     void protection()
     {
         constexpr int absent = -1;
-        const auto arrange = [](const QString& name, int content) {
-            if (content == absent)
-                QVERIFY(deleteValue(RegistryHive::LocalMachine, key, name));
-            else
-                setNumber(key, name, content);
-        };
-        for (const auto& [disable, interval, enabled] : {std::tuple(absent, absent, true),
-                                                         {1, 1, false},
-                                                         {1, absent, false},
-                                                         {0, absent, true},
-                                                         {0, 0, false},
-                                                         {2, 1, true}}) {
-            arrange(u"DisableSR"_s, disable);
-            arrange(u"RPSessionInterval"_s, interval);
+        for (const auto& [disable, interval, enabled] :
+             {std::tuple(absent, absent, true), {1, 1, false}, {0, absent, true}, {0, 0, false}, {2, 1, true}}) {
+            for (const auto& [name, content] :
+                 {std::pair(u"DisableSR"_s, disable), {u"RPSessionInterval"_s, interval}}) {
+                if (content == absent)
+                    QVERIFY(deleteValue(RegistryHive::LocalMachine, key, name));
+                else
+                    setNumber(key, name, static_cast<quint32>(content));
+            }
             QCOMPARE(RestorePoint::isProtectionEnabled(), enabled);
         }
     }
 
-    /// What PowerShell says is shown to the user, in the letters that it was written in.
-    void enableRefused()
-    {
-        QString error;
-        SimulatedPc::setValue(u"user/elevated"_s, false);
-        for (const auto& [language, firstLine] : {std::pair(u"en"_s, u"Enable-ComputerRestore : Access denied"_s),
-                                                  {u"fr"_s, u"Enable-ComputerRestore : Accès refusé"_s}}) {
-            SimulatedPc::setValue(u"user/language"_s, language);
-            QVERIFY(!RestorePoint::enableProtection(&error));
-            QCOMPARE(error.section(u"\r\n"_s, 0, 0), firstLine);
-            QVERIFY(!error.endsWith(u'\n'));
-        }
-        QVERIFY(!RestorePoint::enableProtection(nullptr));
-        m_machine.emplace();
-        SimulatedPc::fail(u"tools.powershell"_s, 1);
-        QVERIFY(!RestorePoint::enableProtection(&error));
-        QCOMPARE(error, u"Enable-ComputerRestore failed (admin required?)"_s);
-        QVERIFY(m_machine->log.lines().isEmpty());
-    }
-
     void list()
     {
-        QString error = u"untouched"_s;
-        QVERIFY(SimulatedPc::setValue(points, QJsonArray{}));
-        QVERIFY(RestorePoint::listPoints(&error).isEmpty());
-        QCOMPARE(error, u"untouched"_s);
-
+        QString error;
         QVERIFY(SimulatedPc::setValue(
             points,
             QJsonArray{QJsonObject{{u"SequenceNumber"_s, 59},
                                    {u"Description"_s, u"My 2nd checkpoint"_s},
-                                   {u"CreationTime"_s, u"20120202180537.316029-000"_s},
-                                   {u"RestorePointType"_s, 12},
-                                   {u"EventType"_s, 100}},
+                                   {u"CreationTime"_s, u"20120202180537.316029-000"_s}},
                        QJsonObject{{u"SequenceNumber"_s, u"none"_s}, {u"CreationTime"_s, u"2012020218053"_s}},
                        QJsonObject{{u"SequenceNumber"_s, 160}, {u"EventType"_s, QJsonObject{{u"UI1"_s, 5}}}}}));
         const QList<RestorePointInfo> list = RestorePoint::listPoints(&error);
-        QCOMPARE(error, u"untouched"_s);
+        QCOMPARE(error, QString());
         QCOMPARE(list.size(), 3);
         QCOMPARE(list[0].sequenceNumber, 160u);
-        QCOMPARE(list[0].eventType, 0u);
         QVERIFY(!list[0].creationTime.isValid());
         QCOMPARE(list[1].description, u"My 2nd checkpoint"_s);
         QCOMPARE(list[1].creationTime, QDateTime(QDate(2012, 2, 2), QTime(18, 5, 37), Qt::UTC));
-        QCOMPARE(list[1].restorePointType, 12u);
         QCOMPARE(list[2].sequenceNumber, 0u);
         QVERIFY(!list[2].creationTime.isValid());
-        QCOMPARE(m_machine->log.lines(),
-                 QStringList({u"[INFO] restore: SystemRestore enumeration returned 0 point(s)"_s,
-                              u"[INFO] restore: SystemRestore enumeration returned 3 point(s)"_s}));
-    }
-
-    void listFails()
-    {
-        QString error;
         SimulatedPc::fail(u"wmi.execQuery"_s, refusal);
         QVERIFY(RestorePoint::listPoints(&error).isEmpty());
         QCOMPARE(error, u"Could not read restore points: ExecQuery failed (0x8000ffff)"_s);
-        QVERIFY(m_machine->log.lines().isEmpty());
-        SimulatedPc::fail(u"wmi.connectServer"_s, refusal);
-        QVERIFY(RestorePoint::listPoints(&error).isEmpty());
-        QCOMPARE(error, u"System Restore WMI unavailable: ConnectServer(ROOT\\DEFAULT) failed (0x8000ffff)"_s);
+    }
+
+    void moments()
+    {
+        for (const auto& [text, utc, offsetSeconds] : {
+                 std::tuple("20150501120034.213457-300", "2015-05-01T17:00:34Z", -18000),
+                 {"20260113101500", "2026-01-13T10:15:00Z", 0},
+                 {"20260113101500.000000+***", "2026-01-13T10:15:00Z", 0},
+                 {"20260113101500.000000-060Z", "2026-01-13T10:15:00Z", 0},
+                 {"20260113101500.-030+060", "2026-01-13T09:15:00Z", 3600}, // a plus behind a minus counts
+                 {"20260113101500+2147483647", "2026-01-13T10:15:00Z", 0},  // too large to be an offset
+                 {"20230229000000.000000+000", "", 0},
+                 {"20260113******.******+***", "", 0},
+                 {"", "", 0},
+             }) {
+            const QDateTime parsed = parseCimDateTime(QLatin1String(text));
+            QCOMPARE(parsed.isValid() ? parsed.toUTC().toString(Qt::ISODate) : QString(), QLatin1String(utc));
+            QCOMPARE(parsed.isValid() ? parsed.offsetFromUtc() : 0, offsetSeconds);
+        }
     }
 
     /// Which copy goes, or why none does. Times are local, the point's is 12:00 UTC.
@@ -266,26 +206,14 @@ private Q_SLOTS:
             QCOMPARE(RestorePoint::deletePoint(7, noon, &error), chosen >= 0);
             QCOMPARE(error, expected);
             QStringList runs;
-            QString logged = u"[WARN] restore: "_s + error;
             if (chosen >= 0) {
-                const QString id = u"{ID-%1}"_s.arg(chosen);
-                runs << u"vssadmin delete shadows /shadow="_s + id + u" /quiet"_s;
-                logged = u"[INFO] restore: Deleted restore point sequence 7 (shadow %1)"_s.arg(id);
+                runs << u"vssadmin delete shadows /shadow={ID-%1} /quiet"_s.arg(chosen);
                 rows.removeAt(chosen);
             }
             QCOMPARE(toolRuns(), runs);
-            QCOMPARE(m_machine->log.lines(), QStringList(logged));
-            QCOMPARE(rowsOf(copies), rows);
+            QCOMPARE(SimulatedPc::value(copies).toArray(), rows);
         }
-        // The distance is in milliseconds: of a moment with a fraction the refusal shows whole seconds.
-        QVERIFY(SimulatedPc::setValue(copies, QJsonArray{shadowCopy(u"{ID}"_s, u"20240301120200.0+000"_s)}));
-        QString error;
-        QVERIFY(!RestorePoint::deletePoint(7, noon.addMSecs(-1), &error));
-        QCOMPARE(error, refused.arg(120));
-    }
-
-    void unusableForDeleting()
-    {
+        // A copy without a name can't be meant, nor can a point without a time.
         QVERIFY(SimulatedPc::setValue(copies, QJsonArray{shadowCopy({}, u"20240301120003.5+000"_s)}));
         QString error;
         QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
@@ -293,50 +221,21 @@ private Q_SLOTS:
         QVERIFY(!RestorePoint::deletePoint(23, QDateTime(), &error));
         QCOMPARE(error, u"Cannot delete: the restore point has no usable creation time"_s);
         QVERIFY(toolRuns().isEmpty());
-        QCOMPARE(RestorePoint::listPoints(nullptr).size(), 3);
     }
 
     void deleteFails()
     {
         QString error;
         SimulatedPc::setValue(u"user/language"_s, u"fr"_s);
-        QVERIFY(SimulatedPc::setValue(copies,
-                                      QJsonArray{QJsonObject{{u"ClientAccessible"_s, false},
-                                                             {u"ID"_s, u"{ID}"_s},
-                                                             {u"InstallDate"_s, u"20240301120000.0+000"_s}}}));
+        QVERIFY(SimulatedPc::setValue(copies, QJsonArray{shadowCopy(u"{ID}"_s, u"20240301120000.0+000"_s, false)}));
         QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
-        QCOMPARE(error.section(u"\r\n"_s, 0, 0),
-                 u"vssadmin 1.1 - Outil ligne de commande d'administration du service de "
-                 "cliché instantané de volume"_s);
         QVERIFY2(error.endsWith(u"qui les a créés."), qPrintable(error));
-
         SimulatedPc::fail(u"tools.vssadmin"_s, 2);
         QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
         QCOMPARE(error, u"vssadmin failed (admin required?)"_s);
         SimulatedPc::fail(u"wmi.execQuery"_s, refusal);
         QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
         QCOMPARE(error, u"Could not enumerate shadow copies: ExecQuery failed (0x8000ffff)"_s);
-        SimulatedPc::fail(u"wmi.connectServer"_s, refusal);
-        QVERIFY(!RestorePoint::deletePoint(7, noon, &error));
-        QCOMPARE(error, u"WMI unavailable: ConnectServer(ROOT\\CIMV2) failed (0x8000ffff)"_s);
-        QCOMPARE(m_machine->log.count(u"[WARN] restore: "_s + error), 1);
-    }
-
-    /// A tool that hangs is ended at its limit and counts as done.
-    void hangingTools()
-    {
-        if (!torvelane::test::fullRun())
-            QSKIP("Takes half a minute; ./dev test --full runs it");
-        SimulatedPc::hang(u"tools.powershell"_s, 120000);
-        setNumber(key, frequency, 1440);
-        QString error;
-        QElapsedTimer timer;
-        timer.start();
-        QVERIFY(RestorePoint::enableProtection(&error));
-        QVERIFY(timer.elapsed() >= 29000);
-        QVERIFY(timer.elapsed() < 40000);
-        QVERIFY(limitIsLifted());
-        QCOMPARE(m_machine->log.count(u"[INFO] restore: System Protection enabled on C:\\"_s), 1);
     }
 
     void rollsBack()
@@ -349,44 +248,30 @@ private Q_SLOTS:
         QTRY_COMPARE(SimulatedPc::value(u"shutdown/restartInSeconds"_s).toInt(), 10);
         QCOMPARE(SimulatedPc::value(u"wmi/rollBackTo"_s).toInt(), 21);
         QCOMPARE(toolRuns(), QStringList(u"shutdown /r /t 10 /c Torvelane: restoring Windows to a restore point."_s));
-        QCOMPARE(m_machine->log.lines(),
-                 QStringList({u"[INFO] restore: System Restore initiated for sequence 22"_s,
-                              u"[INFO] restore: System Restore initiated for sequence 21"_s}));
     }
 
+    /// The PC isn't restarted then.
     void rollBackFails()
     {
         const std::tuple<QString, HResult, QString> cases[] = {
-            {u"connectServer"_s, refusal,
-             u"System Restore WMI unavailable: ConnectServer(ROOT\\DEFAULT) failed (0x8000ffff)"_s},
             {u"getObject"_s, refusal, u"System Protection appears disabled (GetObject 0x8000ffff)"_s},
             {u"getMethod"_s, refusal, u"Restore method unavailable"_s},
-            {u"execMethod"_s, refusal, u"Restore not initiated: ExecMethod failed (0x8000ffff)"_s},
             {u"execMethod"_s, HResult::Ok, u"Restore not initiated: ExecMethod failed (0x0)"_s},
             {u"getReturnValue"_s, refusal, u"Restore not initiated: unknown error"_s},
+            {QString(), HResult::Ok, u"Restore not initiated: Restore returned -5"_s},
         };
         for (const auto& [call, code, expected] : cases) {
-            m_machine.emplace();
-            SimulatedPc::fail(u"wmi."_s + call, code);
+            SimulatedPc::clearFaults();
+            if (call.isEmpty())
+                SimulatedPc::setValue(u"wmi/returnValues"_s, QJsonObject{{u"SystemRestore.Restore"_s, -5}});
+            else
+                SimulatedPc::fail(u"wmi."_s + call, code);
             QString error;
             QVERIFY(!RestorePoint::restoreTo(21, true, &error));
             QCOMPARE(error, expected);
-            QCOMPARE(m_machine->log.count(u"[WARN] restore: "_s + error), 1);
-            QVERIFY(toolRuns().isEmpty());
         }
-    }
-
-    /// The sentences of the user's language inside the ones that stay English.
-    void french()
-    {
-        QTranslator translator;
-        QVERIFY(translator.load(u":/i18n/app_fr.qm"_s));
-        QCoreApplication::installTranslator(&translator);
-        SimulatedPc::fail(u"wmi.execMethod"_s, refusal);
-        QString error;
-        QVERIFY(!RestorePoint::createWithFallback(u"name"_s, &error));
-        QCOMPARE(error, u"Restore point not created: Échec d’ExecMethod (0x8000ffff)"_s);
-        QCoreApplication::removeTranslator(&translator);
+        QTest::qWait(500); // nobody waits for the tool that would restart it
+        QVERIFY(toolRuns().isEmpty());
     }
 
     void engineMakesOne()
@@ -394,7 +279,8 @@ private Q_SLOTS:
         AppContext context;
         QVERIFY(context.init());
         QVERIFY(context.engine->applyBatch({u"selftest.toggle"_s}, Tier::Pro, nullptr, true));
-        QCOMPARE(rowsOf(points).last()[u"Description"].toString(), u"Torvelane: before applying 1 tweak(s)"_s);
+        QCOMPARE(SimulatedPc::value(points).toArray().last()[u"Description"].toString(),
+                 u"Torvelane: before applying 1 tweak(s)"_s);
     }
 };
 
