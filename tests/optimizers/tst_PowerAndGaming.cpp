@@ -14,7 +14,6 @@ const QString processor = u"54533251-82be-4824-96c1-47b60b740d00"_s;
 const QString minimumState = u"893dee8e-2bef-41e0-89c6-b55d0929964c"_s;
 const QString cpuFile = u"cpu_perf.json"_s;
 const QString gamingFile = u"gaming_mode.json"_s;
-const QString powercfg = u"tools.powercfg"_s;
 
 QString active()
 {
@@ -39,29 +38,20 @@ private Q_SLOTS:
         QCOMPARE(plans.size(), 3);
         QCOMPARE(plans.at(1).guid, highPerformance);
         QCOMPARE(plans.at(1).name, u"Performances élevées"_s);
-        QCOMPARE(plans.at(0).active, true);
+        QVERIFY(plans.at(0).active);
         QCOMPARE(Plans::activeScheme(), balanced);
-        QCOMPARE(Plans::querySetting(processor, minimumState).ac, 5);
-        // A name with brackets is cut at the first one, and the star behind it isn't seen.
-        SimulatedPc::setValue(u"power/plans/%1/name_fr"_s.arg(balanced), u"Équilibré (constructeur)"_s);
-        QCOMPARE(Plans::listPlans().at(0).name, u"Équilibré (constructeur"_s);
-        QVERIFY(!Plans::listPlans().at(0).active);
     }
 
     void aSettingsIndices()
     {
+        SimulatedPc::setValue(u"user/language"_s, u"fr"_s);
         SimulatedPc::setValue(u"power/plans/%1/indices/%2/%3/dc"_s.arg(balanced, processor, minimumState), 7);
         const PowerSettingValue shown = Plans::querySetting(processor, minimumState);
         QCOMPARE(shown.ac, 5);
         QCOMPARE(shown.dc, 7);
-        // One that powercfg hides, one that isn't there, and one whose number is above the signed range.
+        // One that powercfg hides, and one that isn't there.
         QCOMPARE(Plans::querySetting(processor, u"5d76a2ca-e8c0-402f-a133-2158492d58ad"_s).ac, -1);
         QCOMPARE(Plans::querySetting(processor, balanced).ac, -1);
-        SimulatedPc::setValue(u"power/plans/%1/indices/%2/%3/ac"_s.arg(balanced, processor, minimumState),
-                              4294967295.0);
-        QCOMPARE(Plans::querySetting(processor, minimumState).ac, 0);
-        SimulatedPc::hang(powercfg, 9000, {.part = u"/query"_s});
-        QCOMPARE(Plans::querySetting(processor, minimumState).ac, -1);
     }
 
     void bestPlan()
@@ -93,28 +83,13 @@ private Q_SLOTS:
         }
     }
 
-    void processorThereAndBack()
-    {
-        const MachineImage before = TestMachine::image();
-        QVERIFY(!Plans::isMaxCpuApplied());
-        const PowerPlanResult applied = Plans::applyMaxCpu();
-        QVERIFY(applied.ok);
-        QCOMPARE(index(balanced, minimumState, u"ac"_s), 100);
-        QCOMPARE(index(balanced, minimumState, u"dc"_s), 100);
-        // The three that powercfg hides are neither recorded nor changed.
-        QCOMPARE(snapshot(cpuFile).value(u"settings"_s).toArray().size(), 2);
-        QCOMPARE(snapshot(cpuFile).value(u"scheme"_s).toString(), balanced);
-        QVERIFY(Plans::isMaxCpuApplied());
-        QCOMPARE(Plans::restoreCpu().message, u"CPU power settings restored to their previous values."_s);
-        QCOMPARE(differences(before, TestMachine::image()), QStringList());
-        QVERIFY(!Plans::isMaxCpuApplied());
-        QCOMPARE(Plans::restoreCpu().message, u"CPU is already on default settings."_s);
-    }
-
     /// The indices go to the plan of the moment, and the plan of the apply becomes active again.
     void restoreAfterThePlanWasChanged()
     {
         QVERIFY(Plans::applyMaxCpu().ok);
+        QCOMPARE(index(balanced, minimumState, u"dc"_s), 100);
+        // The three that powercfg hides are neither recorded nor changed.
+        QCOMPARE(snapshot(cpuFile).value(u"settings"_s).toArray().size(), 2);
         QVERIFY(Plans::activatePlan(highPerformance).ok);
         QVERIFY(Plans::restoreCpu().ok);
         QCOMPARE(index(highPerformance, minimumState, u"ac"_s), 5);
@@ -129,7 +104,6 @@ private Q_SLOTS:
         QVERIFY(!Plans::isMaxDiskApplied());
         SimulatedPc::fail(u"power.getactivescheme"_s, 1);
         QCOMPARE(Plans::applyMaxDisk().message, u"Could not read the active power plan."_s);
-        QCOMPARE(Plans::activatePlan({}).message, u"No power plan selected."_s);
         SimulatedPc::clearFaults();
         putSnapshot(u"disk_perf.json"_s, "{\"scheme\": 3, \"set");
         QCOMPARE(Plans::restoreDisk().message, u"Disk power settings restored to their previous values."_s);
@@ -143,35 +117,15 @@ private Q_SLOTS:
         const MachineImage before = TestMachine::image();
         const GamingResult on = GamingMode::activate();
         QCOMPARE(on.message, u"Gaming Mode activated — 20 system settings tuned."_s);
-        QCOMPARE(on.count, 20);
         QCOMPARE(active(), highPerformance);
-        QCOMPARE(machineValue(u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Multimedia\\SystemProfile"_s,
-                              u"NetworkThrottlingIndex"_s)
-                     .number,
-                 0xFFFFFFFFu);
-        QCOMPARE(snapshot(gamingFile).value(u"entries"_s).toArray().size(), 20);
         const QJsonObject first = snapshot(gamingFile);
         QCOMPARE(GamingMode::activate().message, u"Gaming Mode is already active."_s);
         QCOMPARE(snapshot(gamingFile), first);
 
-        const GamingResult off = GamingMode::deactivate();
-        QCOMPARE(off.count, 20);
-        QCOMPARE(off.message, u"Gaming Mode deactivated — 20 setting(s) restored to defaults."_s);
+        QCOMPARE(GamingMode::deactivate().message, u"Gaming Mode deactivated — 20 setting(s) restored to defaults."_s);
         QCOMPARE(differences(before, TestMachine::image()), QStringList());
         QCOMPARE(snapshot(gamingFile), QJsonObject({{u"active"_s, false}}));
         QVERIFY(!QFile::exists(snapshotPath(cpuFile)));
-        QCOMPARE(GamingMode::deactivate().message, u"Gaming Mode is not active."_s);
-    }
-
-    void gamingModeWithoutRights()
-    {
-        SimulatedPc::setValue(u"user/elevated"_s, false);
-        const GamingResult on = GamingMode::activate();
-        QVERIFY(on.ok);
-        QCOMPARE(
-            on.message,
-            u"Gaming Mode activated — 9 system settings tuned. 11 setting(s) need administrator and were skipped."_s);
-        QCOMPARE(m_machine->log.count(u"[INFO] gaming: Gaming Mode ON: 9 written, 11 failed; plan=1 cpu=1"_s), 1);
     }
 
     void gamingModesFile()
@@ -185,13 +139,11 @@ private Q_SLOTS:
         QVERIFY(QDir(Paths::dataDir()).rmdir(gamingFile));
 
         QVERIFY(GamingMode::activate().ok);
-        QJsonObject document = snapshot(gamingFile);
-        QJsonArray entries = document.value(u"entries"_s).toArray();
-        QJsonObject entry = entries.at(3).toObject();
-        entry[u"hive"_s] = u"HKXX"_s;
-        entries[3] = entry;
-        document[u"entries"_s] = entries;
-        putSnapshot(gamingFile, QJsonDocument(document).toJson());
+        QFile file(snapshotPath(gamingFile));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QByteArray bytes = file.readAll();
+        bytes.replace(bytes.indexOf("HKCU"), 4, "HKXX");
+        QVERIFY(file.seek(0) && file.write(bytes) == bytes.size() && file.flush());
         QCOMPARE(GamingMode::deactivate().count, 19);
     }
 };
