@@ -6,9 +6,6 @@ using namespace torvelane::platform;
 
 namespace {
 
-/// Has this program open a file, say so, and keep it open until the end of its standard input.
-const QString holdOption = u"--hold"_s;
-
 /// The path in the form in which any name and any length can be used.
 QString exact(const QString& path)
 {
@@ -74,20 +71,17 @@ private Q_SLOTS:
     {
         Directory directory;
         QCOMPARE(Directory::open(m_folder + u"/"_s, directory), Win32Error::Success);
-        QVERIFY(directory.isOpen());
         QCOMPARE(QDir::fromNativeSeparators(directory.finalPath()).toLower(), m_folder.toLower());
         QVERIFY(put(m_folder + u"/file"_s));
         QCOMPARE(Directory::open(m_folder + u"/file"_s, directory), Win32Error::Directory);
         QVERIFY(!directory.isOpen());
         QCOMPARE(Directory::open(m_folder + u"/absent"_s, directory), Win32Error::FileNotFound);
-        QCOMPARE(Directory::open(m_folder + u"/absent/below"_s, directory), Win32Error::PathNotFound);
     }
 
     void names()
     {
         for (const QString& name :
-             {u"file.txt"_s, u"\u65e5\u672c-\u00e9-\U0001f600"_s, u" a  b"_s, u"dot."_s, u"blank "_s, u"nul"_s,
-              u"con.txt"_s, QString(255, u'n'), u"%TEMP% [x] {y} \u2217"_s}) {
+             {u"\u65e5\u672c-\u00e9-\U0001f600"_s, u"dot."_s, u"blank "_s, u"con.txt"_s, QString(255, u'n')}) {
             for (const bool isDirectory : {false, true}) {
                 const QString path = m_folder + u'/' + name;
                 QVERIFY2(isDirectory ? makeFolder(path) : put(path, "12345"), qPrintable(name));
@@ -107,6 +101,7 @@ private Q_SLOTS:
         }
     }
 
+    /// More than one buffer holds.
     void manyEntries()
     {
         QSet<QString> expected;
@@ -119,30 +114,11 @@ private Q_SLOTS:
         for (int round = 0; round < 2; ++round) {
             QList<DirectoryEntry> entries;
             QCOMPARE(directory.entries(entries), Win32Error::Success);
-            QCOMPARE(entries.size(), expected.size());
             QSet<QString> found;
             for (const DirectoryEntry& entry : std::as_const(entries))
                 found.insert(entry.name);
+            QCOMPARE(entries.size(), expected.size());
             QCOMPARE(found, expected);
-        }
-    }
-
-    void attributes()
-    {
-        const QString path = m_folder + u"/file"_s;
-        for (const int attributes : {FILE_ATTRIBUTE_READONLY, FILE_ATTRIBUTE_HIDDEN,
-                                     FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY}) {
-            QVERIFY(isThere(path) || put(path));
-            QVERIFY(SetFileAttributesW(native(exact(path)), static_cast<DWORD>(attributes)));
-            const Directory directory = opened(m_folder);
-            const DirectoryEntry entry = entryIn(directory, u"file"_s);
-            QCOMPARE(entry.name, u"file"_s);
-            const bool stays = isWine() && (attributes & FILE_ATTRIBUTE_READONLY);
-            QCOMPARE(directory.remove(entry), stays ? Win32Error::AccessDenied : Win32Error::Success);
-            QCOMPARE(isThere(path), stays);
-            if (stays)
-                QVERIFY(GetFileAttributesW(native(exact(path))) & FILE_ATTRIBUTE_READONLY);
-            SetFileAttributesW(native(exact(path)), FILE_ATTRIBUTE_NORMAL);
         }
     }
 
@@ -151,10 +127,9 @@ private Q_SLOTS:
     {
         constexpr int depth = 300;
         QString path = m_folder;
-        QStringList paths;
         for (int level = 0; level < depth; ++level) {
             path += u"/level"_s;
-            QVERIFY2(makeFolder(path), qPrintable(QString::number(level)));
+            QVERIFY(makeFolder(path));
         }
         QVERIFY(put(path + u"/file"_s));
         std::vector<Directory> levels;
@@ -175,21 +150,17 @@ private Q_SLOTS:
         QCOMPARE(left.size(), 0);
     }
 
-    void fileOfAnotherProcess()
+    void fileInUse()
     {
         const QString path = m_folder + u"/file"_s;
         QVERIFY(put(path));
-        QProcess holder;
-        holder.start(QCoreApplication::applicationFilePath(), {holdOption, path});
-        QVERIFY(holder.waitForReadyRead());
-        QCOMPARE(holder.readAllStandardOutput(), QByteArray("held"));
+        const HANDLE user =
+            CreateFileW(native(exact(path)), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
         const Directory directory = opened(m_folder);
         const DirectoryEntry entry = entryIn(directory, u"file"_s);
-        const Win32Error whileHeld = directory.remove(entry);
+        QCOMPARE(directory.remove(entry), static_cast<Win32Error>(ERROR_SHARING_VIOLATION));
         QVERIFY(isThere(path));
-        holder.closeWriteChannel();
-        QVERIFY(holder.waitForFinished());
-        QCOMPARE(whileHeld, static_cast<Win32Error>(ERROR_SHARING_VIOLATION));
+        CloseHandle(user);
         QCOMPARE(directory.remove(entry), Win32Error::Success);
         QVERIFY(!isThere(path));
     }
@@ -233,19 +204,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv)
-{
-    const QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == holdOption) {
-        const HANDLE file = CreateFileW(native(exact(arguments.value(2))), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                        OPEN_EXISTING, 0, nullptr);
-        DWORD done = 0;
-        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), file == INVALID_HANDLE_VALUE ? "none" : "held", 4, &done, nullptr);
-        return waitForEndOfInput();
-    }
-    tst_WindowsDirectory test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(tst_WindowsDirectory)
 #include "tst_WindowsDirectory.moc"
