@@ -35,27 +35,13 @@ int runChild(const QStringList& arguments)
 class tst_MachineLock : public MachineSuite {
     Q_OBJECT
 
-private:
 private Q_SLOTS:
-    void otherProcessesAreKeptOut()
-    {
-        Child child(*m_machine, {u"hold"_s});
-        QVERIFY(child.hasStopped());
-        {
-            const MachineLock refused(briefMs);
-            QVERIFY(!refused.isHeld());
-            QCOMPARE(refused.error(),
-                     u"Another Torvelane process is changing the system; try again when it has finished"_s);
-        }
-        child.goOn();
-        QVERIFY(MachineLock(longMs).isHeld());
-        QVERIFY(child.hasSucceeded());
-    }
-
     void aKilledProcessLetsGo()
     {
         Child child(*m_machine, {u"hold"_s});
         QVERIFY(child.hasStopped());
+        QCOMPARE(MachineLock(briefMs).error(),
+                 u"Another Torvelane process is changing the system; try again when it has finished"_s);
         QVERIFY(!MachineLock(briefMs).isHeld());
         child.crash();
         QVERIFY(MachineLock(longMs).isHeld());
@@ -87,15 +73,6 @@ private Q_SLOTS:
         for (int i = 0; i < 5; ++i)
             QVERIFY(MachineLock(longMs).isHeld());
         QVERIFY(!child.waitForFinished(10));
-    }
-
-    void noPlaceForTheFile()
-    {
-        Paths::setDataDirOverride(m_machine->scratchFile(u"nowhere"_s));
-        const MachineLock lock(briefMs);
-        QVERIFY(!lock.isHeld());
-        QVERIFY2(lock.error().startsWith(u"The lock between processes could not be opened ("),
-                 qPrintable(lock.error()));
     }
 };
 

@@ -27,7 +27,6 @@ private Q_SLOTS:
     void conversions()
     {
         const QString accented = u"\u00c9t\u00e9 \U0001f600"_s;
-        const QString longText(34999, u'x');
         const QByteArray several = utf16(u"one"_s) + utf16(u"two"_s, 2);
         // Windows likes to take the terminator behind it along.
         const QByteArray unended = QByteArray::fromRawData(reinterpret_cast<const char*>(u"abc"), 6);
@@ -38,12 +37,10 @@ private Q_SLOTS:
         } rows[] = {
             {{regSz, utf16(accented)}, {true, Kind::Sz, 0, accented, {}}, true},
             {{regSz, utf16({})}, {true, Kind::Sz, 0, {}, {}}, true},
-            {{regSz, utf16(longText)}, {true, Kind::Sz, 0, longText, {}}, true},
             {{regSz, unended}, {true, Kind::Sz, 0, u"abc"_s, {}}},
             {{regSz, utf16(u"a\0b"_s, 3)}, {true, Kind::Sz, 0, u"a\0b"_s, {}}},
             {{regSz, utf16(u"abc"_s, 0) + 'd'}, {true, Kind::Sz, 0, u"abc"_s, {}}},
             {{regSz, "a"}, {true, Kind::Sz, 0, {}, {}}},
-            {{regSz, {}}, {true, Kind::Sz, 0, {}, {}}},
             {{regExpandSz, utf16(u"%A%"_s)}, {true, Kind::ExpandSz, 0, u"%A%"_s, {}}, true},
             {{regDword, dwordBytes(0xfedcba98)}, {true, Kind::Dword, 0xfedcba98, {}, {}}, true},
             {{regDword, "\1\2\3"}, {true, Kind::Dword, 0, {}, {}}},
@@ -51,7 +48,6 @@ private Q_SLOTS:
             {{regQword, dwordBytes(7) + dwordBytes(1U << 31)}, {true, Kind::Qword, (1ULL << 63) + 7, {}, {}}, true},
             {{regQword, "1234567"}, {true, Kind::Qword, 0, {}, {}}},
             {{regBinary, {}}, {true, Kind::Binary, 0, {}, {}}, true},
-            {{regBinary, QByteArray(256, 'x')}, {true, Kind::Binary, 0, {}, QByteArray(256, 'x')}, true},
             {{regBinary, QByteArray(257, 'x')}, {true, Kind::Binary, 0, {}, QByteArray(257, 'x')}, true},
             {{regMultiSz, several}, {true, Kind::Binary, 0, {}, several}},
             {{regNone, "\1\0"_ba}, {true, Kind::Binary, 0, {}, "\1\0"_ba}},

@@ -145,11 +145,18 @@ private Q_SLOTS:
         const MachineImage before = TestMachine::image();
         for (const auto& tweak : m_tweaks) {
             for (const RegistryOperation& operation : tweak->operations()) {
-                SimulatedPc::fail(u"registry.openToRead"_s, platform::Win32Error::AccessDenied,
-                                  {.part = hiveName(operation.hive) + u'\\' + operation.path});
-                const bool applied = apply(tweak->id());
-                SimulatedPc::clearFaults();
-                QVERIFY2(!applied && m_error.contains(u": Capture failed: Failed to read "_s), qPrintable(m_error));
+                RegistryValue present;
+                QVERIFY(readValue(operation.hive, operation.path, operation.name, present));
+                QStringList calls{u"registry.openToRead"_s};
+                if (present.exists)
+                    calls << u"registry.querySize"_s << u"registry.query"_s;
+                for (const QString& call : calls) {
+                    SimulatedPc::fail(call, platform::Win32Error::AccessDenied,
+                                      {.part = hiveName(operation.hive) + u'\\' + operation.path});
+                    const bool applied = apply(tweak->id());
+                    SimulatedPc::clearFaults();
+                    QVERIFY2(!applied && m_error.contains(u": Capture failed: Failed to read "_s), qPrintable(m_error));
+                }
             }
         }
         QCOMPARE(stateSql(u"SELECT tweak_id FROM tweak_state"_s), QStringList());

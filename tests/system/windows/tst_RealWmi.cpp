@@ -15,20 +15,6 @@ std::optional<APTTYPE> apartment()
     return SUCCEEDED(CoGetApartmentType(&type, &qualifier)) ? std::optional(type) : std::nullopt;
 }
 
-/// The values of the first object's properties, by name.
-QMap<QString, WmiValue> firstObject(const QString& namespacePath, const QString& wql)
-{
-    WmiConnection connection;
-    if (failed(connection.initializeCom()) || failed(connection.createLocator())
-        || failed(connection.connectServer(namespacePath)) || failed(connection.setProxyBlanket()))
-        return {};
-    QMap<QString, WmiValue> values;
-    const WmiQueryResult result = connection.query(wql);
-    for (const WmiProperty& property : result.objects.value(0))
-        values.insert(property.name, property.value);
-    return values;
-}
-
 } // namespace
 
 /// Real COM.
@@ -36,20 +22,6 @@ class tst_RealWmi : public MachineSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// The tags by which the system hands out its types: the numbers that it has no tag for come as others.
-    void tags()
-    {
-        const auto memory = firstObject(u"ROOT\\CIMV2"_s, u"SELECT * FROM Win32_ComputerSystem"_s);
-        QCOMPARE(memory.value(u"TotalPhysicalMemory"_s).type, vtBstr);
-        QVERIFY(memory.value(u"TotalPhysicalMemory"_s).text.toULongLong() > 0);
-        const auto processor = firstObject(u"ROOT\\CIMV2"_s, u"SELECT * FROM Win32_Processor"_s);
-        QCOMPARE(processor.value(u"NumberOfCores"_s).type, vtI4);
-        const auto adapter = firstObject(u"ROOT\\CIMV2"_s, u"SELECT * FROM Win32_NetworkAdapter"_s);
-        QCOMPARE(adapter.value(u"PhysicalAdapter"_s).type, vtBool);
-        const auto point = firstObject(u"ROOT\\DEFAULT"_s, u"SELECT * FROM SystemRestore"_s);
-        QCOMPARE(point.value(u"Description"_s).type, vtNull);
-    }
-
     void methodWithoutASignature()
     {
         WmiSession session;
