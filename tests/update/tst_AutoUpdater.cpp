@@ -35,10 +35,6 @@ void addDownloads()
 {
     row("feed 404", u"[WARN] update: Update check unavailable (HTTP 404)"_s,
         [](Bench& b) { b.answers.remove(u"/feed"_s); });
-    row("feed array", u"[WARN] update: Release JSON has no tag_name"_s,
-        [](Bench& b) { b.answers[u"/feed"_s].content = "[]"; });
-    row("no assets", u"[WARN] update: Release v2 has no Release.zip asset"_s,
-        [](Bench& b) { b.answers[u"/feed"_s].content = R"({"tag_name":"v2"})"; });
     row("download cut", u"[ERROR] update: Download failed (HTTP 200)"_s,
         [](Bench& b) { b.answers[u"/Release.zip"_s].missingBytes = 1; });
     row("download moved to http", u"[ERROR] update: Download failed ("_s, [](Bench& b) {
@@ -53,38 +49,24 @@ void addSignatures()
     const QString invalid = u"[ERROR] update: Update signature INVALID — refusing to install"_s;
     row("wrong key", invalid, [](Bench& b) { b.offer(zip(goodEntries), u"other"_s); });
     row("changed archive", invalid, [](Bench& b) { b.answers[u"/Release.zip"_s].content += '\0'; });
-    row("signature of another file", invalid,
-        [](Bench& b) { b.answers[u"/Release.zip"_s].content = zip({u"Torvelane.exe=evil"_s}); });
     row("changed signature", invalid, [](Bench& b) {
         QByteArray& text = b.answers[u"/Release.zip.minisig"_s].content;
         text[text.indexOf('\n') + 60] = text[text.indexOf('\n') + 60] == 'A' ? 'B' : 'A';
     });
     row("changed trusted comment", invalid,
         [](Bench& b) { b.answers[u"/Release.zip.minisig"_s].content.replace("file:signed", "file:Signed"); });
-    row("empty signature", invalid, [](Bench& b) { b.answers[u"/Release.zip.minisig"_s].content.clear(); });
     row("no minisign", invalid, [](Bench& b) { QFile::remove(b.inInstallation(u"minisign.exe"_s)); });
     row("minisign hangs", invalid, [](Bench& b) {
         b.toolTimeoutMs = 1500;
         put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nexec sleep 60", executable);
     });
-    row("minisign crashes", invalid,
-        [](Bench& b) { put(b.inInstallation(u"minisign.exe"_s), "#!/bin/sh\nkill -9 $$", executable); });
 }
 
 void addArchives()
 {
     const QString unsafe = u"[ERROR] update: Update archive contains unsafe paths — refusing to install"_s;
-    row("no archive", unsafe, [](Bench& b) { b.offer("MZ"); });
     row("step upwards", unsafe, [](Bench& b) { b.offer(zip({u"Torvelane.exe=x"_s, u"a/../../b=x"_s})); });
-    row("absolute", unsafe, [](Bench& b) { b.offer(zip({u"Torvelane.exe=x"_s, u"/tmp/x=x"_s})); });
     row("device", unsafe, [](Bench& b) { b.offer(zip({u"Torvelane.exe=x"_s, u"NUL.txt=x"_s})); });
-    row("no UTF-8", unsafe, [](Bench& b) {
-        b.offer(zip({u"Torvelane.exe=x"_s, u"qqq=x"_s}).replace("qqq", "\xff\xfe\x81"));
-    });
-    row("listing hangs", unsafe, [](Bench& b) {
-        b.toolTimeoutMs = 1500;
-        SimulatedPc::hang(u"tools.tar"_s, 60000, {.part = u"-tf"_s});
-    });
     const QString failed = u"[ERROR] update: Extraction failed"_s;
     row("damaged", failed, [](Bench& b) {
         QByteArray archive = zip({u"Torvelane.exe="_s + u"0123456789abcdef"_s.repeated(9)});
@@ -92,7 +74,7 @@ void addArchives()
         b.offer(archive);
     });
     row("unpacking hangs", failed, [](Bench& b) {
-        b.toolTimeoutMs = 1500;
+        b.toolTimeoutMs = 3000; // enough for the tools before it
         SimulatedPc::hang(u"tools.tar"_s, 60000, {.part = u"-xf"_s});
     });
     const QString differs = u"[ERROR] update: Unpacked files differ from the archive's listing — refusing to install"_s;
@@ -111,17 +93,10 @@ void addPlaces()
 {
     const QString noStaging = u"[ERROR] update: Cannot create staging dir "_s;
     row("staging is a link", noStaging, [](Bench& b) { QFile::link(b.scratchFile(u"config"_s), b.staging()); });
-    row("staging leads nowhere", noStaging, [](Bench& b) { QFile::link(u"nowhere"_s, b.staging()); });
     row("staging of another", noStaging, [](Bench& b) {
         QDir().mkpath(b.staging());
         chmod(qPrintable(b.staging()), 0777);
     });
-    row("no folder", noStaging,
-        [](Bench&) { SimulatedPc::fail(u"files.createDirectory"_s, Win32Error::AccessDenied, {.n = 2}); });
-    row("no archive file", u"[ERROR] update: Cannot open for writing: "_s,
-        [](Bench&) { SimulatedPc::fail(u"files.createFile"_s, Win32Error::AccessDenied); });
-    row("no signature file", u"[ERROR] update: Cannot open for writing: "_s,
-        [](Bench&) { SimulatedPc::fail(u"files.createFile"_s, Win32Error::AccessDenied, {.n = 2}); });
     const QString noScript = u"[ERROR] update: Could not launch the updater script"_s;
     row("script of another", noScript, [](Bench& b) { put(b.script(), "evil", readable); });
     row("script is a link", noScript, [](Bench& b) { QFile::link(b.inInstallation(u"Torvelane.exe"_s), b.script()); });
@@ -222,20 +197,6 @@ private Q_SLOTS:
             bench.offer(zip(goodEntries));
             QVERIFY2(bench.update(), qPrintable(log.lines().join(u'\n')));
         }
-    }
-
-    void skipped()
-    {
-        const Bench bench;
-        const LogCapture log;
-        QVERIFY(!AutoUpdater::checkAndUpdate());
-        qputenv("TORVELANE_NO_UPDATE", "");
-        QVERIFY(!AutoUpdater::checkAndUpdate());
-        qunsetenv("TORVELANE_NO_UPDATE");
-        QCOMPARE(log.lines(),
-                 QStringList({u"[INFO] update: This build has no release feed; update check skipped"_s,
-                              u"[INFO] update: TORVELANE_NO_UPDATE set — skipping update check"_s}));
-        QCOMPARE(bench.asked, QStringList());
     }
 
     /// No room for the archive, for the signature, or for the script: no file may grow any more once it has been made.

@@ -38,7 +38,6 @@ int numberOf(const Arguments& arguments, const std::wstring& option)
 
 // Its exit codes are bits: https://learn.microsoft.com/windows-server/administration/windows-commands/robocopy
 constexpr int copiedSome = 1;
-constexpr int extraInTarget = 2;
 constexpr int failedSome = 8;
 constexpr int failedAll = 16;
 
@@ -82,10 +81,6 @@ int robocopy(const Arguments& arguments)
             fs::create_directories(to, error);
         else if (!isSame(entry.path(), to))
             code |= copyWithRetries(entry.path(), to, retries, waitS) ? copiedSome : failedSome;
-    }
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(target)) {
-        if (!fs::exists(source / fs::relative(entry.path(), target), error))
-            code |= extraInTarget;
     }
     return code;
 }
