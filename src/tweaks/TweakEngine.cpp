@@ -10,6 +10,7 @@
 #include <QDateTime>
 
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 
 namespace torvelane {
@@ -405,7 +406,8 @@ void TweakEngine::makeRestorePoint(qsizetype tweakCount)
 {
     const qint64 nowMs = m_clock();
     const qint64 lastMs = m_lastRestorePointMs.load();
-    if (lastMs != 0 && nowMs - lastMs < restorePointIntervalMs)
+    // Either way: a clock that was set back must not put off restore points until it has caught up.
+    if (lastMs != 0 && std::abs(nowMs - lastMs) < restorePointIntervalMs)
         return;
     // Stored before the attempt, so that a failing one isn't repeated for every batch.
     m_lastRestorePointMs.exchange(nowMs);
