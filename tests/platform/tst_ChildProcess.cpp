@@ -1,5 +1,4 @@
 #include "platform/ChildProcess.h"
-#include "platform/ProcessTree.h"
 #include "support/Suite.h"
 
 #include <QThread>
@@ -118,20 +117,6 @@ private Q_SLOTS:
         QVERIFY(result.outputIsCut);
         // Of the gigabytes that were written; a sanitizer holds back a quarter of one.
         QCOMPARE_LT(peakMemoryKiB() - before, 600 * 1024);
-    }
-
-    /// As when the system can't make a job: what the child has started is beyond reach then, the child isn't.
-    void aChildWithoutATreeIsEnded()
-    {
-        const QTemporaryDir dir;
-        QProcess child;
-        ProcessTree tree;
-        child.start(QCoreApplication::applicationFilePath(), {u"--beat"_s, dir.path()});
-        QVERIFY(child.waitForStarted());
-        tree.adopt(child);
-        QTRY_VERIFY(beatsIn(dir.path()) > 0);
-        tree.killAll();
-        QVERIFY(child.waitForFinished(3000));
     }
 
     void timeoutEndsDescendants()

@@ -48,23 +48,6 @@ private Q_SLOTS:
         QCOMPARE(scratchImage(hklm), before);
     }
 
-    void cleaning()
-    {
-        const QString folder = m_machine->scratchFile(u"caches"_s);
-        QVERIFY(makeFile(folder + u"/one"_s, 100));
-        QVERIFY(makeFile(folder + u"/below/deeper/two"_s, 250));
-        QVERIFY(makeFile(folder + u"/in use/three"_s, 7));
-        const CleanCategory category{u"test"_s, {}, {}, {QDir::toNativeSeparators(folder)}};
-        QCOMPARE(DebloatCleaner::scanSize(category), 357);
-        const HANDLE user = CreateFileW(native(folder + u"/in use/three"_s), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                        OPEN_EXISTING, 0, nullptr);
-        QCOMPARE(DebloatCleaner::clean(category).bytesFreed, 350);
-        CloseHandle(user);
-        QCOMPARE(DebloatCleaner::scanSize(category), 7);
-        QCOMPARE(DebloatCleaner::clean(category).itemsRemoved, 1);
-        QVERIFY(QDir(folder).isEmpty());
-    }
-
     void refusedFolders()
     {
         const QString canary = u"C:/windows/torvelane-canary/file"_s;
