@@ -150,14 +150,14 @@ private Q_SLOTS:
     void sweep_data()
     {
         QTest::addColumn<QString>("id");
-        QTest::addColumn<int>("nestedStride"); // 0: no kills inside the recovery
+        QTest::addColumn<int>("nestedStride"); // 0: no kills inside the recovery; 2: after an event is before the next
         QTest::newRow("over other types") << overOtherTypes << (machineCanBeWatched ? 3 : 0);
         if (!machineCanBeWatched)
             return;
-        QTest::newRow("over nothing") << u"opt.disable-gamedvr"_s << 1;
+        QTest::newRow("over nothing") << u"opt.disable-gamedvr"_s << 2;
         QTest::newRow("over a multi-string") << u"tweaks.disable-windows-tips"_s << 2;
         QTest::newRow("over two hives") << u"torv.opt.disable-settings-sync"_s << 7;
-        QTest::newRow("commands") << commands << 1;
+        QTest::newRow("commands") << commands << 2;
         if (!fullRun())
             return;
         TweakCatalog catalog;
