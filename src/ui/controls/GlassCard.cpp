@@ -3,6 +3,7 @@
 #include "ui/controls/PaintedText.h"
 #include "ui/theme/Theme.h"
 
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -18,10 +19,10 @@ GlassCard::GlassCard(int spacing, QWidget* parent, const QMargins& margins)
     m_column->setSpacing(spacing);
 }
 
-void GlassCard::paintEvent(QPaintEvent*)
+void GlassCard::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
-    paintGlass(painter, rect());
+    paintGlass(painter, rect(), event->region());
 }
 
 TextLabel* makeTitle(const QString& text, int pixelSize, QWidget* parent)

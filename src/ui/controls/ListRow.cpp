@@ -5,6 +5,7 @@
 #include "ui/theme/Theme.h"
 
 #include <QHelpEvent>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPushButton>
 #include <QStyle>
@@ -176,10 +177,10 @@ void ListRow::placeButtons()
     }
 }
 
-void ListRow::paintEvent(QPaintEvent*)
+void ListRow::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
-    paintGlass(painter, rect());
+    paintGlass(painter, rect(), event->region());
     const auto mirrored = [this](const QRect& area) { return QStyle::visualRect(layoutDirection(), rect(), area); };
     const QRect texts = textArea(width());
     const int nameHeight = QFontMetrics(looks().name.font).height();

@@ -52,7 +52,7 @@ void drawText(QPainter& painter, const TextLook& look, const QRect& area, int fl
                      text);
 }
 
-void paintGlass(QPainter& painter, const QRect& area)
+void paintGlass(QPainter& painter, const QRect& area, const QRegion& region)
 {
     constexpr double radius = 8.0;
     const QRectF edge = QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5);
@@ -60,6 +60,12 @@ void paintGlass(QPainter& painter, const QRect& area)
     glass.setColorAt(0, QColor(255, 255, 255, 36));
     glass.setColorAt(0.05, QColor(255, 255, 255, 22));
     glass.setColorAt(1, QColor(255, 255, 255, 14));
+    // Of a star that twinkles behind it nothing is seen but the pane's inside.
+    constexpr int rim = 9;
+    if (area.adjusted(rim, rim, -rim, -rim).contains(region.boundingRect())) {
+        painter.fillRect(area.adjusted(2, 2, -2, -2), glass);
+        return;
+    }
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(palette::hairline, 1));

@@ -2,7 +2,7 @@
 
 #include <QColor>
 #include <QFont>
-#include <QRect>
+#include <QRegion>
 #include <QString>
 
 class QPainter;
@@ -31,8 +31,8 @@ struct TextLook {
 /// QPainter::drawText takes them.
 void drawText(QPainter& painter, const TextLook& look, const QRect& area, int flags, const QString& text);
 
-/// A pane as the style sheet's GlassCard is.
-void paintGlass(QPainter& painter, const QRect& area);
+/// A pane as the style sheet's GlassCard is, on a painter that is clipped to the region.
+void paintGlass(QPainter& painter, const QRect& area, const QRegion& region);
 
 /// The plain text for QToolTip: long lines are wrapped, also within paths, and a bullet keeps to its line.
 [[nodiscard]] QString richTooltip(const QString& text);

@@ -8,6 +8,7 @@
 
 #include <QHelpEvent>
 #include <QLocale>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QToolTip>
 
@@ -96,15 +97,17 @@ bool StatTile::event(QEvent* event)
     return true;
 }
 
-void StatTile::paintEvent(QPaintEvent*)
+void StatTile::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
-    paintGlass(painter, rect());
+    paintGlass(painter, rect(), event->region());
     QRect area = inside();
     area.setHeight(QFontMetrics(captionLook().font).height());
-    drawText(painter, {captionLook().font, m_captionColor}, area, 0, m_caption);
-    drawText(painter, {m_valueFont, palette::ink}, valueArea(), 0,
-             QFontMetrics(m_valueFont).elidedText(m_value, Qt::ElideRight, inside().width()));
+    if (event->region().intersects(area))
+        drawText(painter, {captionLook().font, m_captionColor}, area, 0, m_caption);
+    if (event->region().intersects(valueArea()))
+        drawText(painter, {m_valueFont, palette::ink}, valueArea(), 0,
+                 QFontMetrics(m_valueFont).elidedText(m_value, Qt::ElideRight, inside().width()));
 }
 
 } // namespace torvelane

@@ -43,12 +43,22 @@ void UsernameLabel::setStyle(Style style)
     update();
 }
 
+/// Only what the light has left and reached: most of the time it is where the name has no letter.
 void UsernameLabel::advanceSheen()
 {
+    updateGlint();
     m_sheen += 0.03;
     if (m_sheen > 1.1)
         m_sheen = -0.1;
-    update();
+    updateGlint();
+}
+
+void UsernameLabel::updateGlint()
+{
+    const QRectF area = contentsRect();
+    const QRectF light(area.left() + (m_sheen - glintWidth) * area.width(), area.top(), 2 * glintWidth * area.width(),
+                       area.height());
+    update(light.toAlignedRect().adjusted(-1, 0, 1, 0) & m_inked);
 }
 
 void UsernameLabel::paintEvent(QPaintEvent*)
@@ -69,7 +79,8 @@ void UsernameLabel::paintEvent(QPaintEvent*)
         break;
     }
     painter.drawText(area, static_cast<int>(alignment()),
-                     fontMetrics().elidedText(text(), Qt::ElideRight, area.width()));
+                     fontMetrics().elidedText(text(), Qt::ElideRight, area.width()), &m_inked);
+    m_inked.adjust(-2, -2, 2, 2); // a letter may lean out
 }
 
 } // namespace torvelane

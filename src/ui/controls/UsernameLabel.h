@@ -24,9 +24,11 @@ protected:
 
 private:
     void advanceSheen();
+    void updateGlint();
 
     Style m_style = Style::Plain;
     double m_sheen = -0.3;
+    QRect m_inked; ///< What the name takes of the label, as it was last painted.
     FrameTimer* m_timer;
 };
 

@@ -40,6 +40,34 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 };
 
+/// Without its text where only what is beside that is painted, above all a star or a sparkle: the style would measure it.
+class NavRow : public QPushButton {
+public:
+    using QPushButton::QPushButton;
+
+protected:
+    void paintEvent(QPaintEvent* event) override
+    {
+        if (m_labelWidth < 0)
+            m_labelWidth = sizeHint().width();
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        const QRect label(isRightToLeft() ? width() - m_labelWidth : 0, 0, m_labelWidth, height());
+        QPainter painter(this);
+        style()->drawControl(event->region().intersects(label) ? QStyle::CE_PushButton : QStyle::CE_PushButtonBevel,
+                             &option, &painter, this);
+    }
+
+    void changeEvent(QEvent* event) override
+    {
+        QPushButton::changeEvent(event);
+        m_labelWidth = -1;
+    }
+
+private:
+    int m_labelWidth = -1; ///< With its margins; negative if it isn't known.
+};
+
 UsernameLabel::Style nameStyle(Tier tier)
 {
     switch (tier) {
@@ -104,7 +132,7 @@ QWidget* Sidebar::makeNavigation()
 
 void Sidebar::addRow(QWidget* list, QVBoxLayout* column, const NavGroup& group, int index)
 {
-    auto* const row = new QPushButton(QStringLiteral("  ") + group.title, list);
+    auto* const row = new NavRow(QStringLiteral("  ") + group.title, list);
     row->setObjectName(QStringLiteral("NavItem"));
     setAccessibleRole(row, QAccessible::ListItem);
     row->setAccessibleName(group.title);
@@ -181,7 +209,7 @@ void Sidebar::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     const auto draw = [&](int left, int from, int columns) {
         const QRect target(left, 0, columns, height());
-        if (target.intersects(event->rect()))
+        if (event->region().intersects(target))
             painter.drawPixmap(target, m_backdrop,
                                QRectF(from * ratio, 0, columns * ratio, m_backdrop.height()).toRect());
     };

@@ -8,19 +8,6 @@
 
 namespace torvelane {
 
-namespace {
-
-HeroWindow* heroWindowAround(const QWidget& widget)
-{
-    for (QWidget* parent = widget.parentWidget(); parent; parent = parent->parentWidget()) {
-        if (auto* const hero = qobject_cast<HeroWindow*>(parent))
-            return hero;
-    }
-    return nullptr;
-}
-
-} // namespace
-
 ScrollColumn::ScrollColumn(QWidget* parent)
     : OutsideStyleSheet(parent)
     , m_content(new OutsideStyleSheet<QWidget>(this))
@@ -80,7 +67,7 @@ void ScrollColumn::hideEvent(QHideEvent* event)
 
 void ScrollColumn::refreshBackdrop()
 {
-    HeroWindow* const hero = heroWindowAround(*this);
+    HeroWindow* const hero = HeroWindow::around(*this);
     if (!m_carriesBackdrop || !hero || !m_area || !isVisible())
         return;
     if (!m_backgroundHooked) {

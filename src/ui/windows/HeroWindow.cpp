@@ -155,15 +155,16 @@ void HeroWindow::bakeGlow(double seconds)
     }
 }
 
-/// Composes what `area` shows, in logical pixels, on a painter of physical ones. No picture of the whole is kept: it would
+/// Composes what the region shows, in logical pixels, on a painter of physical ones. No picture of the whole is kept: it would
 /// be the largest of the program, and most paints need a few pixels of it, around a star or below a button.
-void HeroWindow::paintBackground(QPainter& painter, const QRect& area) const
+void HeroWindow::paintBackground(QPainter& painter, const QRegion& region) const
 {
+    const QRect area = region.boundingRect();
     const QRect pixels =
         QRectF(area.x() * m_ratio, area.y() * m_ratio, area.width() * m_ratio, area.height() * m_ratio).toAlignedRect();
     painter.save();
     painter.fillRect(pixels, nightSky::night);
-    nightSky::drawDots(painter, m_dot, size(), area, m_ratio);
+    nightSky::drawDots(painter, m_dot, size(), region, m_ratio);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     // While the window is being resized the glows stretch with it.
     const QSizeF stretched = m_builtSize == size() ? QSizeF(m_glow.size() * glowShrink) : QSizeF(size()) * m_ratio;
@@ -191,7 +192,11 @@ void HeroWindow::advance()
         m_lastBakeMs = -1;
         changed = rect();
     }
-    update(changed - covered());
+    changed -= covered();
+    if (changed.isEmpty())
+        return;
+    update(changed);
+    Q_EMIT backgroundMoved(changed);
 }
 
 /// Gives the stars that have changed by as much their current look. All painting goes by these looks, so that a star
@@ -241,22 +246,38 @@ void HeroWindow::ensureGlow(double seconds)
 
 void HeroWindow::paintEvent(QPaintEvent* event)
 {
-    ensureGlow(animationSeconds());
     QPainter painter(this);
+    paintSky(painter, event->region());
+}
+
+void HeroWindow::paintSky(QPainter& painter, const QRegion& region)
+{
+    ensureGlow(animationSeconds());
     if (m_glow.isNull()) {
-        painter.fillRect(event->rect(), palette::base);
+        painter.fillRect(region.boundingRect(), palette::base);
         return;
     }
+    painter.save();
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.scale(1 / m_ratio, 1 / m_ratio);
-    paintBackground(painter, event->rect());
+    paintBackground(painter, region);
     for (std::size_t i = 0; i < nightSky::stars().size(); ++i) {
         const StarLook& look = m_shownStars[i];
-        if (!event->region().intersects(toLogical(look.place, m_ratio)))
+        if (!region.intersects(toLogical(look.place, m_ratio)))
             continue;
         painter.setOpacity(look.opacity);
         drawBetweenPixels(painter, look.place, m_stars[static_cast<qsizetype>(i)]);
     }
+    painter.restore();
+}
+
+HeroWindow* HeroWindow::around(const QWidget& widget)
+{
+    for (QWidget* parent = widget.parentWidget(); parent; parent = parent->parentWidget()) {
+        if (auto* const hero = qobject_cast<HeroWindow*>(parent))
+            return hero;
+    }
+    return nullptr;
 }
 
 QPixmap HeroWindow::backgroundSlice(const QRect& rect)

@@ -36,6 +36,13 @@ public:
     /// if the rectangle lies outside or the window is too small to have a background. It is opaque.
     [[nodiscard]] QPixmap backgroundSlice(const QRect& rect);
 
+    /// Paints the background as it is shown at the moment, with the stars, on a painter in this window's coordinates. The
+    /// painter may touch no more than the region: it clips.
+    void paintSky(QPainter& painter, const QRegion& region);
+
+    /// The hero window that a widget lies in; null if it lies in none.
+    [[nodiscard]] static HeroWindow* around(const QWidget& widget);
+
     /// Says that an opaque widget in this window shows a part of the background by itself: while it is visible, the
     /// background below it doesn't move.
     void addCover(QWidget* widget);
@@ -48,6 +55,8 @@ public:
 Q_SIGNALS:
     /// The static layers are new, after a resize or a change of the screen's scale: slices taken before are stale.
     void backgroundRebuilt();
+    /// A part of the background is painted anew, since its glows or stars have moved.
+    void backgroundMoved(const QRegion& region);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -63,7 +72,7 @@ private:
     void rebuildStatic();
     void bakeGlow(double seconds);
     void ensureGlow(double seconds);
-    void paintBackground(QPainter& painter, const QRect& area) const;
+    void paintBackground(QPainter& painter, const QRegion& region) const;
     void advance();
     [[nodiscard]] double animationSeconds() const;
 

@@ -98,14 +98,17 @@ QPixmap makeDot(qreal ratio)
     return pixmap;
 }
 
-void drawDots(QPainter& painter, const QPixmap& dot, const QSize& size, const QRect& area, qreal ratio)
+void drawDots(QPainter& painter, const QPixmap& dot, const QSize& size, const QRegion& region, qreal ratio)
 {
+    const QRect area = region.boundingRect();
     const double width = size.width();
     const double height = size.height();
     const QPointF corner(dot.width() / 2.0, dot.height() / 2.0);
     constexpr int reach = 3; // of a dot around its place, with a pixel to spare
     for (int y = firstDot(area.top() - reach); y <= area.bottom() + reach; y += dotSpacing) {
         for (int x = firstDot(area.left() - reach); x <= area.right() + reach; x += dotSpacing) {
+            if (!region.intersects(QRect(x - reach, y - reach, 2 * reach + 1, 2 * reach + 1)))
+                continue;
             const int alpha =
                 dotAlpha(std::hypot((x - 0.5 * width) / (0.8 * width), (y - 0.35 * height) / (0.7 * height)));
             if (alpha < 4)

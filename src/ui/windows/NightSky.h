@@ -3,7 +3,7 @@
 #include <QColor>
 #include <QPixmap>
 #include <QPointF>
-#include <QRect>
+#include <QRegion>
 
 #include <array>
 
@@ -38,8 +38,8 @@ struct Glow {
 [[nodiscard]] QPixmap makeDot(qreal ratio);
 [[nodiscard]] QPixmap makeStar(const Star& star, qreal ratio);
 
-/// The dots that `area` shows a part of, in logical pixels, on a painter of physical ones.
-void drawDots(QPainter& painter, const QPixmap& dot, const QSize& size, const QRect& area, qreal ratio);
+/// The dots that `region` shows a part of, in logical pixels, on a painter of physical ones.
+void drawDots(QPainter& painter, const QPixmap& dot, const QSize& size, const QRegion& region, qreal ratio);
 
 void drawGlow(QPainter& painter, const Glow& glow, const QPointF& centre, int largerSide);
 
