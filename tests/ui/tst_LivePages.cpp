@@ -95,6 +95,32 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(valueOf(*home.tile(u"Game"_s)), u"None"_s, 8000);
     }
 
+    /// The window paints only what has changed: what is on the screen after a while is what a new painting would show.
+    void homeOnTheScreenIsWhole()
+    {
+        WindowBench bench;
+        MainWindow window(bench.context);
+        QWidget other;
+        showActive(window);
+        auto* const chart = window.findChild<LiveChart*>();
+        QTRY_VERIFY(chart->testAttribute(Qt::WA_OpaquePaintEvent));
+        QTest::qWait(2000); // Stars twinkle, the glows move.
+        showActive(other);
+        const auto farthest = [&] {
+            const QImage seen = window.screen()->grabWindow(window.winId()).toImage();
+            chart->setAttribute(Qt::WA_OpaquePaintEvent, false); // It then paints nothing that it has kept.
+            const QImage painted = window.grab().toImage();
+            chart->setAttribute(Qt::WA_OpaquePaintEvent);
+            int distance = 0;
+            for (int y = 0; y < painted.height(); ++y) {
+                for (int x = 0; x < painted.width(); ++x)
+                    distance = std::max(distance, std::abs(qBlue(seen.pixel(x, y)) - qBlue(painted.pixel(x, y))));
+            }
+            return distance;
+        };
+        QTRY_VERIFY(farthest() <= 2); // once what a sample has changed is painted, too
+    }
+
     void homeLeadsToOtherPages()
     {
         WindowBench bench({registryEntry("a")});

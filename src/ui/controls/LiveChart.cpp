@@ -54,6 +54,7 @@ void LiveChart::pushSample(const QList<int>& values)
             points.removeFirst();
     }
     m_curves = {};
+    chooseGround();
     m_sinceSample.start();
     m_shift = m_frames->isActive() ? static_cast<int>(std::lround(step() * devicePixelRatioF())) : 0;
     update(plot().toAlignedRect());
@@ -67,7 +68,7 @@ void LiveChart::glide()
     const double left = std::max(0.0, 1.0 - static_cast<double>(m_sinceSample.elapsed()) / glideMs);
     const int shift = static_cast<int>(std::lround(left * step() * devicePixelRatioF()));
     if (std::exchange(m_shift, shift) != shift)
-        update(plot().toAlignedRect());
+        update(plot().adjusted(0, m_curvesTop / devicePixelRatioF(), 0, 0).toAlignedRect());
 }
 
 QRectF LiveChart::plot() const
@@ -91,16 +92,76 @@ void LiveChart::hideEvent(QHideEvent* event)
     OutsideStyleSheet::hideEvent(event);
     m_curves = {};
     m_shift = 0;
+    setAttribute(Qt::WA_OpaquePaintEvent, false);
+    m_ground = {};
+}
+
+void LiveChart::setGround(std::function<void(QPainter& painter, const QRegion& region)> paint)
+{
+    m_paintGround = std::move(paint);
+}
+
+/// A widget that paints what lies behind it isn't painted together with that.
+void LiveChart::groundChanged(const QRegion& region)
+{
+    if (m_ground.isNull())
+        return;
+    m_staleGround += region;
+    update(region);
+}
+
+/// Below an effect, as of a page that fades in, what lies behind has to be painted as well.
+void LiveChart::chooseGround()
+{
+    bool keeps = m_paintGround && isVisible();
+    for (const QWidget* widget = this; widget && keeps; widget = widget->parentWidget())
+        keeps = !widget->graphicsEffect();
+    setAttribute(Qt::WA_OpaquePaintEvent, keeps);
+    if (!keeps)
+        m_ground = {};
+}
+
+/// Where the pixels of the chart begin depends on its place where the screen's scale is no whole number.
+void LiveChart::refreshGround()
+{
+    const double ratio = devicePixelRatioF();
+    const QRect logical(mapTo(window(), QPoint(0, 0)), size());
+    const auto pixels = [ratio](int length) { return static_cast<int>(std::lround(length * ratio)); };
+    const QRect place(QPoint(pixels(logical.left()), pixels(logical.top())),
+                      QPoint(pixels(logical.left() + width()) - 1, pixels(logical.top() + height()) - 1));
+    if (m_ground.isNull() || place != m_groundPlace) {
+        m_groundPlace = place;
+        if (m_ground.size() != place.size())
+            m_ground = QPixmap(place.size());
+        m_staleGround = rect();
+    }
+    if (m_staleGround.isEmpty())
+        return;
+    QPainter painter(&m_ground);
+    painter.translate(-place.topLeft());
+    painter.scale(ratio, ratio);
+    painter.translate(logical.topLeft());
+    painter.setClipRegion(m_staleGround);
+    m_paintGround(painter, m_staleGround);
+    drawFrame(painter, m_staleGround);
+    m_staleGround = {};
 }
 
 void LiveChart::drawCurves()
 {
     const double ratio = devicePixelRatioF();
     const QRectF area(0, 0, plot().width() + step(), plot().height());
-    m_curves = QPixmap((area.size() * ratio).toSize().expandedTo({1, 1}));
+    int highest = 0;
+    for (const Series& series : std::as_const(m_series))
+        highest = std::max(highest, series.points.isEmpty() ? 0 : std::ranges::max(series.points));
+    const double above = area.height() * (100 - highest) / 100.0 - curveWidth;
+    m_curvesTop = std::max(0, static_cast<int>(std::floor(above * ratio)));
+    const QSize whole = (area.size() * ratio).toSize();
+    m_curves = QPixmap(QSize(whole.width(), whole.height() - m_curvesTop).expandedTo({1, 1}));
     m_curves.setDevicePixelRatio(ratio);
     m_curves.fill(Qt::transparent);
     QPainter painter(&m_curves);
+    painter.translate(0, -m_curvesTop / ratio);
     painter.setRenderHint(QPainter::Antialiasing);
     for (const Series& series : std::as_const(m_series))
         drawSeries(painter, series, area);
@@ -141,26 +202,43 @@ void LiveChart::drawSeries(QPainter& painter, const Series& series, const QRectF
     painter.strokePath(curve, QPen(series.color, curveWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
 }
 
-void LiveChart::paintEvent(QPaintEvent* event)
+/// What doesn't move of the chart.
+void LiveChart::drawFrame(QPainter& painter, const QRegion& region) const
 {
     const QRectF area = plot();
-    QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     for (const int level : {0, 25, 50, 75, 100}) {
         const double y = area.bottom() - area.height() * level / 100.0;
         painter.fillRect(QRectF(area.left(), y - 0.5, area.width(), 1), gridColor); // less work than a line
     }
     const QRectF labels(area.left(), area.bottom() + labelGap, area.width(), labelHeight);
-    if (event->region().intersects(labels.toAlignedRect())) {
+    if (region.intersects(labels.toAlignedRect())) {
         painter.setFont(bodyFont(10, QFont::Normal));
         painter.setPen(palette::faint);
         painter.drawText(labels, Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("%1 s").arg(seconds));
         painter.drawText(labels, Qt::AlignRight | Qt::AlignVCenter, QStringLiteral("0 s"));
     }
+}
+
+void LiveChart::paintEvent(QPaintEvent* event)
+{
+    const QRectF area = plot();
+    const double ratio = devicePixelRatioF();
+    QPainter painter(this);
+    if (testAttribute(Qt::WA_OpaquePaintEvent)) {
+        refreshGround();
+        painter.save();
+        painter.scale(1 / ratio, 1 / ratio);
+        painter.drawPixmap(0, 0, m_ground);
+        painter.restore();
+    } else {
+        drawFrame(painter, event->region());
+    }
     if (m_curves.isNull())
         drawCurves();
+    painter.setRenderHint(QPainter::Antialiasing);
     painter.setClipRect(area);
-    painter.drawPixmap(QPointF(area.left() - step() + m_shift / devicePixelRatioF(), area.top()), m_curves);
+    painter.drawPixmap(QPointF(area.left() - step() + m_shift / ratio, area.top() + m_curvesTop / ratio), m_curves);
 }
 
 } // namespace torvelane

@@ -6,14 +6,17 @@
 #include <QElapsedTimer>
 #include <QList>
 #include <QPixmap>
+#include <QRegion>
+
+#include <functional>
 
 namespace torvelane {
 
 class FrameTimer;
 
 /// The last minute of some percentages, one curve each. A new sample enters at the right edge and glides left until the
-/// next one, a second later; the picture of the curves is drawn once a sample and then only moved, and stands still where
-/// nobody looks. GUI thread.
+/// next one, a second later; the picture of the curves is drawn once a sample and then only moved, over a picture of the
+/// ground that they lie on, and stands still where nobody looks. GUI thread.
 class LiveChart : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
@@ -27,6 +30,13 @@ public:
     /// One value for each series, in their order: at most 100, and negative where there is none, over which the curve
     /// goes on. Series without a value stay as they are.
     void pushSample(const QList<int>& values);
+
+    /// Has the chart paint what lies behind it by itself, from a picture that it keeps: while the curves move, nothing
+    /// else is painted. `paint` does so on a painter in the chart's coordinates that is clipped to the region.
+    void setGround(std::function<void(QPainter& painter, const QRegion& region)> paint);
+
+    /// What lies behind the chart looks differently there, in the chart's coordinates.
+    void groundChanged(const QRegion& region);
 
     [[nodiscard]] QSize minimumSizeHint() const override;
 
@@ -44,12 +54,20 @@ private:
     [[nodiscard]] QRectF plot() const;
     [[nodiscard]] double step() const;
     void glide();
+    void chooseGround();
+    void refreshGround();
+    void drawFrame(QPainter& painter, const QRegion& region) const;
     void drawCurves();
     void drawSeries(QPainter& painter, const Series& series, const QRectF& area) const;
 
     QList<Series> m_series;
-    QPixmap m_curves; ///< One step wider than the plot; null if it is to be drawn anew.
-    int m_shift = 0;  ///< How far the curves stand to the right of their place, in pixels of the screen.
+    QPixmap m_curves;    ///< One step wider than the plot; null if it is to be drawn anew.
+    int m_curvesTop = 0; ///< The rows of the plot above all curves, in pixels of the screen: not in the picture.
+    std::function<void(QPainter& painter, const QRegion& region)> m_paintGround;
+    QPixmap m_ground; ///< What lies behind, with the frame, in pixels of the screen; null if it isn't kept.
+    QRegion m_staleGround;
+    QRect m_groundPlace; ///< In the window, in pixels of the screen.
+    int m_shift = 0;     ///< How far the curves stand to the right of their place, in pixels of the screen.
     QElapsedTimer m_sinceSample;
     FrameTimer* m_frames;
 };

@@ -6,10 +6,12 @@
 #include "ui/controls/GlassCard.h"
 #include "ui/controls/IconLabel.h"
 #include "ui/controls/LiveChart.h"
+#include "ui/controls/PaintedText.h"
 #include "ui/controls/StatTile.h"
 #include "ui/pages/LoadWatch.h"
 #include "ui/pages/ScrollColumn.h"
 #include "ui/theme/Theme.h"
+#include "ui/windows/HeroWindow.h"
 
 #include <QPushButton>
 #include <QRandomGenerator>
@@ -132,8 +134,30 @@ QWidget* HomePage::makeQuickstartCard(QWidget* parent)
 /// The first sample waits until all of the window has been painted.
 void HomePage::paintEvent(QPaintEvent*)
 {
-    if (!std::exchange(m_wasPainted, true))
-        QMetaObject::invokeMethod(m_watch, &LoadWatch::start, Qt::QueuedConnection);
+    if (std::exchange(m_wasPainted, true))
+        return;
+    giveChartItsGround();
+    QMetaObject::invokeMethod(m_watch, &LoadWatch::start, Qt::QueuedConnection);
+}
+
+/// The window's background with a card of glass on it.
+void HomePage::giveChartItsGround()
+{
+    HeroWindow* const hero = HeroWindow::around(*this);
+    if (!hero)
+        return;
+    m_chart->setGround([this, hero](QPainter& painter, const QRegion& region) {
+        const QPoint place = m_chart->mapTo(hero, QPoint(0, 0));
+        painter.translate(-place);
+        hero->paintSky(painter, region.translated(place));
+        painter.translate(place);
+        const QWidget* const card = m_chart->parentWidget();
+        paintGlass(painter, QRect(m_chart->mapFrom(card, QPoint(0, 0)), card->size()), region);
+    });
+    connect(hero, &HeroWindow::backgroundMoved, m_chart, [this, hero](const QRegion& region) {
+        m_chart->groundChanged(region.translated(-m_chart->mapTo(hero, QPoint(0, 0))) & m_chart->rect());
+    });
+    connect(hero, &HeroWindow::backgroundRebuilt, m_chart, [this] { m_chart->groundChanged(m_chart->rect()); });
 }
 
 /// A chart that begins empty looks dead: the minute before the first sample is a random walk back from the readings of

@@ -26,6 +26,7 @@ private:
     QLayout* makeTiles(QWidget* parent);
     QWidget* makeChartCard(QWidget* parent);
     QWidget* makeQuickstartCard(QWidget* parent);
+    void giveChartItsGround();
     void seedChart(const LoadSample& now);
     void showSample(const LoadSample& sample);
 
