@@ -96,7 +96,7 @@ private Q_SLOTS:
     {
         TweakCatalog catalog;
         QList<std::shared_ptr<RegistryTweak>> order = registryTweaks(catalog);
-        for (int round = 0; round < (fullRun() ? 40 : 4); ++round) {
+        for (int round = 0; round < (fullRun() ? 40 : 2); ++round) {
             m_machine.reset();
             m_machine.emplace();
             StateStore store;
