@@ -174,6 +174,29 @@ private Q_SLOTS:
             QCOMPARE(differences(before, TestMachine::image()), QStringList());
         }
     }
+
+    /// A machine's file that can't be used says in one line what to do, and that works.
+    void anyFileCanBeReset()
+    {
+        const QStringList image = SimulatedPc::image();
+        constexpr qint64 versionAt = 60; // user_version, in the header of an SQLite file
+        for (const auto& [at, bytes] : {std::pair(versionAt, QByteArray(4, '\1')), {0, QByteArray(200, 'x')}}) {
+            const QString path = SimulatedPc::machineFile();
+            SimulatedPc::setMachineFile(m_machine->scratchFile(u"other.db"_s)); // closes it
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(at) && file.write(bytes) == bytes.size());
+            file.close();
+            const auto inspect = [&path](const QString& what) {
+                return runChildProcess({systemToolPath(u"torvelane-pc"_s), {u"--machine"_s, path, what}, {}});
+            };
+            const ChildProcessResult refused = inspect(u"image"_s);
+            QCOMPARE(refused.exitCode, 1);
+            QCOMPARE(refused.output.count("\"./dev pc reset\" makes it anew.\n"), 1);
+            QCOMPARE(inspect(u"reset"_s).exitCode, 0);
+            SimulatedPc::setMachineFile(path);
+            QCOMPARE(SimulatedPc::image(), image);
+        }
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_SimulatedPc)

@@ -49,6 +49,9 @@ void addSignatures()
     const QString invalid = u"[ERROR] update: Update signature INVALID — refusing to install"_s;
     row("wrong key", invalid, [](Bench& b) { b.offer(zip(goodEntries), u"other"_s); });
     row("changed archive", invalid, [](Bench& b) { b.answers[u"/Release.zip"_s].content += '\0'; });
+    row("signature of another file", invalid,
+        [](Bench& b) { b.answers[u"/Release.zip"_s].content = zip({u"Torvelane.exe=evil"_s}); });
+    row("empty signature", invalid, [](Bench& b) { b.answers[u"/Release.zip.minisig"_s].content.clear(); });
     row("changed signature", invalid, [](Bench& b) {
         QByteArray& text = b.answers[u"/Release.zip.minisig"_s].content;
         text[text.indexOf('\n') + 60] = text[text.indexOf('\n') + 60] == 'A' ? 'B' : 'A';
@@ -197,6 +200,19 @@ private Q_SLOTS:
             bench.offer(zip(goodEntries));
             QVERIFY2(bench.update(), qPrintable(log.lines().join(u'\n')));
         }
+    }
+
+    void skipped()
+    {
+        const Bench bench;
+        const LogCapture log;
+        QVERIFY(!AutoUpdater::checkAndUpdate());
+        qputenv("TORVELANE_NO_UPDATE", "");
+        QVERIFY(!AutoUpdater::checkAndUpdate());
+        qunsetenv("TORVELANE_NO_UPDATE");
+        QCOMPARE(log.lines(),
+                 QStringList({u"[INFO] update: This build has no release feed; update check skipped"_s,
+                              u"[INFO] update: TORVELANE_NO_UPDATE set — skipping update check"_s}));
     }
 
     /// No room for the archive, for the signature, or for the script: no file may grow any more once it has been made.

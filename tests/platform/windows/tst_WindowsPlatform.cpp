@@ -1,7 +1,9 @@
 #include "platform/Arguments.h"
 #include "platform/ChildProcess.h"
+#include "platform/Console.h"
 #include "platform/ConsoleText.h"
 #include "platform/DirectoryProtection.h"
+#include "platform/Elevation.h"
 #include "platform/Hardening.h"
 #include "platform/SecretBox.h"
 #include "support/Suite.h"
@@ -10,6 +12,8 @@
 #include <QCryptographicHash>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
+
+#include <map>
 
 #include <aclapi.h>
 #include <dpapi.h>
@@ -20,12 +24,11 @@ using namespace torvelane::platform;
 namespace {
 
 /// What this program does and says as the child of a test; `arguments` is the whole command line.
-QByteArray outputOfSelf(const QStringList& arguments, const QProcessEnvironment& environment = {},
-                        const QString& folder = {})
+QByteArray outputOfSelf(const QStringList& arguments, const std::function<void(QProcess&)>& prepare = {})
 {
     QProcess child;
-    child.setProcessEnvironment(environment);
-    child.setWorkingDirectory(folder);
+    if (prepare)
+        prepare(child);
     child.start(QCoreApplication::applicationFilePath(), arguments);
     return child.waitForFinished() ? child.readAllStandardOutput() : QByteArray("(hangs)");
 }
@@ -56,6 +59,60 @@ int matchOnAThread()
     }
     std::printf("%d matched", matched.load());
     return 0;
+}
+
+/// Attaches to its parent's console and waits there for Ctrl+C.
+int waitOnTheParentsConsole()
+{
+    SetConsoleCtrlHandler(nullptr, FALSE); // the parent may have been made deaf to Ctrl+C, which is inherited
+    attachParentConsole();
+    Sleep(20000);
+    return 0;
+}
+
+/// On a console of its own, presses Ctrl+C while a child of the window subsystem writes there. Prints the console's code
+/// page before, during and after.
+int pressControlC()
+{
+    SetConsoleOutputCP(850);
+    const UINT before = GetConsoleOutputCP();
+    QProcess child;
+    child.setCreateProcessArgumentsModifier([](QProcess::CreateProcessArguments* arguments) {
+        arguments->flags = (arguments->flags & ~static_cast<unsigned long>(CREATE_NO_WINDOW)) | DETACHED_PROCESS;
+    });
+    child.start(QCoreApplication::applicationFilePath(), {u"--attach"_s});
+    for (int i = 0; i < 500 && GetConsoleOutputCP() == before; ++i)
+        Sleep(20);
+    const UINT meanwhile = GetConsoleOutputCP();
+    SetConsoleCtrlHandler(nullptr, TRUE); // Ctrl+C reaches all on the console
+    GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+    child.waitForFinished();
+    std::printf("%u %u %u", before, meanwhile, GetConsoleOutputCP());
+    return 0;
+}
+
+/// The exit code of this program, started with a token that has lost its administrators' rights.
+std::optional<DWORD> exitCodeWithoutElevation(const QString& option)
+{
+    HANDLE own = nullptr;
+    TOKEN_LINKED_TOKEN linked{};
+    DWORD size = 0;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, &own)
+        || !GetTokenInformation(own, TokenLinkedToken, &linked, sizeof(linked), &size))
+        return std::nullopt;
+    HANDLE primary = nullptr;
+    DuplicateTokenEx(linked.LinkedToken, TOKEN_ALL_ACCESS, nullptr, SecurityImpersonation, TokenPrimary, &primary);
+    QString line = QDir::toNativeSeparators(QCoreApplication::applicationFilePath()) + u' ' + option;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessAsUserW(primary, nullptr, reinterpret_cast<wchar_t*>(line.data()), nullptr, nullptr, FALSE, 0,
+                              nullptr, nullptr, &startup, &process))
+        return std::nullopt;
+    WaitForSingleObject(process.hProcess, 20000);
+    DWORD code = 99;
+    GetExitCodeProcess(process.hProcess, &code);
+    return code;
 }
 
 /// The access list of a file or directory in its text form.
@@ -136,7 +193,10 @@ private Q_SLOTS:
         environment.insert(u"TORVELANE_NO_UPDATE"_s, u"kept"_s);
         // Behind the place of the child's own libraries.
         environment.insert(u"PATH"_s, environment.value(u"PATH"_s) + u';' + evil);
-        const QString seen = QString::fromLocal8Bit(outputOfSelf({u"--show-environment"_s}, environment, evil));
+        const QString seen = QString::fromLocal8Bit(outputOfSelf({u"--show-environment"_s}, [&](QProcess& child) {
+            child.setProcessEnvironment(environment);
+            child.setWorkingDirectory(evil);
+        }));
         for (const QString& line : {u"NoDefaultCurrentDirectoryInExePath=1"_s, u"TORVELANE_NO_UPDATE=kept"_s,
                                     u"cwd=C:\\windows\\system32"_s, u"ComSpec=C:\\windows\\system32\\cmd.exe"_s})
             QVERIFY2(seen.contains(line, Qt::CaseInsensitive), qPrintable(seen));
@@ -155,6 +215,12 @@ private Q_SLOTS:
     }
 
     void threadsThatUsedAnExpressionEnd() { QCOMPARE(outputOfSelf({u"--expression"_s}), QByteArray("400 matched")); }
+
+    void elevation()
+    {
+        QVERIFY(isElevated());
+        QCOMPARE(exitCodeWithoutElevation(u"--elevation"_s), std::optional<DWORD>(0));
+    }
 
     void heldDirectoryStays()
     {
@@ -194,6 +260,15 @@ private Q_SLOTS:
         }
         QVERIFY(!protectDirectory(scratch.filePath(u"missing"_s)));
     }
+
+    void codePageAfterControlC()
+    {
+        const auto hideConsole = [](QProcess& console) {
+            console.setCreateProcessArgumentsModifier(
+                [](QProcess::CreateProcessArguments* arguments) { arguments->flags |= CREATE_NO_WINDOW; });
+        };
+        QCOMPARE(outputOfSelf({u"--console"_s}, hideConsole), QByteArray("850 65001 850"));
+    }
 };
 
 int main(int argc, char** argv)
@@ -205,10 +280,13 @@ int main(int argc, char** argv)
         std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
         return 0;
     }
-    if (arguments.value(1) == u"--show-environment")
-        return showEnvironment();
-    if (arguments.value(1) == u"--expression")
-        return matchOnAThread();
+    const std::map<QString, int (*)()> roles{{u"--show-environment"_s, showEnvironment},
+                                             {u"--expression"_s, matchOnAThread},
+                                             {u"--elevation"_s, [] { return isElevated() ? 1 : 0; }},
+                                             {u"--console"_s, pressControlC},
+                                             {u"--attach"_s, waitOnTheParentsConsole}};
+    if (const auto role = roles.find(arguments.value(1)); role != roles.end())
+        return role->second();
     tst_WindowsPlatform test;
     return QTest::qExec(&test, argc, argv);
 }
