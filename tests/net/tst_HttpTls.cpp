@@ -91,19 +91,11 @@ private Q_SLOTS:
     void connectivity()
     {
         const LoopbackServer server(greet, m_authority->server({}));
-        const LogCapture log;
         QVERIFY(!checkInternet(server.url()));
         m_authority->trust();
         QVERIFY(checkInternet(server.url()));
-        const QString first = u"[INFO] connectivity: Verifying internet reachability via "_s + server.url();
-        const QString none = u"[WARN] connectivity: No real internet connection detected"_s;
-        const QString failed = u"[WARN] connectivity: Request failed for %1 (%2)"_s.arg(server.url());
-        QStringList expected{first, failed.arg(12175), none, first, u"[INFO] connectivity: Online (HTTP 503)"_s};
-        QCOMPARE(log.lines(), expected);
         SimulatedPc::setValue(u"network/online"_s, false);
         QVERIFY(!checkInternet(server.url()));
-        expected << first << failed.arg(12007) << none;
-        QCOMPARE(log.lines(), expected);
     }
 
     // The token of a session stays here if the server isn't to be trusted.
@@ -126,9 +118,10 @@ private Q_SLOTS:
         QVERIFY(server.listen(QHostAddress::LocalHost));
         QElapsedTimer clock;
         clock.start();
-        QVERIFY(!checkInternet(u"https://127.0.0.1:%1"_s.arg(server.serverPort())));
-        QCOMPARE_GE(clock.elapsed(), 4900);
-        QCOMPARE_LT(clock.elapsed(), 7000);
+        const QString url = u"https://127.0.0.1:%1"_s.arg(server.serverPort());
+        QVERIFY(!winHttpGet(url, 500, nullptr, nullptr, {}, u"test"_s).ok);
+        QCOMPARE_GE(clock.elapsed(), 450);
+        QCOMPARE_LT(clock.elapsed(), 2000);
     }
 
 private:

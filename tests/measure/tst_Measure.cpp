@@ -1,0 +1,149 @@
+#include "measure/GraphicsScan.h"
+#include "measure/HardwareScanner.h"
+#include "measure/SystemMetricsSampler.h"
+#include "support/simulated/Suite.h"
+
+namespace {
+
+void setRows(const QString& wmiClass, const QJsonArray& rows)
+{
+    if (!SimulatedPc::setValue(u"wmi/namespaces/ROOT\\CIMV2/"_s + wmiClass, rows))
+        qFatal("The rows could not be set");
+}
+
+HardwareSection section(const QString& title)
+{
+    const HardwareReport report = HardwareScanner::scan();
+    const auto found = std::ranges::find(report.sections, title, &HardwareSection::title);
+    return found == report.sections.end() ? HardwareSection() : *found;
+}
+
+/// "label: value" of each row, groups parted by a line.
+QString shown(const HardwareSection& section)
+{
+    QStringList groups;
+    for (const HardwareGroup& group : section.groups) {
+        QStringList rows;
+        for (const HardwareRow& row : group)
+            rows.append(row.label + u": "_s + row.value);
+        groups.append(rows.join(u" | "_s));
+    }
+    return groups.join(u'\n');
+}
+
+} // namespace
+
+class tst_Measure : public MachineSuite {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theWholeMachine()
+    {
+        SimulatedPc::clearCalls();
+        const HardwareReport report = HardwareScanner::scan();
+        QCOMPARE(report.sections.size(), 7);
+        for (const HardwareSection& one : report.sections)
+            QVERIFY2(!one.groups.isEmpty() && !one.groups.first().isEmpty(), qPrintable(one.title));
+        // No query runs twice.
+        QStringList queries;
+        for (const platform::CallRecord& record : SimulatedPc::calls(u"wmi.execQuery"_s))
+            queries.append(record.call.argumentLine());
+        QCOMPARE(queries.removeDuplicates(), 0);
+    }
+
+    void withoutWmi()
+    {
+        SimulatedPc::fail(u"wmi.connectServer"_s, HResult(static_cast<qint32>(0x80070005)));
+        const HardwareReport report = HardwareScanner::scan();
+        QCOMPARE(report.sections.size(), 1);
+        QCOMPARE(report.sections.first().notes,
+                 QStringList{u"Hardware query failed: ConnectServer(ROOT\\CIMV2) failed (0x80070005)"_s});
+    }
+
+    /// What providers leave out, or give as something else.
+    void oddRows()
+    {
+        const QJsonObject processor{
+            {u"Name"_s, u" CPU "_s}, {u"MaxClockSpeed"_s, 800}, {u"L2CacheSize"_s, 0}, {u"L3CacheSize"_s, 32768}};
+        const QJsonObject memory{{u"Capacity"_s, u"17179869184"_s},
+                                 {u"ConfiguredClockSpeed"_s, 0},
+                                 {u"Speed"_s, 3200},
+                                 {u"SMBIOSMemoryType"_s, 26},
+                                 {u"Manufacturer"_s, QJsonValue::Null},
+                                 {u"PartNumber"_s, QJsonObject{{u"UI1"_s, 7}}}};
+        for (const auto& [title, wmiClass, rows, end] :
+             {std::tuple(u"Processor"_s, u"Processor"_s, QJsonArray{processor},
+                         u"Model: CPU | Manufacturer: — | Cores / Threads: — cores / — threads | Base clock: 800 MHz | "
+                         "L3 cache: 32 MB | Socket: —"_s),
+              {u"Memory"_s, u"PhysicalMemory"_s, QJsonArray{memory},
+               u"Slot: — | Capacity: 16.0 GB | Type / Speed: DDR4  3200 MT/s | Manufacturer: — | Part number: —"_s},
+              {u"Storage"_s, u"DiskDrive"_s, {}, QString()}}) {
+            setRows(u"Win32_"_s + wmiClass, rows);
+            const HardwareSection found = section(title);
+            QVERIFY2(shown(found).endsWith(end), qPrintable(shown(found)));
+            QCOMPARE(shown(found).isEmpty(), end.isEmpty());
+        }
+    }
+
+    void graphics()
+    {
+        // The driver's name in the registry for the same device is the better one.
+        const QString key =
+            u"SYSTEM\\CurrentControlSet\\Control\\Class\\{4d36e968-e325-11ce-bfc1-08002be10318}\\0009"_s;
+        const auto hive = RegistryHive::LocalMachine;
+        QVERIFY(writeString(hive, key, u"MatchingDeviceId"_s, u"PCI\\ven_10de&dev_2684"_s, false));
+        QVERIFY(writeString(hive, key, u"DriverDesc"_s, u"NVIDIA GeForce RTX 4090 Laptop"_s, false));
+        QVERIFY(writeQword(hive, key, u"HardwareInformation.qwMemorySize"_s, quint64(16) << 30));
+        for (const auto& [description, vendor, device, shared, begins] :
+             {std::tuple(u"Generic"_s, u"10de"_s, u"2684"_s, 0.0,
+                         u"Model: NVIDIA GeForce RTX 4090 Laptop | Vendor: NVIDIA | Memory: 16.0 GB"_s),
+              {u"Generic"_s, u"10de"_s, u"0001"_s, 2147483648.0,
+               u"Model: Generic | Vendor: NVIDIA | Memory: 2.00 GB (shared)"_s},
+              // Windows' basic adapter, and no other.
+              {u"Basic 1"_s, u"1414"_s, u"8c"_s, 0.0, u"Model: NVIDIA GeForce RTX 4070 | "_s}}) {
+            SimulatedPc::setValue(u"graphics/adapters"_s,
+                                  QJsonArray{QJsonObject{{u"description"_s, description},
+                                                         {u"vendorId"_s, vendor},
+                                                         {u"deviceId"_s, device},
+                                                         {u"sharedSystemMemory"_s, shared}}});
+            const QString text = shown(section(u"Graphics"_s));
+            QVERIFY2(text.startsWith(begins), qPrintable(text));
+        }
+    }
+
+    void processorLoad()
+    {
+        SystemMetricsSampler sampler;
+        // Idle, kernel with idle in it, user: the first look, no time between two, a quarter, and more idle than there was
+        // time, as drivers of some machines report it.
+        for (const auto& [idle, kernel, user, percent] :
+             {std::tuple(1000, 1500, 500, 0), {1000, 1500, 500, 0}, {1075, 1580, 520, 25}, {1375, 1680, 620, 0}}) {
+            SimulatedPc::setValue(u"load/times"_s,
+                                  QJsonObject{{u"idle"_s, idle}, {u"kernel"_s, kernel}, {u"user"_s, user}});
+            QCOMPARE(sampler.cpuPercent(), percent);
+        }
+        SimulatedPc::fail(u"load.times"_s, Win32Error::AccessDenied);
+        QCOMPARE(sampler.cpuPercent(), 0);
+    }
+
+    void graphicsLoad()
+    {
+        const QString counter = u"load/counters/\\GPU Engine(*engtype_3D)\\Utilization Percentage"_s;
+        const auto item = [](double value, double status = 0) {
+            return QJsonObject{{u"value"_s, value}, {u"status"_s, status}};
+        };
+        SystemMetricsSampler sampler;
+        for (const auto& [items, percent] : {std::pair(QJsonArray{item(30.4), item(12), item(50, 3221228474)}, 42),
+                                             {QJsonArray{item(80), item(70)}, 100},
+                                             {QJsonArray(), -1},
+                                             {QJsonArray{item(5)}, 5}}) {
+            SimulatedPc::setValue(counter + u"/items"_s, items);
+            QCOMPARE(sampler.gpuPercent(), percent);
+        }
+        SimulatedPc::setValue(counter, QJsonValue(QJsonValue::Undefined));
+        QCOMPARE(SystemMetricsSampler().gpuPercent(), -1);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Measure)
+#include "tst_Measure.moc"
