@@ -87,8 +87,7 @@ class tst_DataDirectory : public MachineSuite {
 private Q_SLOTS:
     void laterStartSetsAside()
     {
-        for (const QString& name : {u"state.db"_s, u"state.db-wal"_s, u"state.db-journal"_s, u"token.bin"_s,
-                                    u"config.json"_s, u"network_opt.json"_s}) {
+        for (const QString& name : {u"state.db"_s, u"state.db-wal"_s, u"token.bin"_s, u"network_opt.json"_s}) {
             m_machine.emplace();
             QCOMPARE(start(), QStringList());
             QFile::remove(inDataDir(name));
@@ -184,13 +183,6 @@ private Q_SLOTS:
         }
         QVERIFY(!heldDirectories().contains(Paths::dataDir()));
         QVERIFY(!heldDirectories().contains(parent));
-    }
-
-    void withoutElevation()
-    {
-        SimulatedPc::setValue(u"user/elevated"_s, false);
-        const QString status = QString::fromUtf8(Program(*m_machine, {u"status"_s}).readAllStandardOutput());
-        QVERIFY2(status.contains(u"\n  Elevated:       no\n"_s), qPrintable(status));
     }
 };
 

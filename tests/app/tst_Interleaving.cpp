@@ -1,9 +1,7 @@
 #include "app/LedgerBench.h"
 #include "support/simulated/Suite.h"
 
-#include <QRegularExpression>
-
-/// All that holds registry values in random orders while some of the writes fail, and what the manual says of it.
+/// All that holds registry values in random orders while some of the writes fail.
 class tst_Interleaving : public MachineSuite {
     Q_OBJECT
 
@@ -82,41 +80,6 @@ private Q_SLOTS:
         QVERIFY(m_program->services.restoreDefaults().count > 0);
         QVERIFY(m_program->context.engine->revertTweak(id, nullptr, true));
         QCOMPARE(differences(m_before, TestMachine::image()), QStringList());
-    }
-
-    /// The manual names each value that an optimiser and an entry write, and nothing else.
-    void manualNamesThem()
-    {
-        QMap<QString, QString> written; // by an optimiser: the place, and the first columns of its row
-        QVERIFY(GamingMode::activate().ok);
-        for (const ValueLedger::Held& held : m_program->context.ledger.heldValues())
-            written.insert(held.place.key(), u"| `%1` | Gaming Mode"_s.arg(held.place.name));
-        for (const auto profile : {ServiceProfileId::Basic, ServiceProfileId::Advanced}) {
-            for (const QString& service : ServiceProfiles::servicesFor(profile))
-                written.insert(startOf(service).key(), u"| `%1` | service profile"_s.arg(service));
-        }
-        QStringList expected;
-        for (const TweakDefinition& definition : m_program->context.catalog.definitions()) {
-            const auto tweak =
-                std::dynamic_pointer_cast<RegistryTweak>(m_program->context.catalog.implementation(definition.id));
-            const qsizetype before = expected.size();
-            for (const RegistryOperation& operation : tweak ? tweak->operations() : QList<RegistryOperation>()) {
-                QString row = written.value(operation.place().key());
-                if (operation.name == u"CpuPriorityClass")
-                    row = u"| `%1` | app optimiser"_s.arg(operation.path.section(u'\\', -2, -2));
-                if (!row.isEmpty())
-                    expected.append(row + u" | `%1` |"_s.arg(definition.id));
-            }
-            QVERIFY2(expected.size() == before || entries.contains(definition.id), qPrintable(definition.id));
-        }
-        expected.removeDuplicates();
-        QFile manual(QStringLiteral(TORVELANE_MANUAL));
-        QVERIFY(manual.open(QIODevice::ReadOnly | QIODevice::Text));
-        const QString chapter = QString::fromUtf8(manual.readAll()).section(u"## When two of them want one value"_s, 1);
-        QStringList found = chapter.split(u'\n').filter(QRegularExpression(u"^\\| `"_s));
-        expected.sort();
-        found.sort();
-        QCOMPARE(found, expected);
     }
 };
 

@@ -3,6 +3,8 @@
 #include "platform/SharedLogFile.h"
 #include "support/Child.h"
 
+#include <QRegularExpression>
+
 #include <list>
 
 namespace {
@@ -31,15 +33,6 @@ void fillLogTo(qint64 sizeBytes)
         qFatal("The log could not be prepared");
 }
 
-/// Starts over on a log with one line of this size in it.
-void startLogOf(qint64 sizeBytes)
-{
-    closeLogging();
-    QFile::remove(Paths::logFile());
-    fillLogTo(sizeBytes);
-    initLogging(LogLevel::Debug, platform::openSharedLogFile);
-}
-
 /// What one thread logs: short lines, and some that are longer than a write of a buffered stream.
 QStringList linesOfThread(const QString& name)
 {
@@ -47,19 +40,6 @@ QStringList linesOfThread(const QString& name)
     for (int i = 0; i < 30; ++i)
         lines.append(u"%1 %2 %3"_s.arg(name).arg(i).arg(QString(i % 4 * 1500, u'x')));
     return lines;
-}
-
-/// The messages that begin like this; a line that is damaged comes out as no message, or as another one.
-QStringList messages(const QString& logContent, const QString& prefix)
-{
-    QStringList found;
-    const QStringList lines = logContent.split(u'\n', Qt::SkipEmptyParts);
-    for (const QString& line : lines) {
-        const QString message = line.section(u" [INFO] app: "_s, 1);
-        if (message.startsWith(prefix))
-            found.append(message);
-    }
-    return found;
 }
 
 /// Logs from several threads, when the parent says so.
@@ -111,26 +91,11 @@ private Q_SLOTS:
                               u"[WARN] app: \\u001b[2J\\u0009\\u0000\\u009b\\u2028\\u202e\\ufeff"_s,
                               u"[ERROR] app: \u00c9t\u00e9 \u65e5 \U0001f600"_s,
                               u"[ERROR] app: \u00c9t\u00e9 \u65e5 \U0001f600"_s}));
-        QVERIFY(QDateTime::fromString(content().section(u' ', 0, 0), u"yyyy-MM-ddTHH:mm:ss.zzz"_s).isValid());
-    }
-
-    /// One byte below the limit the first line still goes into the full file, and the second one starts the new one.
-    void rotation()
-    {
-        for (const bool full : {false, true}) {
-            startLogOf(logRotationSizeBytes - (full ? 0 : 1));
-            log(u"first"_s);
-            log(u"second"_s);
-            QVERIFY(content(u".1"_s).startsWith(u"...."_s));
-            QVERIFY(content(full ? QString() : u".1"_s).contains(u"] app: first\n"_s));
-            QVERIFY(content().endsWith(u"] app: second\n"_s));
-        }
     }
 
     /// Twice: the second time the file to be replaced is one that this process, which says nothing, still has open.
     void manyProcessesAcrossARotation()
     {
-        startLogOf(1);
         for (const QString& round : {u"first "_s, u"second "_s}) {
             QStringList expected;
             for (int i = 0; i < processCount * threadCount; ++i)
@@ -145,11 +110,10 @@ private Q_SLOTS:
                 child.goOn();
             for (Child& child : children)
                 QVERIFY(child.hasSucceeded());
-            const QStringList old = messages(content(u".1"_s), round);
-            const QStringList current = messages(content(), round);
-            QVERIFY(!old.isEmpty());
-            QVERIFY(!current.isEmpty());
-            QStringList lines = old + current;
+            QVERIFY(content(u".1"_s).contains(round) && content().contains(round));
+            // A line that is damaged comes out as no message, or as another one.
+            QStringList lines = QString(content(u".1"_s) + content()).split(u'\n').filter(u" [INFO] app: "_s + round);
+            lines.replaceInStrings(QRegularExpression(u"^.* \\[INFO\\] app: "_s), {});
             lines.sort();
             expected.sort();
             QCOMPARE(lines, expected);
@@ -175,19 +139,14 @@ private Q_SLOTS:
             QString config;
             QString damage; ///< As the log says it; empty if the file is read.
         } rows[] = {
-            {"{}", defaults, {}},
-            {"[]", defaults, u"no error occurred"_s},
             {R"({"autoStart": })", defaults, u"object is missing after a comma"_s},
-            {"", defaults, u"illegal value"_s},
             {R"({"heartbeatIntervalMs": 7})" + QByteArray(maxSizeBytes - 26, ' '), url + u" false 7 "_s, {}},
             {R"({"heartbeatIntervalMs": 7})" + QByteArray(maxSizeBytes - 25, ' '), defaults,
              u"more than 1048576 bytes"_s},
-            {R"({"apiBaseUrl": 5, "heartbeatIntervalMs": 7, "lastEmail": "a@b"})", url + u" false 7 a@b"_s, {}},
-            {R"({"heartbeatIntervalMs": "7", "autoStart": 1, "lastEmail": false})", defaults, {}},
-            {R"({"apiBaseUrl": "", "autoStart": true, "theme": 1})", u" true 0 "_s, {}},
+            {R"({"apiBaseUrl": 5, "heartbeatIntervalMs": "7", "autoStart": 1, "lastEmail": "a@b"})",
+             url + u" false 0 a@b"_s,
+             {}},
         };
-        QCOMPARE(loaded(filled), defaults);
-        QVERIFY(!QFile::exists(Paths::configFile()));
         for (const auto& row : rows) {
             const test::LogCapture log;
             QFile file(Paths::configFile());
@@ -197,12 +156,6 @@ private Q_SLOTS:
             const QString line = u"[WARN] config: Corrupt config.json (%1); using defaults"_s.arg(row.damage);
             QCOMPARE(log.lines(), row.damage.isEmpty() ? QStringList() : QStringList(line));
         }
-        QVERIFY(QFile::remove(Paths::configFile()));
-        QVERIFY(QDir().mkdir(Paths::configFile()));
-        const test::LogCapture log;
-        QCOMPARE(loaded(filled), defaults);
-        QCOMPARE(log.lines(), QStringList(u"[WARN] config: Cannot open config.json; using defaults"_s));
-        QVERIFY(QDir().rmdir(Paths::configFile()));
         QVERIFY(filled.save());
         QCOMPARE(loaded({}), shown(filled));
         QCOMPARE(QDir(Paths::dataDir()).entryList({u"config*"_s}, QDir::Files), QStringList(u"config.json"_s));

@@ -39,8 +39,6 @@ public:
     /// Waits. False if the client has gone or the server ends.
     bool pause(int ms);
 
-    [[nodiscard]] QTcpSocket& socket() { return m_socket; }
-
 private:
     QTcpSocket& m_socket;
     const std::atomic_bool& m_isEnding;

@@ -18,13 +18,4 @@ inline bool isWine()
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
-/// In a child that a test ends by closing its standard input.
-inline int waitForEndOfInput()
-{
-    char byte = 0;
-    DWORD read = 0;
-    while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &read, nullptr) && read > 0) { }
-    return 0;
-}
-
 } // namespace torvelane::test
