@@ -184,6 +184,13 @@ private Q_SLOTS:
         QVERIFY(!heldDirectories().contains(Paths::dataDir()));
         QVERIFY(!heldDirectories().contains(parent));
     }
+
+    void withoutElevation()
+    {
+        SimulatedPc::setValue(u"user/elevated"_s, false);
+        const QString status = QString::fromUtf8(Program(*m_machine, {u"status"_s}).readAllStandardOutput());
+        QVERIFY2(status.contains(u"\n  Elevated:       no\n"_s), qPrintable(status));
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_DataDirectory)

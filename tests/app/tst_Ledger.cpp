@@ -187,21 +187,28 @@ private Q_SLOTS:
         qInfo("%d ends", ended);
     }
 
-    /// What a version without a ledger has captured of another one's value can't be told from an original. In the reverse
-    /// order everything comes back as it always did.
+    /// What a version without a ledger has captured of another one's value can't be told from an original. It restores as
+    /// it always did: in the reverse order everything comes back, in another one the other's value stays.
     void snapshotsOfTheVersionBefore()
     {
         const QString id = u"opt.max-system-responsiveness"_s;
-        m_program->arrange([](const ValuePlace&) { return number(20); });
-        const Values before = m_program->values();
-        QVERIFY(GamingMode::activate().ok);
-        QVERIFY(m_program->context.engine->applyTweak(id, Tier::Pro, &m_program->error, false));
-        stateSql(u"UPDATE tweak_state SET apply_sequence=NULL, capture=replace(capture, '\"number\":20', "
-                 "'\"number\":0')"_s);
-        stateSql(u"DELETE FROM holder_order"_s);
-        QVERIFY(m_program->context.engine->revertTweak(id, &m_program->error, true));
-        QVERIFY(GamingMode::deactivate().ok);
-        QCOMPARE(differing(before, m_program->values()), QStringList());
+        const ValuePlace place{RegistryHive::LocalMachine,
+                               u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Multimedia\\SystemProfile"_s,
+                               u"SystemResponsiveness"_s};
+        const auto present = [&place] { return machineValue(place.path, place.name); };
+        const auto entryOff = [&] { return m_program->context.engine->revertTweak(id, &m_program->error, true); };
+        for (const bool isReverse : {true, false}) {
+            m_program->arrange([](const ValuePlace&) { return number(20); });
+            QVERIFY(GamingMode::activate().ok);
+            QVERIFY(m_program->context.engine->applyTweak(id, Tier::Pro, &m_program->error, false));
+            stateSql(u"UPDATE tweak_state SET apply_sequence=NULL, capture=replace(capture, '\"number\":20', "
+                     "'\"number\":0')"_s);
+            stateSql(u"DELETE FROM holder_order"_s);
+            QVERIFY(isReverse ? entryOff() : GamingMode::deactivate().ok);
+            QCOMPARE(present(), number(isReverse ? 0 : 10));
+            QVERIFY(isReverse ? GamingMode::deactivate().ok : entryOff());
+            QCOMPARE(present(), number(isReverse ? 20 : 0));
+        }
     }
 
     /// Gaming Mode and a program take nothing for an original that only a row knows that can't be read. A snapshot that is

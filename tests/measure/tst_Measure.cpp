@@ -85,30 +85,13 @@ private Q_SLOTS:
         }
     }
 
-    void graphics()
+    /// On a machine without DXGI WMI answers, with what it has.
+    void graphicsWithoutDxgi()
     {
-        // The driver's name in the registry for the same device is the better one.
-        const QString key =
-            u"SYSTEM\\CurrentControlSet\\Control\\Class\\{4d36e968-e325-11ce-bfc1-08002be10318}\\0009"_s;
-        const auto hive = RegistryHive::LocalMachine;
-        QVERIFY(writeString(hive, key, u"MatchingDeviceId"_s, u"PCI\\ven_10de&dev_2684"_s, false));
-        QVERIFY(writeString(hive, key, u"DriverDesc"_s, u"NVIDIA GeForce RTX 4090 Laptop"_s, false));
-        QVERIFY(writeQword(hive, key, u"HardwareInformation.qwMemorySize"_s, quint64(16) << 30));
-        for (const auto& [description, vendor, device, shared, begins] :
-             {std::tuple(u"Generic"_s, u"10de"_s, u"2684"_s, 0.0,
-                         u"Model: NVIDIA GeForce RTX 4090 Laptop | Vendor: NVIDIA | Memory: 16.0 GB"_s),
-              {u"Generic"_s, u"10de"_s, u"0001"_s, 2147483648.0,
-               u"Model: Generic | Vendor: NVIDIA | Memory: 2.00 GB (shared)"_s},
-              // Windows' basic adapter, and no other.
-              {u"Basic 1"_s, u"1414"_s, u"8c"_s, 0.0, u"Model: NVIDIA GeForce RTX 4070 | "_s}}) {
-            SimulatedPc::setValue(u"graphics/adapters"_s,
-                                  QJsonArray{QJsonObject{{u"description"_s, description},
-                                                         {u"vendorId"_s, vendor},
-                                                         {u"deviceId"_s, device},
-                                                         {u"sharedSystemMemory"_s, shared}}});
-            const QString text = shown(section(u"Graphics"_s));
-            QVERIFY2(text.startsWith(begins), qPrintable(text));
-        }
+        SimulatedPc::fail(u"graphics.list"_s, HResult(static_cast<qint32>(0x887a0004)));
+        QVERIFY(!section(u"Graphics"_s).groups.isEmpty());
+        setRows(u"Win32_VideoController"_s, {QJsonObject{{u"AdapterRAM"_s, -1048576}}});
+        QCOMPARE(section(u"Graphics"_s).notes, QStringList{u"No display adapter detected."_s});
     }
 
     void processorLoad()

@@ -42,10 +42,12 @@ private Q_SLOTS:
         });
         SpeedTester tester(QUrl(server.url()), durations);
         const QSignalSpy download(&tester, &SpeedTester::downloadReady);
+        const QSignalSpy ping(&tester, &SpeedTester::pingReady);
         const QSignalSpy finished(&tester, &SpeedTester::finished);
         QVERIFY(tester.start());
         QVERIFY(!tester.start());
         QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, runTimeoutMs);
+        QCOMPARE(ping.at(0).at(2).toDouble(), 0.0);
         // 16 streams of 0.8 Mbit/s, held open at once.
         QCOMPARE(most, 16);
         const double mbps = download.at(0).at(0).toDouble();

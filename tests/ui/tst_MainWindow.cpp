@@ -9,6 +9,7 @@
 #include "ui/theme/Theme.h"
 
 #include <QLayout>
+#include <QScrollArea>
 #include <QStackedWidget>
 
 namespace {
@@ -116,6 +117,27 @@ private Q_SLOTS:
         }
         QVERIFY(stops.contains(named<ToggleSwitch>(bench.window, u"a"_s)));
         QVERIFY(stops.size() < 100);
+    }
+
+    void nothingCoversTheBackdrop()
+    {
+        MainBench bench;
+        bench.window.navigateTo(u"Explorer"_s);
+        const auto areas = bench.window.findChildren<QScrollArea*>();
+        QVERIFY(areas.size() >= 2);
+        for (const QScrollArea* const area : areas)
+            QVERIFY(!area->widget()->autoFillBackground());
+    }
+
+    void tooltipsFit()
+    {
+        const MainBench bench;
+        QToolTip::showText(QPoint(10, 10), u"<p>"_s + u"Some more words. "_s.repeated(40) + u"</p>"_s);
+        const auto windows = QApplication::topLevelWidgets();
+        const auto tip = std::ranges::find_if(windows, [](QWidget* each) { return each->inherits("QTipLabel"); });
+        QVERIFY(tip != windows.end() && (*tip)->width() <= 420);
+        QCOMPARE((*tip)->font().families(), bodyFont(13, QFont::Normal).families());
+        QToolTip::hideText();
     }
 
     void rowsAndTabsSayWhatTheyAre()

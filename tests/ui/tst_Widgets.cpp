@@ -4,6 +4,7 @@
 #include "ui/controls/FrameTimer.h"
 #include "ui/controls/ListRow.h"
 #include "ui/controls/LiveChart.h"
+#include "ui/controls/SpeedGauge.h"
 #include "ui/controls/UsernameLabel.h"
 #include "ui/controls/WindowButton.h"
 #include "ui/theme/Icons.h"
@@ -25,6 +26,20 @@ struct ShownWindow {
     HeroWindow* hero = new HeroWindow;
     ChromeWindow window{hero, u"Torvelane"_s};
 };
+
+/// The percentage at which a chart's curve stands in a column, within one; -1 if there is none.
+int curveAt(LiveChart& chart, int x)
+{
+    QImage image(chart.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    chart.render(&image, {}, {}, QWidget::RenderFlags());
+    for (int y = 0; y < image.height(); ++y) {
+        const QColor pixel = image.pixelColor(x, y);
+        if (pixel.alpha() > 200 && pixel.red() > 200 && pixel.green() < 100)
+            return 104 - y;
+    }
+    return -1;
+}
 
 } // namespace
 
@@ -56,6 +71,33 @@ private Q_SLOTS:
             shown.window.activateWindow();
         }
         QTRY_VERIFY(shown.hero->isAnimating());
+    }
+
+    void chartDraws()
+    {
+        // A minute ago, and half a minute ago.
+        const std::tuple<QList<int>, int, int> cases[] = {
+            {{50}, -1, -1},
+            {QList<int>(30, 90) + QList<int>(61, 50), 50, 50}, // the oldest goes
+            {QList<int>(61, -1), -1, -1},
+            {QList<int>(10, 50) + QList<int>(41, -1) + QList<int>(10, 50), 50, 50}, // on over a gap
+            {QList<int>(61, 250), 100, 100},
+        };
+        for (const auto& [values, first, second] : cases) {
+            QWidget window;
+            window.resize(590, 122);
+            auto* const chart = new LiveChart(&window);
+            chart->resize(window.size());
+            chart->addSeries(Qt::red);
+            showActive(window);
+            window.hide();
+            for (const int value : values)
+                chart->pushSample({value});
+            for (const bool isShown : {false, true}) {
+                window.setVisible(isShown);
+                QVERIFY(std::abs(curveAt(*chart, 1) - first) <= 1 && std::abs(curveAt(*chart, 290) - second) <= 1);
+            }
+        }
     }
 
     /// The background is composed for each paint, mostly for a few pixels of it: no seam may show where two such meet.
@@ -134,6 +176,10 @@ private Q_SLOTS:
             QTest::keyClick(each, Qt::Key_Space);
             QCOMPARE(clicked.size(), 2);
         }
+        SpeedGauge gauge;
+        gauge.setPhase(SpeedGauge::Phase::Upload);
+        gauge.setSpeed(99.9);
+        QCOMPARE(gauge.accessibleName() + u' ' + valueOf(gauge), u"Upload 99.9 Mbps"_s);
         auto* const minimize = named<WindowButton>(shown.window, u"Minimize"_s);
         QCOMPARE(QAccessible::queryAccessibleInterface(minimize)->role(), QAccessible::Button);
         QTest::mouseClick(minimize, Qt::LeftButton);
@@ -143,13 +189,21 @@ private Q_SLOTS:
         QVERIFY(!shown.window.isVisible());
     }
 
-    void noWindowIsLargerThanTheScreen()
+    /// The next window stands where the last one stood, and none is larger than the screen allows.
+    void windowsTakeEachOthersPlace()
     {
-        auto* const tooMuch = new QWidget;
-        tooMuch->resize(4000, 3000);
-        ChromeWindow window(tooMuch, u"Torvelane"_s);
-        window.takePlaceOf(nullptr);
-        QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().contains(window.geometry()));
+        QWidget former;
+        former.setGeometry(30, 40, 420, 330);
+        for (const auto& [size, place] :
+             {std::pair(QSize(4000, 3000), static_cast<QWidget*>(nullptr)), {QSize(400, 300), &former}}) {
+            auto* const content = new QWidget;
+            content->resize(size);
+            ChromeWindow window(content, u"Torvelane"_s);
+            window.takePlaceOf(place);
+            QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().contains(window.geometry()));
+            if (place)
+                QCOMPARE(window.geometry().center(), place->geometry().center());
+        }
     }
 
     void longTextsAreWhole()
