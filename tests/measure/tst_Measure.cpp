@@ -63,26 +63,17 @@ private Q_SLOTS:
     /// What providers leave out, or give as something else.
     void oddRows()
     {
-        const QJsonObject processor{
-            {u"Name"_s, u" CPU "_s}, {u"MaxClockSpeed"_s, 800}, {u"L2CacheSize"_s, 0}, {u"L3CacheSize"_s, 32768}};
         const QJsonObject memory{{u"Capacity"_s, u"17179869184"_s},
                                  {u"ConfiguredClockSpeed"_s, 0},
                                  {u"Speed"_s, 3200},
                                  {u"SMBIOSMemoryType"_s, 26},
                                  {u"Manufacturer"_s, QJsonValue::Null},
                                  {u"PartNumber"_s, QJsonObject{{u"UI1"_s, 7}}}};
-        for (const auto& [title, wmiClass, rows, end] :
-             {std::tuple(u"Processor"_s, u"Processor"_s, QJsonArray{processor},
-                         u"Model: CPU | Manufacturer: — | Cores / Threads: — cores / — threads | Base clock: 800 MHz | "
-                         "L3 cache: 32 MB | Socket: —"_s),
-              {u"Memory"_s, u"PhysicalMemory"_s, QJsonArray{memory},
-               u"Slot: — | Capacity: 16.0 GB | Type / Speed: DDR4  3200 MT/s | Manufacturer: — | Part number: —"_s},
-              {u"Storage"_s, u"DiskDrive"_s, {}, QString()}}) {
-            setRows(u"Win32_"_s + wmiClass, rows);
-            const HardwareSection found = section(title);
-            QVERIFY2(shown(found).endsWith(end), qPrintable(shown(found)));
-            QCOMPARE(shown(found).isEmpty(), end.isEmpty());
-        }
+        setRows(u"Win32_PhysicalMemory"_s, {memory});
+        QCOMPARE(shown(section(u"Memory"_s)),
+                 u"Slot: — | Capacity: 16.0 GB | Type / Speed: DDR4  3200 MT/s | Manufacturer: — | Part number: —"_s);
+        setRows(u"Win32_DiskDrive"_s, {});
+        QCOMPARE(shown(section(u"Storage"_s)), QString());
     }
 
     /// On a machine without DXGI WMI answers, with what it has.
@@ -109,20 +100,15 @@ private Q_SLOTS:
         QCOMPARE(sampler.cpuPercent(), 0);
     }
 
+    /// Of a line that has failed nothing counts, and without the counter there is no figure.
     void graphicsLoad()
     {
         const QString counter = u"load/counters/\\GPU Engine(*engtype_3D)\\Utilization Percentage"_s;
-        const auto item = [](double value, double status = 0) {
-            return QJsonObject{{u"value"_s, value}, {u"status"_s, status}};
-        };
-        SystemMetricsSampler sampler;
-        for (const auto& [items, percent] : {std::pair(QJsonArray{item(30.4), item(12), item(50, 3221228474)}, 42),
-                                             {QJsonArray{item(80), item(70)}, 100},
-                                             {QJsonArray(), -1},
-                                             {QJsonArray{item(5)}, 5}}) {
-            SimulatedPc::setValue(counter + u"/items"_s, items);
-            QCOMPARE(sampler.gpuPercent(), percent);
-        }
+        QJsonArray items;
+        for (const auto& [value, status] : {std::pair(30.4, 0.0), {12.0, 0.0}, {50.0, 3221228474.0}})
+            items.append(QJsonObject{{u"value"_s, value}, {u"status"_s, status}});
+        SimulatedPc::setValue(counter + u"/items"_s, items);
+        QCOMPARE(SystemMetricsSampler().gpuPercent(), 42);
         SimulatedPc::setValue(counter, QJsonValue(QJsonValue::Undefined));
         QCOMPARE(SystemMetricsSampler().gpuPercent(), -1);
     }

@@ -88,27 +88,21 @@ private Q_SLOTS:
         QCOMPARE(plain.requests(), 0);
     }
 
-    void connectivity()
-    {
-        const LoopbackServer server(greet, m_authority->server({}));
-        QVERIFY(!checkInternet(server.url()));
-        m_authority->trust();
-        QVERIFY(checkInternet(server.url()));
-        SimulatedPc::setValue(u"network/online"_s, false);
-        QVERIFY(!checkInternet(server.url()));
-    }
-
     // The token of a session stays here if the server isn't to be trusted.
-    void backend()
+    void backendAndConnectivity()
     {
         const LoopbackServer server(greet, m_authority->server({}));
         const auto ask = [&server] {
             return ApiClient(server.url()).postBlocking(u"/x"_s, {}, u"token"_s, 5000).status;
         };
+        QVERIFY(!checkInternet(server.url()));
         QCOMPARE(ask(), 0);
         QCOMPARE(server.requests(), 0);
         m_authority->trust();
+        QVERIFY(checkInternet(server.url()));
         QCOMPARE(ask(), 503);
+        SimulatedPc::setValue(u"network/online"_s, false);
+        QVERIFY(!checkInternet(server.url()));
     }
 
     // A server that accepts and says nothing is given up within the time for one stage, handshake included.

@@ -7,7 +7,6 @@
 #include "ui/controls/SpeedGauge.h"
 #include "ui/controls/UsernameLabel.h"
 #include "ui/controls/WindowButton.h"
-#include "ui/theme/Icons.h"
 #include "ui/windows/ChromeWindow.h"
 #include "ui/windows/HeroWindow.h"
 
@@ -123,16 +122,6 @@ private Q_SLOTS:
             }
         }
         QVERIFY2(largest <= 1, qPrintable(QString::number(largest)));
-    }
-
-    void iconsFillTheScreensPixels()
-    {
-        const double scale = qEnvironmentVariable("QT_SCALE_FACTOR", QStringLiteral("1")).toDouble();
-        const QPixmap pixmap = iconPixmap(IconId::Server, Qt::white, 24);
-        const int side = qRound(24 * scale);
-        QCOMPARE(pixmap.size(), QSize(side, side));
-        // The drawing reaches across all of it, rather than filling the corner of a scaled pixmap.
-        QVERIFY(qAlpha(pixmap.toImage().pixel(side * 22 / 24 - 1, side / 12)) > 0);
     }
 
     void ringFollowsTheKeyboardOnly()
