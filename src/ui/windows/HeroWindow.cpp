@@ -17,9 +17,10 @@ namespace torvelane {
 
 namespace {
 
-// In this time no glow changes any colour by more than one step, so that composing the background, and repainting all
-// that lies on it, more often would show nobody anything.
-constexpr qint64 bakeIntervalMs = 396;
+// No glow changes any colour by more than one step before it is composed anew: more often would show nobody anything. One
+// of them breathes, and is looked at; the others drift, the fastest by a step in 1.8 seconds.
+constexpr double breathStep = 0.85; // of alpha; a beat later it may be one
+constexpr double driftSeconds = 1.6;
 // A star is drawn anew when its light has changed by this much, of 1. Its brightest pixel then changes by six of 255.
 constexpr double twinkleStep = 0.024;
 constexpr double driftStep = 0.2; // The same for its place, in physical pixels.
@@ -38,6 +39,12 @@ QRect toLogical(const QRectF& place, qreal ratio)
 void drawBetweenPixels(QPainter& painter, const QRectF& place, const QPixmap& picture)
 {
     painter.drawPixmap(place.adjusted(0, 0, 0.02, 0.02), picture, QRectF(picture.rect()));
+}
+
+/// How strong the last glow is.
+double breath(double seconds)
+{
+    return (0.5 * std::sin(seconds / 3.5) + 0.5) * 0.4 + 0.6;
 }
 
 QTimer* singleShot(QObject* parent, int intervalMs)
@@ -128,7 +135,7 @@ void HeroWindow::rebuildStatic()
     for (const nightSky::Star& star : nightSky::stars())
         m_stars.append(nightSky::makeStar(star, m_ratio));
     placeStars(0);
-    m_lastBakeMs = -1;
+    m_bakedAt = -1;
     Q_EMIT backgroundRebuilt();
 }
 
@@ -144,13 +151,12 @@ void HeroWindow::bakeGlow(double seconds)
         {0.22 * w + a * std::cos(t / 16), 1.05 * h + a * std::sin(t / 12)},
         {0.5 * w, 0.36 * h},
     }};
-    const double breath = (0.5 * std::sin(t / 3.5) + 0.5) * 0.4 + 0.6;
 
     m_glow.fill(Qt::transparent);
     QPainter painter(&m_glow);
     painter.scale(m_ratio / glowShrink, m_ratio / glowShrink);
     for (std::size_t i = 0; i < nightSky::glows().size(); ++i) {
-        painter.setOpacity(i + 1 == nightSky::glows().size() ? breath : 1.0);
+        painter.setOpacity(i + 1 == nightSky::glows().size() ? breath(t) : 1.0);
         nightSky::drawGlow(painter, nightSky::glows()[i], centres[i], static_cast<int>(std::max(w, h)));
     }
 }
@@ -188,8 +194,10 @@ HeroWindow::StarLook HeroWindow::starLook(std::size_t index, double seconds) con
 void HeroWindow::advance()
 {
     QRegion changed = placeStars(twinkleStep);
-    if (m_clock.elapsed() - m_lastBakeMs >= bakeIntervalMs) {
-        m_lastBakeMs = -1;
+    const double seconds = animationSeconds();
+    const double breathed = std::abs(breath(seconds) - breath(m_bakedAt)) * nightSky::glows().back().alpha;
+    if (breathed >= breathStep || seconds - m_bakedAt >= driftSeconds) {
+        m_bakedAt = -1;
         changed = rect();
     }
     changed -= covered();
@@ -238,9 +246,9 @@ void HeroWindow::ensureGlow(double seconds)
 {
     if (m_glow.isNull() || (!m_resizing && !qFuzzyCompare(m_ratio, devicePixelRatioF())))
         rebuildStatic();
-    if (!m_glow.isNull() && m_lastBakeMs < 0 && !m_resizing) {
+    if (!m_glow.isNull() && m_bakedAt < 0 && !m_resizing) {
         bakeGlow(seconds);
-        m_lastBakeMs = m_clock.elapsed();
+        m_bakedAt = seconds;
     }
 }
 

@@ -96,7 +96,8 @@ private:
 
     QElapsedTimer m_clock;
     PausableClock m_animation;
-    qint64 m_lastBakeMs = -1; // the glows are composed anew when painted next
+    double m_bakedAt =
+        -1; ///< On the animation's clock; negative if the glows are to be composed anew when painted next.
 
     // All in physical pixels, with a ratio of 1: blits between them then need no resampling at any screen scale.
     qreal m_ratio = 1.0;
