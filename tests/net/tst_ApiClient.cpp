@@ -5,6 +5,8 @@
 
 namespace {
 
+const QString ownThreadOption = u"--post-on-the-workers-thread"_s;
+
 /// "/echo" answers with what was sent, "/<status>" with that status and a body of its kind.
 bool serve(Exchange& exchange)
 {
@@ -112,7 +114,32 @@ private Q_SLOTS:
         QCOMPARE_LT(clock.elapsed(), 2000);
         QCOMPARE(called, 0);
     }
+
+    /// It would wait for itself: a debug build ends there, others answer with an error.
+    void onTheWorkersThread()
+    {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QCoreApplication::applicationFilePath(), {ownThreadOption});
+        QVERIFY2(process.waitForFinished(20000), "it waits for itself");
+        const QByteArray output = process.readAll();
+        QVERIFY2(output.contains(" on the worker's own thread"), output.constData());
+    }
 };
 
-QTEST_GUILESS_MAIN(tst_ApiClient)
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    if (QCoreApplication::arguments().contains(ownThreadOption)) {
+        ApiClient client(u"http://127.0.0.1:1"_s);
+        QObject onThread;
+        onThread.moveToThread(client.findChild<QThread*>());
+        QMetaObject::invokeMethod(
+            &onThread, [&client] { qInfo() << client.postBlocking({}, {}, {}, 1000).error; },
+            Qt::BlockingQueuedConnection);
+        return 0;
+    }
+    tst_ApiClient test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_ApiClient.moc"
