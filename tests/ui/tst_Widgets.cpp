@@ -11,6 +11,7 @@
 #include "ui/windows/HeroWindow.h"
 
 #include <QPainter>
+#include <QRandomGenerator>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -38,6 +39,11 @@ int curveAt(LiveChart& chart, int x)
             return 104 - y;
     }
     return -1;
+}
+
+int difference(const QColor& a, const QColor& b)
+{
+    return std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
 }
 
 } // namespace
@@ -99,16 +105,49 @@ private Q_SLOTS:
         }
     }
 
+    /// A new sample adds to the picture that there is. With steps of whole pixels nothing may show it, but for a few
+    /// pixels at the edges of a line, whose coverage is reckoned from where a path begins.
+    void chartGrowsAsIfDrawnAnew()
+    {
+        QList<QList<int>> samples;
+        const auto makeChart = [&samples](QWidget* parent) {
+            auto* const chart = new LiveChart(parent);
+            chart->resize(59 * 20, 122);
+            for (const QColor color : {Qt::red, Qt::green, Qt::blue})
+                chart->addSeries(color);
+            for (const QList<int>& sample : std::as_const(samples))
+                chart->pushSample(sample);
+            return chart;
+        };
+        QWidget window;
+        LiveChart* const chart = makeChart(&window);
+        window.show();
+        QWidget front;
+        showActive(front); // nothing glides in the other one
+        QRandomGenerator random(7);
+        for (int i = 0; i < 130; ++i) {
+            const bool isGap = i > 90 && i < 100;
+            samples.append({random.bounded(60), isGap ? -1 : random.bounded(i == 80 ? 100 : 50), -1});
+            chart->pushSample(samples.constLast());
+            const QImage grown = chart->grab().toImage();
+            if (i % 10 != 1)
+                continue;
+            const std::unique_ptr<LiveChart> other(makeChart(nullptr));
+            const QImage anew = other->grab().toImage();
+            QCOMPARE(anew.pixelColor(300, 20).alpha(), 0); // above the curves
+            for (int at = 0; at < anew.width() * anew.height(); ++at) {
+                const QPoint pixel(at % anew.width(), at / anew.width());
+                QVERIFY(difference(grown.pixelColor(pixel), anew.pixelColor(pixel)) <= 32);
+            }
+        }
+    }
+
     /// The background is composed for each paint, mostly for a few pixels of it: no seam may show where two such meet.
     void backgroundInPieces()
     {
         HeroWindow hero;
         hero.resize(700, 540);
         const QImage whole = hero.backgroundSlice(hero.rect()).toImage();
-        const auto difference = [](const QColor& a, const QColor& b) {
-            return std::max(
-                {std::abs(a.red() - b.red()), std::abs(a.green() - b.green()), std::abs(a.blue() - b.blue())});
-        };
         int largest = 0;
         for (int y = 0; y < hero.height(); y += 37) {
             for (int x = 0; x < hero.width(); x += 41) {

@@ -24,6 +24,8 @@ constexpr int labelGap = 2;
 constexpr QColor gridColor(255, 255, 255, 22);
 constexpr int fillAlpha = 70;
 constexpr double curveWidth = 2.0;
+/// How many points a new sample has drawn: itself, the one that it is joined to, and the one before, beyond the pen's edge.
+constexpr qsizetype changingPoints = 3;
 
 } // namespace
 
@@ -53,7 +55,8 @@ void LiveChart::pushSample(const QList<int>& values)
         if (points.size() > maximumPoints)
             points.removeFirst();
     }
-    m_curves = {};
+    if (!extendCurves())
+        m_curves = {};
     chooseGround();
     m_sinceSample.start();
     m_shift = m_frames->isActive() ? static_cast<int>(std::lround(step() * devicePixelRatioF())) : 0;
@@ -147,34 +150,92 @@ void LiveChart::refreshGround()
     m_staleGround = {};
 }
 
-void LiveChart::drawCurves()
+/// The first row that a curve needs.
+int LiveChart::curvesTop() const
 {
-    const double ratio = devicePixelRatioF();
-    const QRectF area(0, 0, plot().width() + step(), plot().height());
     int highest = 0;
     for (const Series& series : std::as_const(m_series))
         highest = std::max(highest, series.points.isEmpty() ? 0 : std::ranges::max(series.points));
-    const double above = area.height() * (100 - highest) / 100.0 - curveWidth;
-    m_curvesTop = std::max(0, static_cast<int>(std::floor(above * ratio)));
-    const QSize whole = (area.size() * ratio).toSize();
-    m_curves = QPixmap(QSize(whole.width(), whole.height() - m_curvesTop).expandedTo({1, 1}));
-    m_curves.setDevicePixelRatio(ratio);
-    m_curves.fill(Qt::transparent);
-    QPainter painter(&m_curves);
-    painter.translate(0, -m_curvesTop / ratio);
-    painter.setRenderHint(QPainter::Antialiasing);
-    for (const Series& series : std::as_const(m_series))
-        drawSeries(painter, series, area);
+    const double above = plot().height() * (100 - highest) / 100.0 - curveWidth;
+    return std::max(0, static_cast<int>(std::floor(above * devicePixelRatioF())));
 }
 
-void LiveChart::drawSeries(QPainter& painter, const Series& series, const QRectF& area) const
+/// A pixel more than what is seen, since the newest point lies anywhere within the last one.
+double LiveChart::curvesWidth() const
+{
+    return (plot().width() + step()) * devicePixelRatioF() + 1;
+}
+
+/// False after the size or the screen's scale has changed as well.
+bool LiveChart::hasCurves() const
+{
+    return !m_curves.isNull() && m_curves.width() == static_cast<int>(std::ceil(curvesWidth()));
+}
+
+void LiveChart::drawCurves()
+{
+    const double ratio = devicePixelRatioF();
+    m_curvesTop = curvesTop();
+    m_curvesEnd = curvesWidth();
+    const QSize size(static_cast<int>(std::ceil(m_curvesEnd)), static_cast<int>(plot().height() * ratio) - m_curvesTop);
+    m_curves = QPixmap(size.expandedTo({1, 1}));
+    m_curves.fill(Qt::transparent);
+    drawPoints(maximumPoints, m_curves.rect());
+}
+
+/// Moves the picture to the left by whole pixels and draws what a new sample changes: from the pen's edge at the point
+/// before it. False where that isn't all, or the picture has rows that no curve has needed for a while.
+bool LiveChart::extendCurves()
+{
+    if (!hasCurves())
+        return false;
+    for (const Series& series : std::as_const(m_series)) {
+        const auto known = std::ranges::count_if(series.points.last(std::min(changingPoints, series.points.size())),
+                                                 [](int value) { return value >= 0; });
+        if (known != 0 && known != changingPoints)
+            return false;
+    }
+    const int top = curvesTop();
+    if (top < m_curvesTop || top > m_curvesTop + m_curves.height() / 4)
+        return false;
+    const double ratio = devicePixelRatioF();
+    const double end = m_curvesEnd + step() * ratio;
+    const int away = std::max(0, static_cast<int>(std::ceil(end - m_curves.width())));
+    m_curves.scroll(-away, 0, m_curves.rect());
+    const int changed = static_cast<int>(std::floor(m_curvesEnd - away - curveWidth * ratio));
+    m_curvesEnd = end - away;
+    const QRect part = m_curves.rect().adjusted(std::max(0, changed), 0, 0, 0);
+    QPainter eraser(&m_curves);
+    eraser.setCompositionMode(QPainter::CompositionMode_Source);
+    eraser.fillRect(part, Qt::transparent);
+    eraser.end();
+    drawPoints(changingPoints, part);
+    return true;
+}
+
+/// Draws what the picture shows in a part of it that is empty, where no more than the last `count` points are seen.
+void LiveChart::drawPoints(qsizetype count, const QRect& where)
+{
+    const double ratio = devicePixelRatioF();
+    QPainter painter(&m_curves);
+    painter.setClipRect(where);
+    painter.translate(0, -m_curvesTop);
+    painter.scale(ratio, ratio);
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (const Series& series : std::as_const(m_series))
+        drawSeries(painter, series, count);
+}
+
+void LiveChart::drawSeries(QPainter& painter, const Series& series, qsizetype count) const
 {
     if (series.points.size() < 2)
         return;
+    const QRectF area(0, 0, m_curvesEnd / devicePixelRatioF(), plot().height());
+    const QList<int> points = series.points.last(std::min(count, series.points.size()));
     QPainterPath curve;
     double firstX = 0.0;
-    double x = area.right() - static_cast<double>(series.points.size() - 1) * step();
-    for (const int value : series.points) {
+    double x = area.right() - static_cast<double>(points.size() - 1) * step();
+    for (const int value : points) {
         const QPointF point(x, area.bottom() - area.height() * value / 100.0);
         x += step();
         if (value < 0)
@@ -234,11 +295,13 @@ void LiveChart::paintEvent(QPaintEvent* event)
     } else {
         drawFrame(painter, event->region());
     }
-    if (m_curves.isNull())
+    if (!hasCurves())
         drawCurves();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setClipRect(area);
-    painter.drawPixmap(QPointF(area.left() - step() + m_shift / ratio, area.top() + m_curvesTop / ratio), m_curves);
+    painter.scale(1 / ratio, 1 / ratio);
+    painter.drawPixmap(QPointF(area.right() * ratio + m_shift - m_curvesEnd, area.top() * ratio + m_curvesTop),
+                       m_curves);
 }
 
 } // namespace torvelane

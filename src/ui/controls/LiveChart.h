@@ -15,8 +15,8 @@ namespace torvelane {
 class FrameTimer;
 
 /// The last minute of some percentages, one curve each. A new sample enters at the right edge and glides left until the
-/// next one, a second later; the picture of the curves is drawn once a sample and then only moved, over a picture of the
-/// ground that they lie on, and stands still where nobody looks. GUI thread.
+/// next one, a second later; the picture of the curves grows by a piece with each sample and is otherwise only moved, over
+/// a picture of the ground that they lie on, and stands still where nobody looks. GUI thread.
 class LiveChart : public OutsideStyleSheet<QWidget> {
     Q_OBJECT
 
@@ -57,12 +57,19 @@ private:
     void chooseGround();
     void refreshGround();
     void drawFrame(QPainter& painter, const QRegion& region) const;
+    [[nodiscard]] int curvesTop() const;
+    [[nodiscard]] double curvesWidth() const;
+    [[nodiscard]] bool hasCurves() const;
     void drawCurves();
-    void drawSeries(QPainter& painter, const Series& series, const QRectF& area) const;
+    bool extendCurves();
+    void drawPoints(qsizetype count, const QRect& where);
+    void drawSeries(QPainter& painter, const Series& series, qsizetype count) const;
 
     QList<Series> m_series;
-    QPixmap m_curves;    ///< One step wider than the plot; null if it is to be drawn anew.
-    int m_curvesTop = 0; ///< The rows of the plot above all curves, in pixels of the screen: not in the picture.
+    /// One step and a pixel wider than the plot, in pixels of the screen; null if it is to be drawn anew.
+    QPixmap m_curves;
+    double m_curvesEnd = 0; ///< Where the newest point is in it.
+    int m_curvesTop = 0;    ///< The rows of the plot above all curves, in pixels of the screen: not in the picture.
     std::function<void(QPainter& painter, const QRegion& region)> m_paintGround;
     QPixmap m_ground; ///< What lies behind, with the frame, in pixels of the screen; null if it isn't kept.
     QRegion m_staleGround;
