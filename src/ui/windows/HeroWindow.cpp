@@ -161,8 +161,8 @@ void HeroWindow::bakeGlow(double seconds)
     }
 }
 
-/// Composes what the region shows, in logical pixels, on a painter of physical ones. No picture of the whole is kept: it would
-/// be the largest of the program, and most paints need a few pixels of it, around a star or below a button.
+/// Composes what the region shows, in logical pixels, on a painter of physical ones. No picture of the whole is kept: it
+/// would be the largest of the program, and most paints need a few pixels of it, around a star or below a button.
 void HeroWindow::paintBackground(QPainter& painter, const QRegion& region) const
 {
     const QRect area = region.boundingRect();
