@@ -29,6 +29,8 @@ constexpr int iconColumn = 29; ///< The icon and what separates the title from i
 constexpr int dividerHeight = 1;
 constexpr int footTopMargin = 4;
 constexpr int descriptionLines = 2;
+constexpr int signSize = 12; ///< Of the sign before the tag's words.
+constexpr int signColumn = 17;
 constexpr double lockedBlurRadius = 10.0;
 constexpr int blurReach = 25; ///< How far the blur carries color beyond what it blurs.
 
@@ -50,6 +52,33 @@ QColor withAlpha(QColor color, int alpha)
 {
     color.setAlpha(alpha);
     return color;
+}
+
+/// The tag without its sign.
+QString wordsOf(const QString& tag)
+{
+    return tag.section(u' ', 1);
+}
+
+/// A tick, or a triangle with an exclamation mark. They are painted, since no font of the program has the characters, and
+/// for one that is missing Qt goes through all fonts of the system.
+void paintSign(QPainter& painter, const QRect& square, bool warns, const QColor& color)
+{
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(color, 1.4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.translate(square.topLeft());
+    if (warns) {
+        constexpr QPointF triangle[] = {{6, 1.2}, {11.3, 10.8}, {0.7, 10.8}};
+        constexpr QPointF mark[] = {{6, 4.6}, {6, 7}};
+        painter.drawPolygon(triangle, 3);
+        painter.drawLine(mark[0], mark[1]);
+        painter.drawPoint(QPointF(6, 8.9));
+    } else {
+        constexpr QPointF tick[] = {{1.6, 6.6}, {4.4, 9.4}, {10.4, 2.6}};
+        painter.drawPolyline(tick, 3);
+    }
+    painter.restore();
 }
 
 } // namespace
@@ -94,7 +123,8 @@ QRect TweakCard::textArea(Text which) const
     case Text::Tag: {
         const QFontMetrics metrics(m_content.warning.isEmpty() ? looks().okTag.font : looks().warningTag.font);
         const QRect foot = footArea();
-        return mirrored({foot.left(), foot.top(), metrics.horizontalAdvance(text(Text::Tag)), foot.height()});
+        const int width = m_content.locked ? 0 : signColumn + metrics.horizontalAdvance(wordsOf(text(Text::Tag)));
+        return mirrored({foot.left(), foot.top(), width, foot.height()});
     }
     }
     return {};
@@ -258,8 +288,18 @@ void TweakCard::paintEvent(QPaintEvent*)
         return;
     }
     paintHead(painter);
-    drawText(painter, m_content.warning.isEmpty() ? looks().okTag : looks().warningTag, textArea(Text::Tag), 0,
-             text(Text::Tag));
+    paintTag(painter);
+}
+
+void TweakCard::paintTag(QPainter& painter) const
+{
+    const bool warns = !m_content.warning.isEmpty();
+    const TextLook& look = warns ? looks().warningTag : looks().okTag;
+    const QRect tag = textArea(Text::Tag);
+    const QRect sign(tag.left(), tag.top() + (tag.height() - signSize + 1) / 2, signSize, signSize);
+    paintSign(painter, QStyle::visualRect(layoutDirection(), tag, sign), warns, look.color);
+    drawText(painter, look, QStyle::visualRect(layoutDirection(), tag, tag.adjusted(signColumn, 0, 0, 0)), 0,
+             wordsOf(text(Text::Tag)));
 }
 
 void TweakCard::paintHead(QPainter& painter) const

@@ -82,6 +82,7 @@ private:
     [[nodiscard]] QRect footArea() const;
     [[nodiscard]] QRect mirrored(const QRect& area) const;
     void paintHead(QPainter& painter) const;
+    void paintTag(QPainter& painter) const;
     void paintBlurredHead(QPainter& painter);
     void setHovered(bool hovered);
     void showTooltip(const QHelpEvent& event);
