@@ -17,10 +17,12 @@ namespace torvelane {
 namespace {
 
 constexpr QSize minimumFrameSize(400, 300);
+// Not Qt::Window: before the first window of that type Qt has Direct3D 9 look for graphics adapters, which is only of use to
+// OpenGL. To Windows the two are the same.
 // The last two give the native window WS_SYSMENU and WS_MINIMIZEBOX: without them neither a click on the taskbar minimises
 // it nor Alt+Space opens its menu.
 constexpr Qt::WindowFlags frameFlags =
-    Qt::Window | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint;
+    Qt::Dialog | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint;
 constexpr int dragStripHeight = 36;
 constexpr int controlsInset = 10;
 
