@@ -6,6 +6,7 @@
 
 #include <QPainter>
 #include <QPixmap>
+#include <QStyle>
 
 namespace torvelane {
 

@@ -60,7 +60,18 @@ void QuietScrollArea::setWidget(QWidget* widget)
 /// Nothing of it is painted: it has no frame.
 bool QuietScrollArea::event(QEvent* event)
 {
-    return event->type() == QEvent::Paint || OutsideStyleSheet::event(event);
+    if (event->type() == QEvent::Paint)
+        return true;
+    const bool handled = OutsideStyleSheet::event(event);
+    // To lay itself out, now and when a bar comes or goes, the base class asks what the style sheet says of all three.
+    if (event->type() == QEvent::Resize || event->type() == QEvent::MetaCall
+        || event->type() == QEvent::LayoutRequest) {
+        for (QWidget* const asked : {static_cast<QWidget*>(this), static_cast<QWidget*>(horizontalScrollBar()),
+                                     static_cast<QWidget*>(verticalScrollBar())}) {
+            forgetInStyleSheet(asked);
+        }
+    }
+    return handled;
 }
 
 /// Keeps what the bars lie in out of the style sheet, too.

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QEvent>
-#include <QStyle>
 #include <QWidget>
 
 namespace torvelane {
+
+/// Has the application's style sheet forget what it has worked out for this widget. GUI thread.
+void forgetInStyleSheet(QWidget* widget);
 
 /// A `Base` that paints all of itself and stays out of the application's style sheet. The style keeps some 7 KB of worked-out
 /// rules for each widget that it has polished, and a window has a thousand. Whoever asks the style about such a widget all
@@ -16,7 +18,7 @@ public:
 
     /// By its own accord the style forgets only the widgets that it has polished, and would take the next one at this
     /// address for this one.
-    ~OutsideStyleSheet() override { forget(); }
+    ~OutsideStyleSheet() override { forgetInStyleSheet(this); }
 
 protected:
     /// The base class would have the style polish it. Its other work there is for fonts and colors that are set for a
@@ -27,16 +29,8 @@ protected:
             return Base::event(event);
         this->setAttribute(Qt::WA_WState_Polished);
         if (this->testAttribute(Qt::WA_StyleSheet)) // Labels and scroll bars ask when they are made.
-            forget();
+            forgetInStyleSheet(this);
         return true;
-    }
-
-private:
-    /// Has the style forget what it may have been asked about this widget.
-    void forget()
-    {
-        this->setAttribute(Qt::WA_StyleSheet);
-        this->style()->unpolish(this);
     }
 };
 
