@@ -86,6 +86,9 @@ bool TweakCatalog::load(const QString& path)
         logLine(LogLevel::Error, QStringLiteral("Cannot open tweaks.json: ") + path);
         return false;
     }
+    // A resource lies in memory already.
+    if (const uchar* const bytes = file.map(0, file.size()))
+        return loadFromJson(QByteArray::fromRawData(reinterpret_cast<const char*>(bytes), file.size()));
     return loadFromJson(file.readAll());
 }
 
