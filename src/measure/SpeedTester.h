@@ -11,6 +11,7 @@
 #include <QUrl>
 
 #include <array>
+#include <memory>
 
 class QNetworkReply;
 
@@ -90,7 +91,7 @@ private:
     QString m_errorText;
     bool m_running = false;
     bool m_phaseFinished = false;
-    QByteArray m_payload; ///< The body of all uploads, there only while they run.
+    std::shared_ptr<const char> m_payload; ///< The body of all uploads, there only while they run.
     PingStop m_pingStop;
     QFutureWatcher<PingStats> m_pingWatcher;
 };

@@ -54,6 +54,20 @@ private Q_SLOTS:
         QVERIFY2(mbps > 9.0 && mbps < 14.0, qPrintable(QString::number(mbps)));
     }
 
+    void streamGoesOnAfterItsEnd()
+    {
+        // One of the streams gets more than a reply may hold, all 90 MB, and asks for the next.
+        std::atomic_int downloads = 0;
+        const LoopbackServer server([&, line = endpoint(100000)](Exchange& exchange) {
+            if (++downloads > 1)
+                return line(exchange);
+            return exchange.send("HTTP/1.1 200 OK\r\nContent-Length: 90000000\r\n\r\n") && exchange.sendZeros(90000000);
+        });
+        SpeedTester tester(QUrl(server.url()), {.downloadMs = runTimeoutMs, .uploadMs = 0});
+        QVERIFY(tester.start());
+        QTRY_COMPARE_WITH_TIMEOUT(downloads, 17, runTimeoutMs);
+    }
+
     void failures()
     {
         // The number of the request that is refused: one with others healthy, or nobody is there.
