@@ -53,9 +53,10 @@ bool serve(test::Exchange& exchange)
 /// The server's process, for as long as the object lives.
 class Server {
 public:
-    Server()
+    /// With a machine's file over TLS, as one whom that machine trusts.
+    explicit Server(const QString& machineFile = {})
     {
-        m_process.start(QCoreApplication::applicationFilePath(), {u"--serve"_s});
+        m_process.start(QCoreApplication::applicationFilePath(), {u"--serve"_s, machineFile});
         require(m_process.waitForStarted() && m_process.waitForReadyRead());
         m_url = QString::fromLatin1(m_process.readLine().trimmed());
     }
@@ -224,6 +225,8 @@ void measureSpeed(benchmark::State& state, const QString& server)
     require(body.open(QIODevice::WriteOnly) && body.resize(endlessBytes));
     std::vector<double> downloads;
     std::vector<double> uploads;
+    resetMemoryPeak();
+    const double before = memoryPeakMiB();
     for (auto _ : state) {
         require(tester.start());
         state.SetIterationTime(timeOf([&loop] { loop.exec(); }).count());
@@ -239,6 +242,7 @@ void measureSpeed(benchmark::State& state, const QString& server)
     state.counters["up_Mbps"] = upload;
     state.counters["up_ratio"] = bench::median(uploads);
     state.counters["goal"] = speedGoal;
+    state.counters["more_MiB"] = memoryPeakMiB() - before;
 }
 
 void speedOfTheLine(benchmark::State& state)
@@ -248,21 +252,27 @@ void speedOfTheLine(benchmark::State& state)
     measureSpeed(state, server.url());
 }
 
-/// As the tester is used. The server is a part of this process.
+/// As the tester is used.
 void speedOverTls(benchmark::State& state)
 {
     const Machine machine;
-    const test::TestAuthority authority;
-    authority.trust();
-    const test::LoopbackServer server(serve, authority.server({}));
+    const Server server(Paths::dataDir() + u"/machine.db"_s);
     measureSpeed(state, server.url());
 }
 BENCHMARK(speedOverTls)->UseManualTime()->Iterations(3)->Unit(benchmark::kSecond);
 BENCHMARK(speedOfTheLine)->UseManualTime()->Iterations(3)->Unit(benchmark::kSecond);
 
-int serveUntilInputEnds()
+/// Over TLS if a machine's file is named, which then trusts the server's authority.
+int serveUntilInputEnds(const QString& machineFile)
 {
-    const test::LoopbackServer server(serve);
+    std::optional<QSslConfiguration> tls;
+    if (!machineFile.isEmpty()) {
+        platform::SimulatedPc::setMachineFile(machineFile);
+        const test::TestAuthority authority;
+        authority.trust();
+        tls = authority.server({});
+    }
+    const test::LoopbackServer server(serve, tls);
     std::puts(server.url().toLatin1().constData());
     std::fflush(stdout);
     while (std::getchar() != EOF) { }
@@ -275,7 +285,7 @@ int main(int argc, char** argv)
 {
     if (argc > 1 && QByteArrayView(argv[1]) == "--serve") {
         const QCoreApplication application(argc, argv);
-        return serveUntilInputEnds();
+        return serveUntilInputEnds(application.arguments().value(2));
     }
     return bench::run(argc, argv);
 }
