@@ -181,9 +181,12 @@ bool StateStore::open(const QString& path)
 void StateStore::close()
 {
     const QMutexLocker locker(&m_mutex);
-    // Removing a connection closes it, also one that another thread has made and left.
+    // Removing a connection closes it, also one that another thread has made and left. The last to be closed writes the
+    // log back into the database: one that has written doesn't have the disk wait for the directory once more.
+    const QString own = m_connections.take(reinterpret_cast<quintptr>(QThread::currentThreadId())).name;
     for (const ThreadConnection& entry : std::as_const(m_connections))
         QSqlDatabase::removeDatabase(entry.name);
+    QSqlDatabase::removeDatabase(own);
     m_connections.clear();
     m_open = false;
 }
