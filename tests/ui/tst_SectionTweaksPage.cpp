@@ -89,6 +89,25 @@ private Q_SLOTS:
         QTRY_COMPARE(bench.applied(), QString());
     }
 
+    void cardIsLitUnderTheCursorOnly()
+    {
+        PageBench bench({registryEntry("a", warning)});
+        auto* const card = bench.page.findChild<TweakCard*>();
+        const auto isLit = [&] { return card->grab().toImage().pixelColor(card->width() / 2, 0).blue() > 100; };
+        const auto send = [&](QEvent&& event) { QCoreApplication::sendEvent(card, &event); };
+        QCursor::setPos(card->mapToGlobal(card->rect().center()));
+        send(QEnterEvent({}, {}, {}));
+        send(QEvent(QEvent::Leave)); // as when a child is crossed
+        QVERIFY(isLit());
+        whenDialogOpens([&](QDialog* dialog) {
+            send(QEvent(QEvent::Leave));
+            QCursor::setPos(bench.page.mapToGlobal(QPoint(-50, -50)));
+            dialog->reject();
+        });
+        bench.toggle(u"a"_s)->click();
+        QVERIFY(!isLit());
+    }
+
     void failureSlidesTheSwitchBack()
     {
         // After a revert that failed the row stays half reverted, for the next start to try again: not applied either.

@@ -6,6 +6,7 @@
 #include "ui/pages/AccessibleTweakCard.h"
 #include "ui/theme/Theme.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QHelpEvent>
 #include <QPainter>
@@ -252,9 +253,10 @@ void TweakCard::leaveEvent(QEvent* event)
     OutsideStyleSheet::leaveEvent(event);
 }
 
+/// Not where a dialog is in between: when that closes, the card isn't left once more.
 bool TweakCard::isUnderCursor() const
 {
-    return rect().contains(mapFromGlobal(QCursor::pos()));
+    return !QApplication::activeModalWidget() && rect().contains(mapFromGlobal(QCursor::pos()));
 }
 
 void TweakCard::setHovered(bool hovered)
