@@ -100,7 +100,6 @@ private Q_SLOTS:
         send(QEvent(QEvent::Leave)); // as when a child is crossed
         QVERIFY(isLit());
         whenDialogOpens([&](QDialog* dialog) {
-            send(QEvent(QEvent::Leave));
             QCursor::setPos(bench.page.mapToGlobal(QPoint(-50, -50)));
             dialog->reject();
         });

@@ -6,7 +6,6 @@
 #include "ui/pages/AccessibleTweakCard.h"
 #include "ui/theme/Theme.h"
 
-#include <QApplication>
 #include <QCursor>
 #include <QHelpEvent>
 #include <QPainter>
@@ -209,6 +208,10 @@ bool TweakCard::event(QEvent* event)
     case QEvent::Leave:
         setHovered(isUnderCursor());
         break;
+    case QEvent::WindowBlocked:
+        // By a dialog, which opens with the cursor over the card and closes with it elsewhere.
+        setHovered(false);
+        break;
     case QEvent::ToolTip:
         showTooltip(*static_cast<QHelpEvent*>(event));
         return true;
@@ -253,10 +256,9 @@ void TweakCard::leaveEvent(QEvent* event)
     OutsideStyleSheet::leaveEvent(event);
 }
 
-/// Not where a dialog is in between: when that closes, the card isn't left once more.
 bool TweakCard::isUnderCursor() const
 {
-    return !QApplication::activeModalWidget() && rect().contains(mapFromGlobal(QCursor::pos()));
+    return rect().contains(mapFromGlobal(QCursor::pos()));
 }
 
 void TweakCard::setHovered(bool hovered)
