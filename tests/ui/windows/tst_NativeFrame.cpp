@@ -18,6 +18,10 @@ private Q_SLOTS:
         const auto style = GetWindowLongPtrW(handle, GWL_STYLE);
         QVERIFY(style & WS_SYSMENU);
         QVERIFY(style & WS_MINIMIZEBOX);
+        // And without a frame, nobody's window and no tool: it has its place in the taskbar.
+        QCOMPARE(style & WS_CAPTION, 0);
+        QCOMPARE(GetWindowLongPtrW(handle, GWL_EXSTYLE) & (WS_EX_TOOLWINDOW | WS_EX_DLGMODALFRAME), 0);
+        QCOMPARE(GetWindow(handle, GW_OWNER), nullptr);
         // The second position has coordinates below zero, as on a screen to the left of the primary one.
         for (const QPoint& position : {QPoint(60, 40), QPoint(-200, -10)}) {
             window.move(position);
