@@ -1,12 +1,12 @@
 #include "account/TokenFile.h"
 
 #include "core/Paths.h"
+#include "core/WholeFile.h"
 #include "platform/SecretBox.h"
 
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 
 namespace torvelane::TokenFile {
 
@@ -54,11 +54,8 @@ bool write(const Session& session)
                              {keyTier, tierName(session.tier)},
                              {keyStartedAtMs, session.startedAt.toMSecsSinceEpoch()}};
     QByteArray cipher;
-    if (!platform::protectSecret(QJsonDocument(object).toJson(QJsonDocument::Compact), cipher))
-        return false;
-    QSaveFile file(Paths::tokenFile());
-    // Flushed by hand: in Qt 6.4 a commit doesn't notice that its own flush met a full disk.
-    return file.open(QIODevice::WriteOnly) && file.write(cipher) == cipher.size() && file.flush() && file.commit();
+    return platform::protectSecret(QJsonDocument(object).toJson(QJsonDocument::Compact), cipher)
+        && WholeFile::write(Paths::tokenFile(), cipher) == WholeFile::WriteError::None;
 }
 
 } // namespace torvelane::TokenFile

@@ -1,7 +1,6 @@
 #include "core/JsonFile.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 #include <utility>
 
@@ -33,25 +32,19 @@ QJsonDocument parse(QByteArray bytes, QJsonParseError* error)
 
 WriteError write(const QString& path, const QJsonObject& object)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return WriteError::CannotOpen;
-    const QByteArray bytes = QJsonDocument(object).toJson(QJsonDocument::Indented);
-    // Flushed by hand: in Qt 6.4 a commit doesn't notice that its own flush met a full disk, and would replace the old
-    // file by a cut one.
-    const bool written = file.write(bytes) == bytes.size() && file.flush();
-    notifyObserver(false);
-    if (!written || !file.commit())
-        return WriteError::CannotCommit;
-    notifyObserver(true);
-    return WriteError::None;
+    const WriteError error =
+        WholeFile::write(path, QJsonDocument(object).toJson(QJsonDocument::Indented), [] { notifyObserver(false); });
+    if (error == WriteError::None)
+        notifyObserver(true);
+    return error;
 }
 
-void remove(const QString& path)
+bool remove(const QString& path)
 {
     notifyObserver(false);
-    QFile::remove(path);
+    const bool isGone = WholeFile::remove(path);
     notifyObserver(true);
+    return isGone;
 }
 
 void setCommitObserver(std::function<void(bool committed)> observer)

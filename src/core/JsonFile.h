@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/WholeFile.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonParseError>
@@ -14,15 +16,13 @@ namespace torvelane::JsonFile {
 /// its own and drops it; here only the one before the document goes. `error` gets what the parser says.
 [[nodiscard]] QJsonDocument parse(QByteArray bytes, QJsonParseError* error);
 
-/// The kind of a failed write; the old file is whole in either case.
-enum class WriteError { None, CannotOpen, CannotCommit };
+using WholeFile::WriteError;
 
-/// Replaces the file at `path` by the object as indented JSON, atomically: a crash, a full disk or a refusal leaves the
-/// old file as it was. Blocks on the disk.
+/// Replaces the file at `path` by the object as indented JSON, as `WholeFile::write` does.
 [[nodiscard]] WriteError write(const QString& path, const QJsonObject& object);
 
-/// Deletes the file, if it is there.
-void remove(const QString& path);
+/// Deletes the file, if it is there, as `WholeFile::remove` does.
+[[nodiscard]] bool remove(const QString& path);
 
 /// Has `observer` called right before and right after a file is replaced or deleted, on the thread that does it; an empty
 /// function takes it away. Tests stop a process there. Not while another thread writes.

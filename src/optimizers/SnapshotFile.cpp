@@ -127,7 +127,8 @@ std::optional<QByteArray> SnapshotFile::latestBytes(const QString& fileName)
 
 void SnapshotFile::remove() const
 {
-    JsonFile::remove(path());
+    if (!JsonFile::remove(path()))
+        logMessage(LogLevel::Error, m_category, QStringLiteral("Cannot delete %1").arg(m_fileName));
 }
 
 } // namespace torvelane

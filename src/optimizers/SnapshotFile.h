@@ -44,6 +44,7 @@ public:
     /// The bytes of a snapshot as the optimiser goes by it; empty without one, nothing if it can't be read.
     [[nodiscard]] static std::optional<QByteArray> latestBytes(const QString& fileName);
 
+    /// What can't be deleted is named in the log, and stays a snapshot.
     void remove() const;
 
 private:

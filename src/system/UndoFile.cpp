@@ -1,11 +1,11 @@
 #include "system/UndoFile.h"
 
 #include "core/Log.h"
+#include "core/WholeFile.h"
 #include "platform/Registry.h"
 #include "system/MachineLock.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <chrono>
@@ -190,10 +190,9 @@ bool UndoFile::write() const
     const QByteArray bytes = undoFileText(m_ledger.heldValues());
     if (QFile present(m_path); present.open(QIODevice::ReadOnly) && present.readAll() == bytes)
         return true;
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() || !file.commit())
-        logMessage(LogLevel::Error, QStringLiteral("ledger"),
-                   QStringLiteral("Cannot write undo.reg: ") + file.errorString());
+    QString reason;
+    if (WholeFile::write(m_path, bytes, {}, &reason) != WholeFile::WriteError::None)
+        logMessage(LogLevel::Error, QStringLiteral("ledger"), QStringLiteral("Cannot write undo.reg: ") + reason);
     return true;
 }
 

@@ -1,9 +1,11 @@
 #include "core/AppConfig.h"
+#include "core/JsonFile.h"
 #include "core/Log.h"
 #include "platform/SharedLogFile.h"
 #include "support/Child.h"
 
 #include <QRegularExpression>
+#include <QThread>
 
 #include <list>
 
@@ -121,6 +123,33 @@ private Q_SLOTS:
         closeLogging();
         QCOMPARE(QDir(Paths::dataDir()).entryList({u"torvelane.log*"_s}, QDir::Files),
                  QStringList({u"torvelane.log"_s, u"torvelane.log.1"_s}));
+    }
+
+    /// Windows refuses to replace and to delete what is open for reading. Who reads for a moment delays both; under who
+    /// stays, the file is left as it was.
+    void filesThatSomebodyReads()
+    {
+        const QString path = m_machine->scratchFile(u"a.json"_s);
+        const auto write = [&path](int a) { return JsonFile::write(path, {{u"a"_s, a}}); };
+        QCOMPARE(write(1), JsonFile::WriteError::None);
+        for (const bool deletes : {false, true}) {
+            const std::jthread reader([&path] {
+                QFile file(path);
+                QVERIFY(file.open(QIODevice::ReadOnly));
+                QThread::msleep(300);
+            });
+            QThread::msleep(100);
+            QVERIFY(deletes ? JsonFile::remove(path) : write(2) == JsonFile::WriteError::None);
+            QCOMPARE(QFile::exists(path), !deletes);
+        }
+        QCOMPARE(write(3), JsonFile::WriteError::None);
+        QFile reader(path);
+        QVERIFY(reader.open(QIODevice::ReadOnly));
+        const JsonFile::WriteError refused = write(4);
+        QCOMPARE(JsonFile::read(path, 100).object.value(u"a"_s).toInt(), refused == JsonFile::WriteError::None ? 4 : 3);
+        const bool isGone = JsonFile::remove(path);
+        QCOMPARE(isGone, !QFile::exists(path));
+        QCOMPARE(QDir(QFileInfo(path).path()).entryList({u"a.json?*"_s}), QStringList());
     }
 
     /// Something else than the defaults stands everywhere before, so that a load has to set every field.

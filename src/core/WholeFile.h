@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+
+/// Small files that are replaced and deleted whole, also while somebody reads them.
+///
+/// Windows refuses both as long as any handle of the file doesn't share its deletion, which Qt's own reading doesn't and
+/// what virus scanners and indexers do may not
+/// (https://learn.microsoft.com/windows/win32/api/fileapi/nf-fileapi-createfilew). Such a reader goes soon: until then
+/// each call tries again, for 1.4 s in all, after which the refusal stands.
+namespace torvelane::WholeFile {
+
+/// The kind of a failed write; the old file is whole in either case.
+enum class WriteError { None, CannotOpen, CannotCommit };
+
+/// Replaces the file at `path` by `bytes`, atomically and on the disk: a crash, a full disk or a refusal leaves the old
+/// file as it was. `beforeCommit` is called once all bytes are in the new file, and again for each further attempt. What
+/// the system says of a failure goes to `reason`. Blocks on the disk, on any thread.
+[[nodiscard]] WriteError write(const QString& path, const QByteArray& bytes,
+                               const std::function<void()>& beforeCommit = {}, QString* reason = nullptr);
+
+/// Deletes the file, if it is there. @return whether it is gone
+[[nodiscard]] bool remove(const QString& path);
+
+} // namespace torvelane::WholeFile
