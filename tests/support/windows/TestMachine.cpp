@@ -65,7 +65,6 @@ void collect(HKEY parent, const QString& name, const QString& shownAs, MachineIm
 void TestMachine::enter()
 {
     RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Torvelane");
-    _wputenv(L"QT_ENABLE_REGEXP_JIT=0"); // as prepareProcess does, which would take more away than a test can spare
 }
 
 void TestMachine::leave() const
