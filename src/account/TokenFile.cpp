@@ -32,7 +32,7 @@ ReadResult read(Session& out)
     if (!file.exists())
         return ReadResult::Absent;
     QByteArray plain;
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maxSizeBytes
+    if (!WholeFile::open(file) || file.size() > maxSizeBytes
         || !platform::unprotectSecret(file.read(maxSizeBytes), plain)) {
         return ReadResult::Damaged;
     }

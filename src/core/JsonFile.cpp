@@ -57,7 +57,7 @@ ReadResult read(const QString& path, qint64 maxSizeBytes)
     QFile file(path);
     if (!file.exists())
         return {ReadError::Absent, QStringLiteral("no such file"), {}};
-    if (!file.open(QIODevice::ReadOnly))
+    if (!WholeFile::open(file))
         return {ReadError::Unreadable, file.errorString(), {}};
     // Not by the size that the directory names: a pipe or a growing file has another one.
     const QByteArray bytes = file.read(maxSizeBytes + 1);

@@ -1,6 +1,7 @@
 #include "core/WholeFile.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QThread>
 
@@ -51,7 +52,14 @@ WriteError write(const QString& path, const QByteArray& bytes, const std::functi
 
 bool remove(const QString& path)
 {
-    return tryFor([&path] { return QFile::remove(path) || !QFile::exists(path); });
+    std::ignore = tryFor([&path] { return QFile::remove(path) || !QFileInfo(path).isFile(); });
+    return !QFile::exists(path);
+}
+
+bool open(QFile& file)
+{
+    std::ignore = tryFor([&file] { return file.open(QIODevice::ReadOnly) || !QFileInfo(file).isFile(); });
+    return file.isOpen();
 }
 
 } // namespace torvelane::WholeFile

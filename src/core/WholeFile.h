@@ -5,11 +5,13 @@
 
 #include <functional>
 
-/// Small files that are replaced and deleted whole, also while somebody reads them.
+class QFile;
+
+/// Small files that are replaced and deleted whole, also while somebody else has them open.
 ///
 /// Windows refuses both as long as any handle of the file doesn't share its deletion, which Qt's own reading doesn't and
-/// what virus scanners and indexers do may not
-/// (https://learn.microsoft.com/windows/win32/api/fileapi/nf-fileapi-createfilew). Such a reader goes soon: until then
+/// what virus scanners and indexers do may not; and it refuses reading while a handle doesn't share that
+/// (https://learn.microsoft.com/windows/win32/api/fileapi/nf-fileapi-createfilew). Such a handle goes soon: until then
 /// each call tries again, for 1.4 s in all, after which the refusal stands.
 namespace torvelane::WholeFile {
 
@@ -24,5 +26,8 @@ enum class WriteError { None, CannotOpen, CannotCommit };
 
 /// Deletes the file, if it is there. @return whether it is gone
 [[nodiscard]] bool remove(const QString& path);
+
+/// Opens a file, if it is there, for reading. @return whether it is open
+[[nodiscard]] bool open(QFile& file);
 
 } // namespace torvelane::WholeFile

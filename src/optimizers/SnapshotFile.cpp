@@ -117,7 +117,7 @@ std::optional<QByteArray> SnapshotFile::latestBytes(const QString& fileName)
     QFile file(path);
     if (!file.exists())
         return QByteArray();
-    if (!file.open(QIODevice::ReadOnly))
+    if (!WholeFile::open(file))
         return std::nullopt;
     const QByteArray bytes = file.read(largestSizeBytes + 1);
     if (file.error() != QFileDevice::NoError)

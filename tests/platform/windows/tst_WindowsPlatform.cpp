@@ -1,3 +1,4 @@
+#include "core/JsonFile.h"
 #include "platform/Arguments.h"
 #include "platform/ChildProcess.h"
 #include "platform/Console.h"
@@ -12,6 +13,7 @@
 #include <QCryptographicHash>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 
 #include <map>
 
@@ -215,6 +217,24 @@ private Q_SLOTS:
     }
 
     void threadsThatUsedAnExpressionEnd() { QCOMPARE(outputOfSelf({u"--expression"_s}), QByteArray("400 matched")); }
+
+    /// As a backup does for a moment. Who took it for lost would capture its own values as the originals.
+    void fileThatSomebodyHasToHimself()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(u"a.json"_s);
+        QCOMPARE(JsonFile::write(path, {{u"a"_s, 1}}), JsonFile::WriteError::None);
+        std::atomic_bool isHeld = false;
+        const std::jthread backup([&] {
+            const HANDLE file = CreateFileW(native(path), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+            isHeld = file != INVALID_HANDLE_VALUE;
+            Sleep(300);
+            CloseHandle(file);
+        });
+        QTRY_VERIFY(isHeld);
+        QVERIFY(!QFile(path).open(QIODevice::ReadOnly));
+        QCOMPARE(JsonFile::read(path, 100).object, QJsonObject({{u"a"_s, 1}}));
+    }
 
     void elevation()
     {
