@@ -18,9 +18,9 @@ namespace torvelane::WholeFile {
 /// The kind of a failed write; the old file is whole in either case.
 enum class WriteError { None, CannotOpen, CannotCommit };
 
-/// Replaces the file at `path` by `bytes`, atomically and on the disk: a crash, a full disk or a refusal leaves the old
-/// file as it was. `beforeCommit` is called once all bytes are in the new file, and again for each further attempt. What
-/// the system says of a failure goes to `reason`. Blocks on the disk, on any thread.
+/// Replaces the file at `path` by `bytes`, atomically: a crash, a full disk or a refusal leaves the old file as it was, a
+/// power cut right after it one of the two. `beforeCommit` is called once all bytes are in the new file, and again for
+/// each further attempt. What the system says of a failure goes to `reason`. Blocks on the disk, on any thread.
 [[nodiscard]] WriteError write(const QString& path, const QByteArray& bytes,
                                const std::function<void()>& beforeCommit = {}, QString* reason = nullptr);
 

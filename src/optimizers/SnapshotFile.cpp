@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Paths.h"
+#include "platform/DiskFlush.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,6 +14,8 @@
 #include <utility>
 
 namespace torvelane {
+
+using platform::Win32Error;
 
 namespace {
 
@@ -91,6 +94,10 @@ JsonFile::WriteError SnapshotFile::write(const QJsonObject& document) const
         const bool isOpen = error != JsonFile::WriteError::CannotOpen;
         logMessage(LogLevel::Error, m_category,
                    (isOpen ? QStringLiteral("Cannot commit %1") : QStringLiteral("Cannot write %1")).arg(m_fileName));
+    } else if (const Win32Error flushed = platform::flushToDisk(path()); flushed != Win32Error::Success) {
+        logMessage(
+            LogLevel::Warn, m_category,
+            QStringLiteral("%1 may not survive a power cut (%2)").arg(m_fileName).arg(platform::toNumber(flushed)));
     }
     return error;
 }

@@ -14,7 +14,8 @@ namespace torvelane {
 ///
 /// - A value is captured before it is first changed, and not again while the snapshot holds it: what stands there then
 ///   is the optimiser's own.
-/// - The snapshot is on the disk before the first change. A write replaces the file whole or leaves the old one.
+/// - The snapshot is on the disk before the first change, its name included, so that a power cut doesn't bring back the
+///   one before. A write replaces the file whole or leaves the old one.
 /// - A restore writes every captured value back as it was, type and absence included, without looking at what stands
 ///   there now; after it the entry goes, whether or not every write worked.
 ///

@@ -9,6 +9,10 @@
 #include "support/Child.h"
 #include "support/MachineWatch.h"
 
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 namespace {
 
 const QString app = u"C:\\Games\\racer.exe"_s;
@@ -18,6 +22,8 @@ const QString priorityName = u"CpuPriorityClass"_s;
 const QString mouseKey = u"Control Panel\\Mouse"_s;
 const QString refusal =
     u"Another Torvelane process is changing this PC, so nothing was changed. Try again when it has finished."_s;
+
+bool isFolderFlushed = true;
 
 struct Answer {
     bool ok = false;
@@ -82,6 +88,14 @@ void replaceLast(const QString& fileName, const QByteArray& from, const QByteArr
 
 } // namespace
 
+/// In place of the C library's, for the program and Qt.
+extern "C" int fsync(int descriptor)
+{
+    struct stat status { };
+    isFolderFlushed = isFolderFlushed || (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode));
+    return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
+
 /// What all snapshots share: texts, kinds of values, and another process beside this one.
 class tst_Snapshots : public MachineSuite {
     Q_OBJECT
@@ -91,6 +105,24 @@ private Q_SLOTS:
     {
         OptimizerLock::setLongestWait(10000);
         MachineSuite::cleanup();
+    }
+
+    /// A power cut after the next change finds the snapshot under its name.
+    void onTheDiskBeforeTheNextChange()
+    {
+        int commits = 0;
+        int early = 0;
+        JsonFile::setCommitObserver([&commits](bool committed) {
+            commits += committed;
+            isFolderFlushed = !committed;
+        });
+        watchMachine([&early] { early += !isFolderFlushed; });
+        Program().applyAll();
+        QVERIFY(GamingMode::activate().ok);
+        watchMachine({});
+        JsonFile::setCommitObserver({});
+        QCOMPARE_GE(commits, 5);
+        QCOMPARE(early, 0);
     }
 
     void textsThatBeginWithAMark()
