@@ -1,5 +1,6 @@
 #include "platform/ChildProcess.h"
 
+#include "platform/ChildOutput.h"
 #include "platform/ProcessTree.h"
 
 #include <QDeadlineTimer>
@@ -14,8 +15,8 @@ namespace {
 /// How long a process may take to vanish after it was killed, before it is left to the system.
 constexpr int killTimeoutMs = 5000;
 
-/// Waiting ends with what comes on standard output: how long standard error may gather meanwhile.
-constexpr qint64 waitSliceMs = 100;
+/// How long nothing may happen before the state of a process without a limit is looked at again.
+constexpr int longestWaitMs = 1000;
 
 void setCommand(QProcess& process, const ToolCommand& command)
 {
@@ -34,25 +35,13 @@ bool keep(QByteArray& kept, const QByteArray& said, qsizetype limitBytes)
     return said.size() <= room;
 }
 
-/// Takes what the child has said so far.
-void takeOutput(QProcess& process, qsizetype limitBytes, ChildProcessResult& result)
-{
-    const bool all = keep(result.output, process.readAllStandardOutput(), limitBytes);
-    const bool allErrors = process.processChannelMode() == QProcess::MergedChannels
-        || keep(result.errorOutput, process.readAllStandardError(), limitBytes);
-    result.outputIsCut = result.outputIsCut || !all || !allErrors;
-}
-
-/// Takes the output piece by piece, so that a tool with much to say never waits for a reader, nor fills the memory of
+/// Takes the output piece by piece, so that a tool with much to say never waits long for a reader, nor fills the memory of
 /// this process, nor talks past its limit. @return whether the child has ended
-bool awaitEnd(QProcess& process, const ChildProcessLimits& limits, ChildProcessResult& result)
+bool awaitEnd(QProcess& process, const ChildProcessLimits& limits, ChildOutput& output)
 {
     const QDeadlineTimer deadline(limits.finishTimeoutMs);
-    while (process.state() != QProcess::NotRunning && !deadline.hasExpired()) {
-        const qint64 leftMs = deadline.isForever() ? waitSliceMs : deadline.remainingTime();
-        process.waitForReadyRead(static_cast<int>(std::min(leftMs, waitSliceMs)));
-        takeOutput(process, limits.outputLimitBytes, result);
-    }
+    while (process.state() != QProcess::NotRunning && !deadline.hasExpired())
+        output.listen(process, deadline.isForever() ? longestWaitMs : static_cast<int>(deadline.remainingTime()));
     return process.state() == QProcess::NotRunning;
 }
 
@@ -65,14 +54,21 @@ ChildProcessResult runChildProcess(const ToolCommand& command, const ChildProces
 
     // The tree goes last: it may still end processes that the process object leaves behind.
     ProcessTree tree;
+    ChildProcessResult result;
+    ChildOutput output(errorOutput, [&](bool isError, const QByteArray& said) {
+        const bool all = keep(isError ? result.errorOutput : result.output, said, limits.outputLimitBytes);
+        result.outputIsCut = result.outputIsCut || !all;
+    });
     QProcess process;
     setCommand(process, command);
-    if (errorOutput == ErrorOutput::Merged)
-        process.setProcessChannelMode(QProcess::MergedChannels);
 
     tree.prepare(process);
+    if (!output.prepare(process))
+        return {};
     process.start(QIODevice::ReadWrite);
-    if (!process.waitForStarted(limits.startTimeoutMs)) {
+    const bool isStarted = process.waitForStarted(limits.startTimeoutMs);
+    output.adopt();
+    if (!isStarted) {
         process.kill();
         process.waitForFinished(killTimeoutMs);
         return {};
@@ -80,8 +76,7 @@ ChildProcessResult runChildProcess(const ToolCommand& command, const ChildProces
     tree.adopt(process);
     process.closeWriteChannel();
 
-    ChildProcessResult result;
-    if (!awaitEnd(process, limits, result)) {
+    if (!awaitEnd(process, limits, output)) {
         tree.killAll();
         process.closeReadChannel(QProcess::StandardOutput);
         process.closeReadChannel(QProcess::StandardError);
@@ -89,7 +84,7 @@ ChildProcessResult runChildProcess(const ToolCommand& command, const ChildProces
         result.outcome = Outcome::TimedOut;
         return result;
     }
-    takeOutput(process, limits.outputLimitBytes, result);
+    output.take(process);
     const bool isRegular = process.exitStatus() == QProcess::NormalExit;
     result.outcome = isRegular ? Outcome::Finished : Outcome::Crashed;
     if (isRegular)

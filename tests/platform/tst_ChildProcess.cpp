@@ -6,6 +6,12 @@
 
 #include <cstdlib>
 
+#ifdef Q_OS_WIN
+#include <windows.h>
+
+#include <psapi.h>
+#endif
+
 using namespace torvelane::platform;
 using Outcome = ChildProcessResult::Outcome;
 
@@ -20,9 +26,11 @@ constexpr bool isSanitized = false;
 constexpr int muchOutput = 300000; // more than a pipe holds
 constexpr int maximumBeats = 400;  // nobody outlives a failed test for long
 
-ChildProcessResult runSelf(const QString& role, const QString& folder = {}, int limitMs = 30000)
+ChildProcessResult runSelf(const QString& role, const QString& folder = {}, int limitMs = 30000,
+                           ErrorOutput errorOutput = ErrorOutput::Merged)
 {
-    return runChildProcess({QCoreApplication::applicationFilePath(), {role, folder}, {}}, {.finishTimeoutMs = limitMs});
+    return runChildProcess({QCoreApplication::applicationFilePath(), {role, folder}, {}}, {.finishTimeoutMs = limitMs},
+                           errorOutput);
 }
 
 qint64 beatsIn(const QString& folder)
@@ -45,14 +53,20 @@ QElapsedTimer started()
     return timer;
 }
 
-/// The most that this process has had so far; 0 where the system doesn't say.
+/// The most that this process has had so far.
 qint64 peakMemoryKiB()
 {
+#ifdef Q_OS_WIN
+    PROCESS_MEMORY_COUNTERS counters{};
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
+    return static_cast<qint64>(counters.PeakWorkingSetSize / 1024);
+#else
     QFile file(u"/proc/self/status"_s);
     if (!file.open(QIODevice::ReadOnly))
         return 0;
     const QString status = QString::fromLatin1(file.readAll());
     return status.section(u"VmHWM:"_s, 1).section(u"kB"_s, 0, 0).trimmed().toLongLong();
+#endif
 }
 
 /// This program as the child of a test.
@@ -110,6 +124,9 @@ private Q_SLOTS:
         QCOMPARE(result.outcome, Outcome::Finished);
         QCOMPARE(result.exitCode, 7);
         QCOMPARE(result.output, "first second " + QByteArray(muchOutput, 'x'));
+        const ChildProcessResult apart = runSelf(u"--talk"_s, {}, 30000, ErrorOutput::Separate);
+        QCOMPARE(apart.output, "first " + QByteArray(muchOutput, 'x'));
+        QCOMPARE(apart.errorOutput, QByteArray("second "));
         QCOMPARE(runChildProcess({u"/nowhere/tool.exe"_s, {}, {}}).outcome, Outcome::NotStarted);
     }
 
@@ -117,9 +134,9 @@ private Q_SLOTS:
     {
         const qint64 before = peakMemoryKiB();
         const QElapsedTimer timer = started();
-        const ChildProcessResult result = runSelf(u"--shout"_s, {}, 4000);
+        const ChildProcessResult result = runSelf(u"--shout"_s, {}, 8000);
         QCOMPARE(result.outcome, Outcome::TimedOut);
-        QCOMPARE_LT(timer.elapsed(), 10000);
+        QCOMPARE_LT(timer.elapsed(), 12000);
         QCOMPARE(result.output.size(), ChildProcessLimits().outputLimitBytes);
         QVERIFY(result.outputIsCut);
         // A sanitizer holds back what is freed, a quarter of a gigabyte of it.
