@@ -28,8 +28,8 @@ public:
     [[nodiscard]] QString path() const;
     [[nodiscard]] bool exists() const;
 
-    /// The document, for who begins with the file; nothing if there is no file or it won't open. What is no JSON object reads as an empty one, with a
-    /// Warn line.
+    /// The document, for who begins with the file; nothing if there is no file or it won't open. What is no JSON object
+    /// reads as an empty one, with a Warn line.
     [[nodiscard]] std::optional<QJsonObject> read() const;
 
     /// The document as it is now, for who has read or written it before: another process may have changed it. An empty
