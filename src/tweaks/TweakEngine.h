@@ -25,8 +25,8 @@ struct TweakRecord;
 ///
 /// Runs on its caller's thread: pages call it from workers, since a call may take minutes. Two threads of this process
 /// must not work on one id; other processes are kept out by the MachineLock, which is held while one entry is applied or
-/// reverted, and for a whole recovery. Who can't have it in time does nothing and fails. Signals are emitted on the calling thread. Failures come back as false and text and as
-/// tweakFailed, and are logged (category "engine").
+/// reverted, and for a whole recovery. Who can't have it in time does nothing and fails. Signals are emitted on the
+/// calling thread. Failures come back as false and text and as tweakFailed, and are logged (category "engine").
 class TweakEngine : public QObject {
     Q_OBJECT
 
@@ -41,8 +41,8 @@ public:
 
     /// Applies each id in order; a failure doesn't stop the rest, unless it is another process that has the lock or the
     /// store: each of the rest would wait as long. True if all succeeded; `errors`, which may be null, gets
-    /// "id: message" for each that didn't, those that weren't tried included. `withRestorePoint` asks for a system restore point first, at most one in
-    /// ten minutes; that it can't be had stops nothing.
+    /// "id: message" for each that didn't, those that weren't tried included. `withRestorePoint` asks for a system
+    /// restore point first, at most one in ten minutes; that it can't be had stops nothing.
     bool applyBatch(const QStringList& ids, Tier tier, QStringList* errors, bool withRestorePoint);
 
     /// The same for one id; `error`, which may be null, gets the line with the id in front.

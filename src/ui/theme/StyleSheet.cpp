@@ -4,8 +4,9 @@ namespace torvelane {
 
 namespace {
 
-// %1 is the body family, %2 the display family, %3 the family rule of glyph buttons, if there is one. Titles (H1, H2) get their font in code from displayFont(), whose
-// tracking a style sheet can't express, and which a font given here would replace.
+// %1 is the body family, %2 the display family, %3 the family rule of glyph buttons, if there is one. Titles (H1, H2) get
+// their font in code from displayFont(), whose tracking a style sheet can't express, and which a font given here would
+// replace.
 const QString& sheetTemplate()
 {
     static const QString text = QStringLiteral(R"(
