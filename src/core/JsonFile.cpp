@@ -43,7 +43,8 @@ bool remove(const QString& path)
 {
     notifyObserver(false);
     const bool isGone = WholeFile::remove(path);
-    notifyObserver(true);
+    if (isGone)
+        notifyObserver(true);
     return isGone;
 }
 

@@ -133,12 +133,12 @@ private Q_SLOTS:
         const auto write = [&path](int a) { return JsonFile::write(path, {{u"a"_s, a}}); };
         QCOMPARE(write(1), JsonFile::WriteError::None);
         for (const bool deletes : {false, true}) {
-            const std::jthread reader([&path] {
-                QFile file(path);
-                QVERIFY(file.open(QIODevice::ReadOnly));
+            QFile reader(path);
+            QVERIFY(reader.open(QIODevice::ReadOnly));
+            const std::jthread leaving([&reader] {
                 QThread::msleep(300);
+                reader.close();
             });
-            QThread::msleep(100);
             QVERIFY(deletes ? JsonFile::remove(path) : write(2) == JsonFile::WriteError::None);
             QCOMPARE(QFile::exists(path), !deletes);
         }

@@ -5,7 +5,6 @@
 #include <QProcess>
 
 #include <algorithm>
-#include <array>
 
 namespace torvelane::platform {
 

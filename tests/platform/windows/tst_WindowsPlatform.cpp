@@ -224,15 +224,13 @@ private Q_SLOTS:
         const QTemporaryDir folder;
         const QString path = folder.filePath(u"a.json"_s);
         QCOMPARE(JsonFile::write(path, {{u"a"_s, 1}}), JsonFile::WriteError::None);
-        std::atomic_bool isHeld = false;
-        const std::jthread backup([&] {
-            const HANDLE file = CreateFileW(native(path), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-            isHeld = file != INVALID_HANDLE_VALUE;
-            Sleep(300);
-            CloseHandle(file);
-        });
-        QTRY_VERIFY(isHeld);
+        const HANDLE backup = CreateFileW(native(path), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        QVERIFY(backup != INVALID_HANDLE_VALUE);
         QVERIFY(!QFile(path).open(QIODevice::ReadOnly));
+        const std::jthread leaving([backup] {
+            Sleep(300);
+            CloseHandle(backup);
+        });
         QCOMPARE(JsonFile::read(path, 100).object, QJsonObject({{u"a"_s, 1}}));
     }
 
